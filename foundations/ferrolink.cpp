@@ -1,0 +1,5 @@
+#include "foundations/ferrolink.h"
+
+namespace Controller {
+Vex::TraceHandle ferrolink("Ferrolink");
+}

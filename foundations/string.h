@@ -1,0 +1,80 @@
+#pragma once
+// Vex::String: an immutable string over a shared, counted buffer.
+//
+// Copies share the buffer (one count increment, no allocation), so strings are
+// passed by value through handlers and used as collection keys. A default
+// constructed string is null, which is kept apart from the empty string:
+// String().isNull() but not String("").isNull(), and the two do not compare
+// equal. Transformations return a new string.
+//
+// Vex::Name is the same type under the name that collection keys use.
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace Vex {
+
+class String {
+ public:
+  String() noexcept = default;
+  String(const char* text);  // null `text` gives the null string
+  String(const char* text, std::size_t length);
+  String(std::string_view text);
+  String(const std::string& text) : String(std::string_view(text)) {}
+  String(const String& other) noexcept;
+  String(String&& other) noexcept : rep_(other.rep_) { other.rep_ = nullptr; }
+  ~String();
+  String& operator=(const String& other) noexcept;
+  String& operator=(String&& other) noexcept;
+
+  bool isNull() const noexcept { return rep_ == nullptr; }
+  bool empty() const noexcept { return size() == 0; }
+  std::size_t size() const noexcept { return rep_ ? rep_->size : 0; }
+  // Always a valid C string ("" for the null string).
+  const char* c_str() const noexcept { return rep_ ? rep_->text : ""; }
+  std::string_view view() const noexcept { return {c_str(), size()}; }
+  std::string stdString() const { return std::string(view()); }
+  std::size_t hash() const noexcept { return std::hash<std::string_view>()(view()); }
+
+  [[nodiscard]] String operator+(std::string_view suffix) const;
+
+  friend bool operator==(const String& a, const String& b) noexcept {
+    if (a.rep_ == b.rep_) return true;
+    if (!a.rep_ || !b.rep_) return false;
+    return a.view() == b.view();
+  }
+  friend bool operator<(const String& a, const String& b) noexcept {
+    if (a.rep_ == b.rep_) return false;
+    if (!a.rep_) return true;  // null sorts first
+    if (!b.rep_) return false;
+    return a.view() < b.view();
+  }
+  friend bool operator==(const String& a, std::string_view b) noexcept { return !a.isNull() && a.view() == b; }
+  friend bool operator==(const String& a, const char* b) noexcept { return a == std::string_view(b); }
+
+ private:
+  struct Rep {
+    std::uint32_t references;
+    std::uint32_t size;
+    char text[1];
+  };
+  static Rep* allocate(std::string_view text);
+  void release() noexcept;
+
+  Rep* rep_ = nullptr;
+};
+
+// Concatenation of a C string with a string, the form the traces build.
+[[nodiscard]] String operator+(const char* prefix, const String& s);
+
+using Name = String;
+
+}  // namespace Vex
+
+template <>
+struct std::hash<Vex::String> {
+  std::size_t operator()(const Vex::String& s) const noexcept { return s.hash(); }
+};

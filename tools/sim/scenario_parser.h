@@ -1,0 +1,105 @@
+// Parser of the scenario files that hubstore-sim runs.
+//
+// A scenario is a list of commands, one per line. parseScenario() reads a whole
+// file before anything runs, so that every syntax error of the file is reported
+// at once; the executor then walks ParseResult::commands in order. Everything
+// whose form is fixed is checked here: the verb, the word count, BOOL, STATE,
+// N, LEVELS, the record TYPE, the Ethernet address of an allow-list entry, and
+// the LHS / VALUE of set and unset. What is left to the executor is whether the
+// named objects exist.
+//
+//   ParseResult r = parseScenario("basic.scn", text);
+//   for (const std::string& e : r.errors) std::cerr << e << '\n';
+//   if (!r.errors.empty()) return 2;
+//   for (const Command& c : r.commands) run(c);
+//
+// Words: blanks (space, tab) separate words; `#` opens a comment only where a
+// word begins. Double quotes may sit anywhere in a word and only stop blanks
+// and `#` from acting (`vexcType="a b"` is the one word `vexcType=a b`); inside
+// quotes `\"` and `\\` are escapes and any other backslash is kept as written.
+// `""` is the empty word. Where a word has structure (a path's `.`, `[`, `]`;
+// the `=` of NAME=VALUE words) only unquoted characters count, so a quoted key
+// may hold any of them: mountConfig.mountGroupConfig["a b"].mountConfig["x]y"].
+//
+// Limitation: a text holding a line break cannot be written in a scenario, so
+// quoteIfNeeded() cannot give it a form that parses back.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace hubstore::sim {
+
+// One step of a configuration path: `mountGroupConfig[G]` is
+// {"mountGroupConfig", "G"}, `warm` is {"warm", nullopt}.
+struct ConfigSegment {
+  std::string attribute;
+  std::optional<std::string> key;  // unquoted; present for a collection member
+  bool operator==(const ConfigSegment&) const = default;
+};
+
+// A place in a configuration record, as `dump` names it; the first segment is
+// "mountConfig" or "publishConfig" and has no key.
+using ConfigPath = std::vector<ConfigSegment>;
+
+// What the VALUE of a `set` is, decided by its LHS.
+enum class ConfigValueKind { RecordType, Scalar, Bool, Filter, Fields };
+
+struct Command {
+  std::string file;
+  int line = 0;  // 1-based
+  std::string verb;  // e.g. "controllerMount"
+
+  // The words after the verb, quotes removed; empty for set and unset.
+  std::vector<std::string> args;
+
+  // set and unset: the LHS, checked against the lines `dump` prints.
+  ConfigPath lhs;
+
+  // set: the VALUE, checked against the LHS.
+  ConfigValueKind valueKind{};
+  // RecordType: the type name, or "none" on a root (`publishConfig = none`:
+  //   the record is absent).
+  // Scalar: the text. Bool: "true" or "false".
+  // record: the TYPE with its namespace, e.g. "Controller::ServiceMountConfig".
+  std::string scalar;
+  // Filter: the place of the bound filter record. Neither this nor
+  // detachedName is set for `none`.
+  std::optional<ConfigPath> filter;
+  // Filter written `detached L`: a filter record named L that is not a member
+  // of its configuration's collection.
+  std::optional<std::string> detachedName;
+  // NAME=VALUE words split at their first unquoted `=`:
+  //   set with a Fields VALUE: in the order dump prints them, e.g.
+  //     {"vexcType", T}, {"vexcFlags", F}, {"hubstorePath", P};
+  //   records leaderGenId=ID: {"leaderGenId", ID};
+  //   systemStatus SYS G=STATE ...: one {G, STATE} per word after SYS.
+  std::vector<std::pair<std::string, std::string>> fields;
+};
+
+struct ParseResult {
+  std::vector<Command> commands;  // only the lines that parsed
+  std::vector<std::string> errors;  // "FILE:LINE: error: MESSAGE", by line
+};
+
+// Parses a whole scenario. A line with an error yields no command; parsing
+// goes on with the next line.
+ParseResult parseScenario(std::string_view fileName, std::string_view text);
+
+// The LEVELS of `trace` and --trace=: a comma list of levels 0-9 and ranges
+// ("5", "5,7", "0-8"), or "off". Returns the mask with bit L set for each
+// level L (0 for off), nullopt when malformed.
+std::optional<unsigned> parseTraceLevels(std::string_view text);
+
+// A KEY or VALUE as dump prints it: quoted when empty, when it holds a blank,
+// `"`, `=`, `[`, `]` or `\`, or when it begins with `#`; inside the quotes `"`
+// and `\` are escaped. The parser reads the result back as `text`.
+std::string quoteIfNeeded(std::string_view text);
+
+// An LHS as dump prints it, keys through quoteIfNeeded().
+std::string formatConfigPath(const ConfigPath& path);
+
+}  // namespace hubstore::sim

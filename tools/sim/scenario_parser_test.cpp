@@ -1,0 +1,224 @@
+#include "tools/sim/scenario_parser.h"
+
+#include <gtest/gtest.h>
+
+namespace hubstore::sim {
+namespace {
+
+using Args = std::vector<std::string>;
+using Fields = std::vector<std::pair<std::string, std::string>>;
+
+ParseResult parse(std::string_view text) { return parseScenario("t.scn", text); }
+
+// A line that must parse into exactly one command.
+Command one(const std::string& line) {
+  ParseResult r = parse(line);
+  EXPECT_EQ(r.errors, Args{}) << line;
+  EXPECT_EQ(r.commands.size(), 1u) << line;
+  return r.commands.empty() ? Command{} : r.commands[0];
+}
+
+// The single error of a line that must be rejected.
+std::string error(const std::string& line) {
+  ParseResult r = parse(line);
+  EXPECT_TRUE(r.commands.empty()) << line;
+  return r.errors.size() == 1 ? r.errors[0] : "<not one error>";
+}
+
+void expectRejected(std::initializer_list<std::pair<std::string, std::string>> cases) {
+  for (const auto& [line, message] : cases) {
+    EXPECT_NE(error(line).find(message), std::string::npos)
+        << line << "\n  gave: " << error(line) << "\n  want: " << message;
+  }
+}
+
+TEST(ScenarioLexing, QuotesEscapesAndComments) {
+  EXPECT_EQ(one(R"(echo a#b "#c" x"y z"w "" "q\"b\\" "a\nb" # gone "too)").args,
+            (Args{"a#b", "#c", "xy zw", "", "q\"b\\", "a\\nb"}));
+  EXPECT_EQ(one("\techo\t tab   \r").args, Args{"tab"});
+  EXPECT_EQ(one("echo #").args, Args{});
+}
+
+TEST(ScenarioLexing, EveryBadLineIsReportedWithItsNumber) {
+  ParseResult r = parse(
+      "# comment\n\n   \nservice s\nclosed maybe\necho \"open\n"
+      "  group g m\nmountState s g\ndump");
+  EXPECT_EQ(r.errors,
+            (Args{"t.scn:5: error: 'closed' takes BOOL (true or false), got 'maybe'",
+                  "t.scn:6: error: unterminated quote: \"open",
+                  "t.scn:8: error: 'mountState' takes 3 words (mountState SYS G "
+                  "STATE), got 2"}));
+  ASSERT_EQ(r.commands.size(), 3u);
+  EXPECT_EQ(r.commands[1].verb, "group");
+  EXPECT_EQ(r.commands[1].line, 7);
+  EXPECT_EQ(r.commands[1].args, (Args{"g", "m"}));
+  EXPECT_EQ(r.commands[2].line, 9);
+}
+
+TEST(ScenarioCommands, OptionalWordsAndNameValueWords) {
+  EXPECT_EQ(one("records").fields, Fields{});
+  EXPECT_EQ(one(R"(records leaderGenId="g=1 x")").fields,
+            (Fields{{"leaderGenId", "g=1 x"}}));
+  const Command s = one(R"(systemStatus sw1 "a=b"=mounted g2=failed)");
+  EXPECT_EQ(s.args, (Args{"sw1", "a=b=mounted", "g2=failed"}));
+  EXPECT_EQ(s.fields, (Fields{{"a=b", "mounted"}, {"g2", "failed"}}));
+  EXPECT_EQ(one("record p ServiceMountConfig").scalar, "Controller::ServiceMountConfig");
+  EXPECT_EQ(one("record p Hubstore::Status").scalar, "Hubstore::Status");
+  for (const char* line :
+       {"mounter m default", "mounter m", "serviceMountGroupStatus s g",
+        "serviceMountGroupStatus s g failed", "allowedSwitch l 00:1C:73:00:00:0a true",
+        "allowedSwitchDel l 001c.7300.00AB", "allowedSwitch l 00-1c-73-00-00-01 false",
+        "allowedVersion v 4294967295 true", "trace 0-2,5", "trace off", "echo",
+        R"(controllerMount g /r /h nfs "")", "restart"}) {
+    one(line);
+  }
+}
+
+TEST(ScenarioCommands, RejectsWrongCountsAndForms) {
+  expectRejected({
+      {"grop g m", "t.scn:1: error: unknown command 'grop'"},
+      {"group g", "'group' takes 2 words (group G M|none), got 1"},
+      {"mounter", "'mounter' takes 1 or 2 words (mounter M [default]), got 0"},
+      {"mounter m x", "'mounter' takes only 'default' after M, got 'x'"},
+      {"systemStatus", "takes at least 1 word (systemStatus SYS [G=STATE ...]), got 0"},
+      {"systemStatus s g=up", "got 'g=up'"},
+      {"serviceMountGroupStatus s g x y", "takes 2 or 3 words"},
+      {"mountState s g Mounted", "takes STATE (unknown, mounting, mounted, "},
+      {"allowedSwitch l 00:1c:73:00:00 true", "as an Ethernet address"},
+      {"allowedSwitch l 00:1c:73-00:00:01 true", "got '00:1c:73-00:00:01'"},
+      {"allowedSwitchDel l 001c.7300.00ag", "got '001c.7300.00ag'"},
+      {"allowedVersion v 4294967296 true", "takes N as a decimal number"},
+      {"allowedVersionDel v -1", "got '-1'"},
+      {"trace 10", "'trace' takes LEVELS"},
+      {"trace 5 7", "'trace' takes 1 word"},
+      {"record p Controller::Status", "takes TYPE, one of"},
+      {"records genId=x", "'records' takes leaderGenId=ID, got 'genId=x'"},
+      {"dump now", "'dump' takes no words (dump), got 1"},
+  });
+}
+
+TEST(ScenarioSet, EveryDumpLineIsAnLhs) {
+  using K = ConfigValueKind;
+  const std::pair<std::string, K> lines[] = {
+      {"mountConfig = ServiceMountConfig", K::RecordType},
+      {"mountConfig.serviceName = s", K::Scalar},
+      {"mountConfig.leaderGenId = gen-1", K::Scalar},
+      {"mountConfig.warm = true", K::Bool},
+      {"mountConfig.mountGroupConfig[g] = ServiceMountGroupConfig", K::RecordType},
+      {"mountConfig.mountGroupConfig[g].preserveMountsOnDisconnect = false", K::Bool},
+      {"mountConfig.mountGroupConfig[g].systemFilter = none", K::Filter},
+      {"mountConfig.mountGroupConfig[g].versionFilter = detached v", K::Filter},
+      {"mountConfig.mountGroupConfig[g].mountConfig[/r] = vexcType=t vexcFlags=f "
+       "hubstorePath=/p",
+       K::Fields},
+      {"mountConfig.systemFilter[l] = MountFilterSystem", K::RecordType},
+      {"mountConfig.systemFilter[l].includedSystem[00:1c:73:00:00:01] = true", K::Bool},
+      {"mountConfig.versionFilter[v] = MountFilterServiceVersion", K::RecordType},
+      {"mountConfig.versionFilter[v].includedServiceVersion[7] = true", K::Bool},
+      {"publishConfig = none", K::RecordType},
+      {"publishConfig.serviceName = \"\"", K::Scalar},
+      {"publishConfig.leaderGenId = g", K::Scalar},
+      {"publishConfig.ready = false", K::Bool},
+      {"publishConfig.publishGroupConfig[g] = ServicePublishGroupConfig", K::RecordType},
+      {"publishConfig.publishGroupConfig[g].systemFilter = publishConfig.systemFilter[l]",
+       K::Filter},
+      {"publishConfig.publishGroupConfig[g].versionFilter = mountConfig.versionFilter[v]",
+       K::Filter},
+      {"publishConfig.publishGroupConfig[g].publishConfig[/h] = remotePath=/r vexcType=t",
+       K::Fields},
+      {"publishConfig.publishGroupConfig[g].publishDir[/h] = vexcType=t "
+       "remoteTargetPath=/r readyToPublish=true",
+       K::Fields},
+      {"publishConfig.systemFilter[l] = MountFilterSystem", K::RecordType},
+      {"publishConfig.systemFilter[l].includedSystem[sw] = true", K::Bool},
+      {"publishConfig.versionFilter[v] = MountFilterServiceVersion", K::RecordType},
+      {"publishConfig.versionFilter[v].includedServiceVersion[0] = true", K::Bool},
+  };
+  for (const auto& [line, kind] : lines) {
+    const Command c = one("set " + line);
+    EXPECT_EQ(formatConfigPath(c.lhs) + " = ", line.substr(0, line.find(" = ") + 3));
+    EXPECT_EQ(c.valueKind, kind) << line;
+    EXPECT_EQ(formatConfigPath(one("unset " + line.substr(0, line.find(' '))).lhs),
+              formatConfigPath(c.lhs));
+  }
+}
+
+TEST(ScenarioSet, FilterValues) {
+  const std::string lhs = "set mountConfig.mountGroupConfig[g].systemFilter = ";
+  const Command bound = one(lhs + R"(publishConfig.systemFilter["l 1"])");
+  EXPECT_EQ(bound.filter, (ConfigPath{{"publishConfig", {}}, {"systemFilter", "l 1"}}));
+  EXPECT_FALSE(bound.detachedName);
+  const Command detached = one(lhs + R"(detached "")");
+  EXPECT_EQ(detached.detachedName, "");
+  EXPECT_FALSE(detached.filter);
+  const Command none = one(lhs + "none");
+  EXPECT_FALSE(none.filter || none.detachedName);
+}
+
+TEST(ScenarioSet, RejectsLhsAndValueThatDoNotFit) {
+  const std::string group = "set mountConfig.mountGroupConfig[g]";
+  expectRejected({
+      {"set mountConfig.foo = x", "ServiceMountConfig has no attribute 'foo'"},
+      {"set config.warm = true", "begins with mountConfig or publishConfig"},
+      {"set mountConfig.mountGroupConfig = ServiceMountGroupConfig",
+       "name a member as mountGroupConfig[G]"},
+      {"set mountConfig.warm[x] = true", "'warm' is not a collection"},
+      {"set mountConfig.warm.x = true", "'warm' has no members"},
+      {"unset mountConfig.mountGroupConfig[]", "empty key"},
+      {"unset mountConfig.mountGroupConfig[a", "missing ']'"},
+      {"unset mountConfig.mountGroupConfig[a[b]", "'[' inside a key"},
+      {"unset mountConfig.mountGroupConfig[a]x", "expected '.' after ']'"},
+      {"unset mountConfig..warm", "empty attribute name"},
+      {"unset mountConfig.versionFilter[v].includedServiceVersion[x]",
+       "the key of 'includedServiceVersion' is a decimal number"},
+      {"unset mountConfig.warm x", "'unset' takes LHS, got 2 words"},
+      {"set mountConfig.warm true", "got 'true' where '=' belongs"},
+      {"set mountConfig.warm = yes",
+       "'mountConfig.warm' takes BOOL (true or false), got 'yes'"},
+      {"set mountConfig.serviceName = a b", "takes one word"},
+      {group + " = none", "takes the type name ServiceMountGroupConfig, got 'none'"},
+      {group + " = ServicePublishGroupConfig", "takes the type name"},
+      {group + ".mountConfig[r] = vexcFlags=f vexcType=t hubstorePath=p",
+       "takes vexcType=TYPE vexcFlags=FLAGS hubstorePath=PATH, got"},
+      {group + ".mountConfig[r] = vexcType=t vexcFlags=f", "takes vexcType=TYPE"},
+      {"set publishConfig.publishGroupConfig[g].publishDir[h] = vexcType=t "
+       "remoteTargetPath=r readyToPublish=yes",
+       "readyToPublish=BOOL (BOOL: true or false), got"},
+      {group + ".systemFilter = mountConfig.versionFilter[v]",
+       "the place of a MountFilterSystem record"},
+      {group + ".versionFilter = detached", "takes FILTER"},
+  });
+}
+
+TEST(ScenarioSet, QuotedKeysAndValuesReadBack) {
+  EXPECT_EQ(quoteIfNeeded("/mnt/a-b_c.d:1,2#"), "/mnt/a-b_c.d:1,2#");
+  EXPECT_EQ(quoteIfNeeded(R"(a"b\)"), R"("a\"b\\")");
+  for (const std::string s : {"", "a b", "x]y", "[", "a.b", "k=v", "#hash", "tab\there",
+                              "q\"uote", "back\\slash", "a\"\\\"b", "\\"}) {
+    const ConfigPath lhs{{"publishConfig", {}}, {"publishGroupConfig", s}, {"publishDir", s}};
+    const std::string line = "set " + formatConfigPath(lhs) + " = vexcType=" +
+                             quoteIfNeeded(s) + " remoteTargetPath=" + quoteIfNeeded(s) +
+                             " readyToPublish=true";
+    const Command c = one(line);
+    EXPECT_EQ(c.lhs, lhs) << line;
+    EXPECT_EQ(c.fields,
+              (Fields{{"vexcType", s}, {"remoteTargetPath", s}, {"readyToPublish", "true"}}))
+        << line;
+    EXPECT_EQ(one("set mountConfig.serviceName = " + quoteIfNeeded(s)).scalar, s);
+  }
+}
+
+TEST(TraceLevels, MasksAndMalformedLists) {
+  EXPECT_EQ(parseTraceLevels("5"), 1u << 5);
+  EXPECT_EQ(parseTraceLevels("5,7"), (1u << 5) | (1u << 7));
+  EXPECT_EQ(parseTraceLevels("0-8"), 0x1ffu);
+  EXPECT_EQ(parseTraceLevels("9,0-1,1"), 0x203u);
+  EXPECT_EQ(parseTraceLevels("off"), 0u);
+  for (const char* bad :
+       {"", "10", "5-3", "1,", ",1", "1-", "a", "1 ,2", "off,1", "-1", "1--2", "0-10"}) {
+    EXPECT_EQ(parseTraceLevels(bad), std::nullopt) << bad;
+  }
+}
+
+}  // namespace
+}  // namespace hubstore::sim
