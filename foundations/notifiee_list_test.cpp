@@ -63,7 +63,7 @@ TEST_F(ThreeProbes, ANotifieeAddedDuringARoundWaitsForTheNextRound) {
 }
 
 TEST_F(ThreeProbes, TheRecordAndTheCallerSurviveReleasingEverythingMidDispatch) {
-  a->action = [this] { a = b = c = counter = nullptr; };  // the last holders of the record
+  a->action = [this] { a = b = c = nullptr, counter = nullptr; };  // the last holders of the record
   Counter* raw = counter.get();
   raw->valueIs(1);  // the dispatch keeps the record and the running probe alive until it ends
   EXPECT_EQ(log, (Log{"a"}));
