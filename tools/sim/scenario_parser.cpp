@@ -188,27 +188,27 @@ struct Param {
 };
 
 // params[required..] are optional; when variadic the last one repeats.
-struct VerbSpec {
+struct VerbShape {
   std::vector<Param> params;
   std::size_t required = 0;
   bool variadic = false;
 };
 
-VerbSpec fixed(std::initializer_list<Param> params) {
+VerbShape fixed(std::initializer_list<Param> params) {
   return {params, params.size(), false};
 }
-VerbSpec lastOptional(std::initializer_list<Param> params) {
+VerbShape lastOptional(std::initializer_list<Param> params) {
   return {params, params.size() - 1, false};
 }
-VerbSpec lastRepeated(std::initializer_list<Param> params) {
+VerbShape lastRepeated(std::initializer_list<Param> params) {
   return {params, params.size() - 1, true};
 }
 
-const std::map<std::string, VerbSpec, std::less<>>& verbTable() {
+const std::map<std::string, VerbShape, std::less<>>& verbTable() {
   const Param G{"G"}, SYS{"SYS"}, REMOTE{"REMOTE"}, H{"HUBSTOREPATH"},
       TYPE{"TYPE"}, L{"L"}, V{"V"};
   const Param BOOL{"BOOL", Arg::Bool};
-  static const std::map<std::string, VerbSpec, std::less<>> table = {
+  static const std::map<std::string, VerbShape, std::less<>> table = {
       // The world
       {"agent", fixed({{"NAME"}})},
       {"records", lastOptional({{"leaderGenId=ID", Arg::LeaderGenId}})},
@@ -272,13 +272,13 @@ const std::map<std::string, VerbSpec, std::less<>>& verbTable() {
   return table;
 }
 
-std::string usage(std::string_view verb, const VerbSpec& spec) {
+std::string usage(std::string_view verb, const VerbShape& shape) {
   std::string out(verb);
-  for (std::size_t i = 0; i < spec.params.size(); ++i) {
-    const bool optional = i >= spec.required;
+  for (std::size_t i = 0; i < shape.params.size(); ++i) {
+    const bool optional = i >= shape.required;
     out += optional ? " [" : " ";
-    out += spec.params[i].name;
-    if (spec.variadic && i + 1 == spec.params.size()) out += " ...";
+    out += shape.params[i].name;
+    if (shape.variadic && i + 1 == shape.params.size()) out += " ...";
     if (optional) out += ']';
   }
   return out;
@@ -290,21 +290,21 @@ std::string wordCount(std::size_t n) {
 }
 
 std::optional<std::string> checkArity(std::string_view verb,
-                                      const VerbSpec& spec, std::size_t got) {
-  const std::size_t max = spec.params.size();
-  if (got >= spec.required && (spec.variadic || got <= max)) {
+                                      const VerbShape& shape, std::size_t got) {
+  const std::size_t max = shape.params.size();
+  if (got >= shape.required && (shape.variadic || got <= max)) {
     return std::nullopt;
   }
   std::string count;
-  if (spec.variadic) {
-    count = "at least " + wordCount(spec.required);
-  } else if (spec.required == max) {
+  if (shape.variadic) {
+    count = "at least " + wordCount(shape.required);
+  } else if (shape.required == max) {
     count = wordCount(max);
   } else {
-    count = std::to_string(spec.required) + " or " + wordCount(max);
+    count = std::to_string(shape.required) + " or " + wordCount(max);
   }
   return "'" + std::string(verb) + "' takes " + count + " (" +
-         usage(verb, spec) + "), got " + std::to_string(got);
+         usage(verb, shape) + "), got " + std::to_string(got);
 }
 
 // Checks one word against its parameter; on failure returns what the word
@@ -360,12 +360,12 @@ std::optional<std::string> checkArg(const Param& param, const Word& word,
   return std::nullopt;
 }
 
-std::optional<std::string> parseWords(const VerbSpec& spec,
+std::optional<std::string> parseWords(const VerbShape& shape,
                                       std::span<const Word> words,
                                       Command& cmd) {
-  if (auto error = checkArity(cmd.verb, spec, words.size())) return error;
+  if (auto error = checkArity(cmd.verb, shape, words.size())) return error;
   for (std::size_t i = 0; i < words.size(); ++i) {
-    const Param& param = spec.params[std::min(i, spec.params.size() - 1)];
+    const Param& param = shape.params[std::min(i, shape.params.size() - 1)];
     if (auto want = checkArg(param, words[i], cmd)) {
       return "'" + cmd.verb + "' takes " + *want + ", got '" + words[i].raw +
              "'";
@@ -380,7 +380,7 @@ std::optional<std::string> parseWords(const VerbSpec& spec,
 
 enum class KeyKind { None, Name, U32 };
 
-struct FieldSpec {
+struct FieldShape {
   std::string_view name;
   std::string_view placeholder;
 };
@@ -393,16 +393,16 @@ struct SchemaNode {
   // RecordType: the type that `set` names; Filter: the type it binds.
   std::string_view typeName;
   std::span<const SchemaNode> members;
-  std::span<const FieldSpec> fields;  // Fields: in the order dump prints them
+  std::span<const FieldShape> fields;  // Fields: in the order dump prints them
 };
 
 using K = ConfigValueKind;
 
-constexpr FieldSpec kMountConfigFields[] = {
+constexpr FieldShape kMountConfigFields[] = {
     {"vexcType", "TYPE"}, {"vexcFlags", "FLAGS"}, {"hubstorePath", "PATH"}};
-constexpr FieldSpec kPublishConfigFields[] = {{"remotePath", "REMOTE"},
+constexpr FieldShape kPublishConfigFields[] = {{"remotePath", "REMOTE"},
                                               {"vexcType", "TYPE"}};
-constexpr FieldSpec kPublishDirFields[] = {{"vexcType", "TYPE"},
+constexpr FieldShape kPublishDirFields[] = {{"vexcType", "TYPE"},
                                            {"remoteTargetPath", "REMOTE"},
                                            {"readyToPublish", "BOOL"}};
 
@@ -579,7 +579,7 @@ std::optional<std::string> parseFields(const SchemaNode& slot,
                                        std::span<const Word> value,
                                        Command& cmd) {
   std::string want;
-  for (const FieldSpec& f : slot.fields) {
+  for (const FieldShape& f : slot.fields) {
     if (!want.empty()) want += ' ';
     want += std::string(f.name) + "=" + std::string(f.placeholder);
   }

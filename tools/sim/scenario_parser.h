@@ -13,13 +13,14 @@
 //   if (!r.errors.empty()) return 2;
 //   for (const Command& c : r.commands) run(c);
 //
-// Words: blanks (space, tab) separate words; `#` opens a comment only where a
-// word begins. Double quotes may sit anywhere in a word and only stop blanks
-// and `#` from acting (`vexcType="a b"` is the one word `vexcType=a b`); inside
-// quotes `\"` and `\\` are escapes and any other backslash is kept as written.
-// `""` is the empty word. Where a word has structure (a path's `.`, `[`, `]`;
-// the `=` of NAME=VALUE words) only unquoted characters count, so a quoted key
-// may hold any of them: mountConfig.mountGroupConfig["a b"].mountConfig["x]y"].
+// Words: blanks (space, tab, CR, VT, FF) separate words; `#` opens a comment
+// where a word begins. Double quotes may sit anywhere in a word and only stop
+// blanks and `#` from acting (`vexcType="a b"` is the one word
+// `vexcType=a b`); inside quotes `\"` and `\\` are escapes and any other
+// backslash is kept as written. `""` is the empty word. Where a word has
+// structure (a path's `.`, `[`, `]`; the `=` of NAME=VALUE words) only
+// unquoted characters count, so a quoted key may hold any of them:
+// mountConfig.mountGroupConfig["a b"].mountConfig["x]y"].
 //
 // Limitation: a text holding a line break cannot be written in a scenario, so
 // quoteIfNeeded() cannot give it a form that parses back.

@@ -1,0 +1,63 @@
+#pragma once
+// Controller::PerSwitchPublishMountSm: keeps the publish directory of one
+// per-switch publish mount in line with the mount. While the mount is a
+// member of its group the directory exists, carries the mount's remote path
+// and is ready to publish; once the mount is gone, a directory still there is
+// marked not ready (never deleted). Runs once when created and again on every
+// change of the mount's publishActive (whose value it does not read).
+
+#include "foundations/notifiee_const.h"
+#include "foundations/ptr.h"
+#include "foundations/type_descriptor.h"
+#include "mountgroup/per_switch_publish_mount.h"
+
+namespace Controller {
+
+class HubstoreServiceMountGroup;
+
+class PerSwitchPublishMountSm : public Vex::PtrInterface {
+ public:
+  class VexPerSwitchPublishMount : public Vex::NotifieeConstOf<PerSwitchPublishMount> {
+   public:
+    static const Vex::TypeDescriptor& staticType();
+    const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
+    void notifierIs(const Vex::Ptr<const Vex::PtrInterface>& notifier) override;
+    void onAttribute(Vex::AttributeId attribute, const void* key) override;
+    void ownerIs(PerSwitchPublishMountSm* owner) { owner_ = owner; }
+    explicit VexPerSwitchPublishMount(PerSwitchPublishMountSm* owner) : owner_(owner) {}
+
+   private:
+    PerSwitchPublishMountSm* owner_;
+  };
+
+  static Vex::Ptr<PerSwitchPublishMountSm> PerSwitchPublishMountSmIs(
+      const Vex::String& name, const Vex::Ptr<const PerSwitchPublishMount>& mount, HubstoreServiceMountGroup* group);
+  static const Vex::TypeDescriptor& staticType();
+  const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
+
+  const Vex::String& name() const { return name_; }
+  Vex::Ptr<const PerSwitchPublishMount> perSwitchPublishMount() const;
+  HubstoreServiceMountGroup* group() const { return group_; }
+  void handlePerSwitchPublishMountActive();
+
+  void hasNotificationActiveIs(bool active) override;
+  void vexDoZombieReactors(bool zombie) override;
+
+ protected:
+  PerSwitchPublishMountSm(const Vex::String& name, const Vex::Ptr<const PerSwitchPublishMount>& mount,
+                          HubstoreServiceMountGroup* group);
+  ~PerSwitchPublishMountSm() override;
+  template <class T, class... Args>
+  friend Vex::Ptr<T> Vex::make(Args&&...);
+
+ private:
+  Vex::String name_;
+  Vex::Ptr<VexPerSwitchPublishMount> mountReactor_;
+  HubstoreServiceMountGroup* group_;
+};
+
+Vex::Ptr<PerSwitchPublishMountSm> perSwitchPublishMountSmFactory(const Vex::String& name,
+                                                                 const Vex::Ptr<const PerSwitchPublishMount>& mount,
+                                                                 HubstoreServiceMountGroup* group);
+
+}  // namespace Controller

@@ -1,0 +1,154 @@
+#pragma once
+// Controller::HubstoreService: the root object an agent creates once per
+// service. It finds the service's records by path under the hosting agent's
+// name, stamps the configuration records with the service name and the leader
+// generation id, and owns the service's mount groups, allow-lists and mount
+// status machine.
+//
+//   Controller::globalAgent = agent.get();            // before any service
+//   auto service = Controller::HubstoreService::HubstoreServiceIs("svcA", em, em);
+//   auto versions = service->versionWhiteListIs("v");
+//   versions->allowedVersionIs(1, true);
+//   auto group = service->serviceMountGroupIs("g1", mounter);
+//   group->controllerMountIs("/remote/a", "/db/a", "T", "F");
+//   group->versionWhiteListIs(versions);
+//   group->closedIs(true);
+//   service->closedIs(true);    // stale configuration of earlier runs goes
+//
+// Missing records are invariant failures (the process aborts with the
+// asserted expression); creating a group again with another mounter raises
+// Vex::MutatorReinstantiatingException and changes nothing.
+
+#include "foundations/agent.h"
+#include "foundations/collection.h"
+#include "foundations/entity_manager.h"
+#include "foundations/hubstore_status.h"
+#include "foundations/ptr.h"
+#include "foundations/service_mount_config.h"
+#include "foundations/service_mount_status.h"
+#include "foundations/service_publish_config.h"
+#include "foundations/service_publish_status.h"
+#include "foundations/string.h"
+#include "foundations/type_descriptor.h"
+#include "service/hubstore_service_mounter.h"
+
+namespace Controller {
+
+class HubstoreServiceMountGroup;
+class ServiceMountStatusSm;
+class SwitchWhiteList;
+class VersionWhiteList;
+
+// The hosting agent; set by the agent before it creates any service.
+extern Mirra::Agent* globalAgent;
+
+class HubstoreService : public Vex::PtrInterface {
+ public:
+  using EntityManagerPtr = Vex::Ptr<Mirra::EntityManager>;
+
+  // Creates and initializes the service, then turns its notifications on.
+  static Vex::Ptr<HubstoreService> HubstoreServiceIs(Vex::String serviceName,
+                                                     const EntityManagerPtr& hubstoreEntityManager,
+                                                     const EntityManagerPtr& mirraEntityManager);
+  static const Vex::TypeDescriptor& staticType();
+  const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
+
+  const Vex::String& serviceName() const { return serviceName_; }
+  const EntityManagerPtr& hubstoreEntityManager() const { return hubstoreEntityManager_; }
+  const EntityManagerPtr& mirraEntityManager() const { return mirraEntityManager_; }
+
+  const Vex::Ptr<const Hubstore::Status>& hubstoreStatus() const { return hubstoreStatus_; }
+  void hubstoreStatusIs(const Vex::Ptr<const Hubstore::Status>& status);
+  const Vex::Ptr<ServiceMountConfig>& serviceMountConfig() const { return serviceMountConfig_; }
+  void serviceMountConfigIs(const Vex::Ptr<ServiceMountConfig>& config);
+  const Vex::Ptr<const ServiceMountStatus>& serviceMountStatus() const { return serviceMountStatus_; }
+  void serviceMountStatusIs(const Vex::Ptr<const ServiceMountStatus>& status);
+  const Vex::Ptr<ServicePublishConfig>& servicePublishConfig() const { return servicePublishConfig_; }
+  void servicePublishConfigIs(const Vex::Ptr<ServicePublishConfig>& config);
+  const Vex::Ptr<const ServicePublishStatus>& servicePublishStatus() const { return servicePublishStatus_; }
+  void servicePublishStatusIs(const Vex::Ptr<const ServicePublishStatus>& status);
+
+  // Removal of configuration no live group or allow-list declares; run by
+  // handleClosed in the order mount state, switch lists, version lists.
+  void cleanupOldVersionWhiteLists();
+  void cleanupOldSwitchWhiteLists();
+  void cleanupOldMountState();
+  void handleClosed();
+  void handlePublishMountsSynchronized();
+
+  const Vex::Ptr<ServiceMountStatusSm>& mountStatusSm() const { return mountStatusSm_; }
+  // Returns the current machine when it already watches `status`; otherwise
+  // replaces it by a new one.
+  Vex::Ptr<ServiceMountStatusSm> mountStatusSmIs(const Vex::Ptr<const ServiceMountStatus>& status);
+  // Clears the machine, turns its notifications off, and returns it.
+  Vex::Ptr<ServiceMountStatusSm> mountStatusSmDel();
+
+  Vex::Ptr<HubstoreServiceMountGroup> serviceMountGroup(const Vex::String& groupName) const;
+  // Lookup without taking a reference, for per-event paths.
+  HubstoreServiceMountGroup* serviceMountGroupRaw(const Vex::String& groupName) const;
+  const Vex::Collection<Vex::String, HubstoreServiceMountGroup>& serviceMountGroupMembers() const {
+    return serviceMountGroup_;
+  }
+  Vex::Ptr<HubstoreServiceMountGroup> serviceMountGroupIs(const Vex::String& groupName,
+                                                          const Vex::Ptr<HubstoreServiceMounter>& mounter);
+  Vex::Ptr<HubstoreServiceMountGroup> serviceMountGroupDel(const Vex::String& groupName);
+  void serviceMountGroupDelAll();
+
+  Vex::Ptr<SwitchWhiteList> switchWhiteList(const Vex::String& name) const;
+  const Vex::Collection<Vex::String, SwitchWhiteList>& switchWhiteListMembers() const { return switchWhiteList_; }
+  Vex::Ptr<SwitchWhiteList> switchWhiteListIs(const Vex::String& name);
+  Vex::Ptr<SwitchWhiteList> switchWhiteListDel(const Vex::String& name);
+  void switchWhiteListDelAll();
+
+  Vex::Ptr<VersionWhiteList> versionWhiteList(const Vex::String& name) const;
+  const Vex::Collection<Vex::String, VersionWhiteList>& versionWhiteListMembers() const { return versionWhiteList_; }
+  Vex::Ptr<VersionWhiteList> versionWhiteListIs(const Vex::String& name);
+  Vex::Ptr<VersionWhiteList> versionWhiteListDel(const Vex::String& name);
+  void versionWhiteListDelAll();
+
+  bool publishMountsSynchronized() const { return publishMountsSynchronized_; }
+  // Any change, to true or back to false, marks the publish configuration ready.
+  void publishMountsSynchronizedIs(bool synchronized);
+  bool closed() const { return closed_; }
+  // true: removes stale configuration and marks the mount configuration warm.
+  void closedIs(bool closed);
+  void doCleanup();
+  bool initialized() const { return initialized_; }
+  void initializedIs(bool initialized) { initialized_ = initialized; }
+  void handleInitialized();
+
+  // Passes the flag to the status machine, the groups and the allow-lists.
+  void hasNotificationActiveIs(bool active) override;
+  void vexDoZombieReactors(bool zombie) override;
+
+ protected:
+  HubstoreService(Vex::String serviceName, const EntityManagerPtr& hubstoreEntityManager,
+                  const EntityManagerPtr& mirraEntityManager);
+  ~HubstoreService() override;
+  template <class T, class... Args>
+  friend Vex::Ptr<T> Vex::make(Args&&...);
+
+ private:
+  Vex::String serviceName_;
+  EntityManagerPtr hubstoreEntityManager_;
+  EntityManagerPtr mirraEntityManager_;
+  Vex::Ptr<const Hubstore::Status> hubstoreStatus_;
+  Vex::Ptr<ServiceMountConfig> serviceMountConfig_;
+  Vex::Ptr<const ServiceMountStatus> serviceMountStatus_;
+  Vex::Ptr<ServicePublishConfig> servicePublishConfig_;
+  Vex::Ptr<const ServicePublishStatus> servicePublishStatus_;
+  Vex::Ptr<ServiceMountStatusSm> mountStatusSm_;
+  // Declared groups first so that the version lists are destroyed first.
+  Vex::Collection<Vex::String, HubstoreServiceMountGroup> serviceMountGroup_;
+  Vex::Collection<Vex::String, SwitchWhiteList> switchWhiteList_;
+  Vex::Collection<Vex::String, VersionWhiteList> versionWhiteList_;
+  bool publishMountsSynchronized_ = false;
+  bool closed_ = false;
+  bool initialized_ = false;
+};
+
+Vex::Ptr<HubstoreService> hubstoreServiceFactory(Vex::String serviceName,
+                                                 const HubstoreService::EntityManagerPtr& hubstoreEntityManager,
+                                                 const HubstoreService::EntityManagerPtr& mirraEntityManager);
+
+}  // namespace Controller

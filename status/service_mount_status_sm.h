@@ -1,0 +1,90 @@
+#pragma once
+// Controller::ServiceMountStatusSm: follows the service's mount status record.
+// It keeps one SystemStatusSm per switch entry, and calls a closed group's
+// mounter (doInitialSwitchMountsComplete) when the record says the group's
+// initial switch mounts are done. The service owns exactly one.
+//
+// Built fully initialized: when the constructor returns, every switch already
+// in the record has its machine and every closed group already marked
+// complete has been told.
+
+#include "foundations/collection.h"
+#include "foundations/notifiee_const.h"
+#include "foundations/ptr.h"
+#include "foundations/service_mount_status.h"
+#include "foundations/type_descriptor.h"
+#include "status/system_status_sm.h"
+
+namespace Controller {
+
+class HubstoreService;
+
+class ServiceMountStatusSm : public Vex::PtrInterface {
+ public:
+  // Watches the record's systemStatus and initialMountsComplete collections.
+  class VexServiceMountStatus : public Vex::NotifieeConstOf<ServiceMountStatus> {
+   public:
+    static const Vex::TypeDescriptor& staticType();
+    const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
+    void onAttribute(Vex::AttributeId attribute, const void* key) override;
+    void ownerIs(ServiceMountStatusSm* owner) { owner_ = owner; }
+    VexServiceMountStatus(const Vex::Ptr<const ServiceMountStatus>& status, ServiceMountStatusSm* owner);
+
+   private:
+    ServiceMountStatusSm* owner_;
+  };
+
+  static Vex::Ptr<ServiceMountStatusSm> ServiceMountStatusSmIs(const Vex::Ptr<const ServiceMountStatus>& status,
+                                                               HubstoreService* hubstoreService);
+  static const Vex::TypeDescriptor& staticType();
+  const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
+
+  Vex::Ptr<const ServiceMountStatus> serviceMountStatus() const;
+  // The record's name; null without a record.
+  Vex::Name serviceName() const;
+  HubstoreService* hubstoreService() const { return hubstoreService_; }
+
+  Vex::Ptr<SystemStatusSm> systemStatusSm(const Vex::Name& systemName) const {
+    return systemStatusSm_.member(systemName);
+  }
+  const Vex::Collection<Vex::Name, SystemStatusSm>& systemStatusSmMembers() const { return systemStatusSm_; }
+  // Returns the machine for this record's name when it watches the same
+  // record; raises the null-pointer error for a null record and the
+  // reinstantiation error for another record under a used name.
+  Vex::Ptr<SystemStatusSm> systemStatusSmIs(const Vex::Ptr<const SystemStatus>& systemStatus);
+  void systemStatusSmDel(Vex::Name systemName);
+  void systemStatusSmDelAll();
+
+  void handleSystemStatus();
+  void handleSystemStatus(const Vex::Name& systemName);
+  void handleInitialMountsComplete();
+  // Also called by a mount group, with its own name, when it is created and
+  // whenever it finds itself complete.
+  void handleInitialMountsComplete(const Vex::String& groupName);
+
+  bool initialized() const { return initialized_; }
+  void initializedIs(bool initialized) { initialized_ = initialized; }
+  void handleInitialized();
+  // Drops the record and its reactor.
+  void serviceMountStatusDel();
+
+  void hasNotificationActiveIs(bool active) override;
+  void vexDoZombieReactors(bool zombie) override;
+
+ protected:
+  ServiceMountStatusSm(const Vex::Ptr<const ServiceMountStatus>& status, HubstoreService* hubstoreService);
+  ~ServiceMountStatusSm() override;
+  template <class T, class... Args>
+  friend Vex::Ptr<T> Vex::make(Args&&...);
+
+ private:
+  Vex::Ptr<VexServiceMountStatus> serviceMountStatusReactor_;
+  Vex::Collection<Vex::Name, SystemStatusSm> systemStatusSm_;
+  bool initialized_ = false;
+  HubstoreService* hubstoreService_;
+};
+
+Vex::Ptr<ServiceMountStatusSm> serviceMountStatusSmFactory(const Vex::Ptr<const ServiceMountStatus>& status,
+                                                           HubstoreService* hubstoreService);
+
+}  // namespace Controller

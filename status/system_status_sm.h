@@ -1,0 +1,103 @@
+#pragma once
+// Controller::SystemStatusSm: follows one switch's status record and tells the
+// group's mounter (doHandleControllerMountState) whenever the switch's mount
+// state for a group is set or changes. Created and owned by the service's
+// ServiceMountStatusSm, one per switch.
+//
+// On creation it reports every group status the record already holds, once.
+// A group status added later is reported from its first mountState change;
+// removing one reports nothing. The machine remembers nothing of what it
+// reported: a new sweep reports every group again.
+
+#include "foundations/collection.h"
+#include "foundations/notifiee_const.h"
+#include "foundations/ptr.h"
+#include "foundations/system_status.h"
+#include "foundations/type_descriptor.h"
+
+namespace Controller {
+
+class ServiceMountStatusSm;
+
+class SystemStatusSm : public Vex::PtrInterface {
+ public:
+  // Watches the switch record's group-status collection and keeps one
+  // VexServiceMountGroupStatus per group status in line with it.
+  class VexSystemStatus : public Vex::NotifieeConstOf<SystemStatus> {
+   public:
+    static const Vex::TypeDescriptor& staticType();
+    const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
+    void notifierIs(const Vex::Ptr<const Vex::PtrInterface>& notifier) override;
+    void onAttribute(Vex::AttributeId attribute, const void* key) override;
+    void ownerIs(SystemStatusSm* owner) { owner_ = owner; }
+    VexSystemStatus(const Vex::Ptr<const SystemStatus>& status, SystemStatusSm* owner);
+
+   private:
+    SystemStatusSm* owner_;
+  };
+
+  // Watches one group status's mountState.
+  class VexServiceMountGroupStatus : public Vex::NotifieeConstOf<ServiceMountGroupStatus> {
+   public:
+    static const Vex::TypeDescriptor& staticType();
+    const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
+    // Re-pointing to another record reports that record's state at once.
+    void notifierIs(const Vex::Ptr<const Vex::PtrInterface>& notifier) override;
+    void onAttribute(Vex::AttributeId attribute, const void* key) override;
+    void ownerIs(SystemStatusSm* owner) { owner_ = owner; }
+    // Registers on `status` without reporting anything.
+    VexServiceMountGroupStatus(const Vex::Ptr<const ServiceMountGroupStatus>& status, SystemStatusSm* owner);
+
+   private:
+    SystemStatusSm* owner_;
+  };
+
+  static Vex::Ptr<SystemStatusSm> SystemStatusSmIs(const Vex::Ptr<const SystemStatus>& systemStatus,
+                                                   ServiceMountStatusSm* serviceMountStatusSm);
+  static const Vex::TypeDescriptor& staticType();
+  const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
+
+  Vex::Ptr<const SystemStatus> systemStatus() const;
+  // The record's name: the switch's Ethernet address in text form.
+  Vex::Name systemName() const;
+  ServiceMountStatusSm* serviceMountStatusSm() const { return serviceMountStatusSm_; }
+
+  void handleMountState();
+  void handleMountState(const Vex::Name& groupName);
+
+  Vex::Ptr<VexServiceMountGroupStatus> serviceMountGroupStatus(const Vex::Name& groupName) const {
+    return serviceMountGroupStatus_.member(groupName);
+  }
+  const Vex::Collection<Vex::Name, VexServiceMountGroupStatus>& serviceMountGroupStatusMembers() const {
+    return serviceMountGroupStatus_;
+  }
+  Vex::Ptr<VexServiceMountGroupStatus> serviceMountGroupStatusIs(const Vex::Ptr<const ServiceMountGroupStatus>& status);
+  void serviceMountGroupStatusDel(Vex::Name groupName);
+  void serviceMountGroupStatusDelAll();
+
+  bool initialized() const { return initialized_; }
+  void initializedIs(bool initialized) { initialized_ = initialized; }
+  void handleInitialized();
+  // Drops the switch record and its reactor.
+  void systemStatusDel();
+
+  void hasNotificationActiveIs(bool active) override;
+  void vexDoZombieReactors(bool zombie) override;
+
+ protected:
+  SystemStatusSm(const Vex::Ptr<const SystemStatus>& systemStatus, ServiceMountStatusSm* serviceMountStatusSm);
+  ~SystemStatusSm() override;
+  template <class T, class... Args>
+  friend Vex::Ptr<T> Vex::make(Args&&...);
+
+ private:
+  Vex::Ptr<VexSystemStatus> systemStatusReactor_;
+  Vex::Collection<Vex::Name, VexServiceMountGroupStatus> serviceMountGroupStatus_;
+  bool initialized_ = false;
+  ServiceMountStatusSm* serviceMountStatusSm_;
+};
+
+Vex::Ptr<SystemStatusSm> systemStatusSmFactory(const Vex::Ptr<const SystemStatus>& systemStatus,
+                                               ServiceMountStatusSm* serviceMountStatusSm);
+
+}  // namespace Controller
