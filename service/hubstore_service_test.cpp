@@ -202,7 +202,10 @@ TEST_F(StaleState, ClosingRemovesWhatNoLiveObjectDeclaresAndKeepsTheRest) {
   auto versions = service->versionWhiteListIs("v");
   versions->allowedVersionIs(1, true);
   versions->allowedVersionIs(2, true);
-  versions->allowedVersionIs(3, false);
+  versions->allowedVersionIs(3, false);  // takes 3 out of the filters...
+  for (auto filter : {publishConfig->versionFilter("v"), mountConfig->versionFilter("v")}) {
+    filter->includedServiceVersionIs(3, true);  // ...which an earlier run had written again
+  }
   traceOn("8");
   service->closedIs(true);
 
