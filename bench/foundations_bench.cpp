@@ -1,0 +1,137 @@
+// Costs of the framework's per-event operations: dispatch of one change,
+// keyed lookups and updates at switch-fleet sizes, counted-pointer copies and
+// a trace at a disabled level.
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "foundations/collection.h"
+#include "foundations/ferrolink.h"
+#include "foundations/notifiee_const.h"
+#include "foundations/service_mount_group_status.h"
+#include "foundations/value_map.h"
+
+namespace {
+
+class CountingReactor : public Vex::NotifieeConstOf<Controller::ServiceMountGroupStatus> {
+ public:
+  static const Vex::TypeDescriptor& staticType() {
+    static const Vex::TypeDescriptor type("bench::CountingReactor", {});
+    return type;
+  }
+  const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
+  void onAttribute(Vex::AttributeId, const void*) override { ++calls; }
+  long calls = 0;
+};
+
+std::string switchName(unsigned i) {
+  char text[18];
+  std::snprintf(text, sizeof text, "00:1c:73:%02x:%02x:%02x", (i >> 16) & 0xff, (i >> 8) & 0xff, i & 0xff);
+  return text;
+}
+
+// One mountState change dispatched to N reactors.
+void BM_NotifyOneChange(benchmark::State& state) {
+  auto status = Controller::ServiceMountGroupStatus::ServiceMountGroupStatusIs("g1");
+  std::vector<Vex::Ptr<CountingReactor>> reactors;
+  for (int i = 0; i < state.range(0); ++i) {
+    auto reactor = Vex::make<CountingReactor>();
+    reactor->notifierIs(status);
+    reactor->isRegisteredNotifieeIs(true);
+    reactor->hasNotificationActiveIs(true);
+    reactors.push_back(reactor);
+  }
+  bool mounted = false;
+  for (auto _ : state) {
+    mounted = !mounted;
+    status->mountStateIs(mounted ? Controller::mountStateMounted : Controller::mountStateMounting);
+  }
+  state.counters["notifiees"] = static_cast<double>(state.range(0));
+}
+BENCHMARK(BM_NotifyOneChange)->Arg(1)->Arg(4)->Arg(16);
+
+struct Fleet {
+  std::vector<Vex::Name> names;
+  Vex::Collection<Vex::Name, Controller::ServiceMountGroupStatus> members;
+  explicit Fleet(unsigned size) {
+    for (unsigned i = 0; i < size; ++i) {
+      names.emplace_back(switchName(i));
+      members.newMember(names.back(), Controller::ServiceMountGroupStatus::ServiceMountGroupStatusIs(names.back()));
+    }
+  }
+};
+
+// A lookup by a 17-character switch name in a collection of N members.
+void BM_CollectionLookup(benchmark::State& state) {
+  Fleet fleet(static_cast<unsigned>(state.range(0)));
+  std::size_t i = 0;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(fleet.members.memberRaw(fleet.names[i]));
+    i = (i + 7919) % fleet.names.size();
+  }
+}
+BENCHMARK(BM_CollectionLookup)->Arg(10)->Arg(1000)->Arg(100000);
+
+// Erase and re-insert of one member in a collection of N members.
+void BM_CollectionEraseInsert(benchmark::State& state) {
+  Fleet fleet(static_cast<unsigned>(state.range(0)));
+  std::size_t i = 0;
+  for (auto _ : state) {
+    auto member = fleet.members.deleteMember(fleet.names[i]);
+    fleet.members.newMember(fleet.names[i], std::move(member));
+    i = (i + 7919) % fleet.names.size();
+  }
+}
+BENCHMARK(BM_CollectionEraseInsert)->Arg(10)->Arg(1000)->Arg(100000);
+
+// The same update on a value map (a filter's includedSystem set).
+void BM_ValueMapEraseInsert(benchmark::State& state) {
+  Vex::ValueMap<Vex::String, bool> map;
+  std::vector<Vex::String> names;
+  for (int i = 0; i < state.range(0); ++i) {
+    names.emplace_back(switchName(static_cast<unsigned>(i)));
+    map.valueIs(names.back(), true);
+  }
+  std::size_t i = 0;
+  for (auto _ : state) {
+    map.valueDel(names[i]);
+    map.valueIs(names[i], true);
+    i = (i + 7919) % names.size();
+  }
+}
+BENCHMARK(BM_ValueMapEraseInsert)->Arg(10)->Arg(1000)->Arg(100000);
+
+void BM_PtrCopy(benchmark::State& state) {
+  auto status = Controller::ServiceMountGroupStatus::ServiceMountGroupStatusIs("g1");
+  for (auto _ : state) {
+    Vex::Ptr<Controller::ServiceMountGroupStatus> copy = status;
+    benchmark::DoNotOptimize(copy);
+  }
+}
+BENCHMARK(BM_PtrCopy);
+
+void BM_PtrCopyThreadSafe(benchmark::State& state) {
+  auto status = Controller::ServiceMountGroupStatus::ServiceMountGroupStatusIs("g1");
+  Vex::threadSafePointersIs(true);
+  for (auto _ : state) {
+    Vex::Ptr<Controller::ServiceMountGroupStatus> copy = status;
+    benchmark::DoNotOptimize(copy);
+  }
+  Vex::threadSafePointersIs(false);
+}
+BENCHMARK(BM_PtrCopyThreadSafe);
+
+void BM_TraceDisabled(benchmark::State& state) {
+  Controller::ferrolink.levelsIs(0);
+  Vex::String group("g1");
+  for (auto _ : state) {
+    HUBSTORE_TRACE(8) << "HubstoreServiceMountGroup::" << "handlePathPrefix" << " : " << group;
+    benchmark::ClobberMemory();
+  }
+}
+BENCHMARK(BM_TraceDisabled);
+
+}  // namespace
