@@ -51,8 +51,8 @@ int main() {
   auto versions = service->versionWhiteListIs("supported");
   versions->allowedVersionIs(3, true);
   auto group = service->serviceMountGroupIs("interfaces", Vex::make<PrintingMounter>());
-  group->controllerMountIs("/Sysdb/interface/status", "/switches/interface/status", "Interface::Status", "r");
-  group->publishMountIs("/config/interfaces", "/Sysdb/interface/config", "Interface::Config");
+  group->controllerMountIs("/state/interface/status", "/switches/interface/status", "Interface::Status", "r");
+  group->publishMountIs("/config/interfaces", "/state/interface/config", "Interface::Config");
   group->versionWhiteListIs(versions);
   group->closedIs(true);
   service->closedIs(true);
@@ -60,7 +60,7 @@ int main() {
   // The mount machinery reports (normally another process writes these).
   auto switchStatus = mountStatus->systemStatusIs(Vex::Name("00:1c:73:00:00:01"));
   switchStatus->serviceMountGroupStatusIs("interfaces")->mountStateIs(mountStateMounted);
-  mountStatus->mountedPathPrefixIs("/Sysdb/interface/status", "/switches/interface/status");
+  mountStatus->mountedPathPrefixIs("/state/interface/status", "/switches/interface/status");
   publishStatus->publishGroupStatusIs("interfaces")->publishStatusIs("/config/interfaces");
   mountStatus->initialMountsCompleteIs("interfaces", true);
 
