@@ -37,7 +37,8 @@ TEST_F(Mounter, ReflectionListsTheHooksInOrderAndInvokesTheOverride) {
   ASSERT_EQ(attributes.size(), 3u);
   EXPECT_STREQ(attributes[0].name, "doMountsComplete");
   EXPECT_STREQ(attributes[1].name, "doHandleControllerMountState");
-  EXPECT_EQ(attributes[1].arguments, (std::vector<const char*>{"systemId", "groupName", "mountState", "em"}));
+  std::vector<std::string> arguments(attributes[1].arguments.begin(), attributes[1].arguments.end());
+  EXPECT_EQ(arguments, (std::vector<std::string>{"systemId", "groupName", "mountState", "em"}));
   EXPECT_STREQ(attributes[2].name, "doInitialSwitchMountsComplete");
 
   Vex::invoke(*mounter, "doInitialSwitchMountsComplete", {{"groupName", Vex::String("g1")}, {"em", em}});
