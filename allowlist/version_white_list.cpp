@@ -1,0 +1,63 @@
+#include "allowlist/version_white_list.h"
+
+#include "foundations/ferrolink.h"
+#include "service/hubstore_service.h"
+
+namespace Controller {
+
+Vex::Ptr<VersionWhiteList> VersionWhiteList::VersionWhiteListIs(const Vex::String& name, HubstoreService* service) {
+  return Vex::make<VersionWhiteList>(name, service);
+}
+
+Vex::Ptr<VersionWhiteList> versionWhiteListFactory(const Vex::String& name, HubstoreService* service) {
+  return VersionWhiteList::VersionWhiteListIs(name, service);
+}
+
+// Attribute ids follow the declaration order, from 258.
+const Vex::TypeDescriptor& VersionWhiteList::staticType() {
+  static const Vex::TypeDescriptor type("Controller::VersionWhiteList",
+                                        {{"name", Vex::AttributeKind::attribute, 258},
+                                         {"mountVersionFilter", Vex::AttributeKind::attribute, 259},
+                                         {"publishVersionFilter", Vex::AttributeKind::attribute, 260},
+                                         {"allowedVersion", Vex::AttributeKind::collection, 261},
+                                         {"handleAllowedVersion", Vex::AttributeKind::handler, 262},
+                                         {"initialized", Vex::AttributeKind::attribute, 263},
+                                         {"handleInitialized", Vex::AttributeKind::handler, 264},
+                                         {"doCleanup", Vex::AttributeKind::operation, 265},
+                                         {"service", Vex::AttributeKind::attribute, 266}});
+  return type;
+}
+
+// The filters exist and are bound before the constructor returns, so the
+// base's handler can rely on them for every entry change.
+VersionWhiteList::VersionWhiteList(const Vex::String& name, HubstoreService* service)
+    : VersionWhiteListBase(name), service_(service) {
+  handleInitialized();
+}
+
+VersionWhiteList::~VersionWhiteList() {
+  doCleanup();
+  vexDoZombieReactors(true);
+  // The base then drops the entries without running the handler: the filter
+  // records have already left the configs with everything they held.
+}
+
+void VersionWhiteList::handleInitialized() {
+  HUBSTORE_TRACE(8) << "VersionWhiteList::" << "handleInitialized" << " " << name();
+  // A fresh list starts empty, so nothing is replayed into the filters; a
+  // filter left by an earlier run is taken over as it stands.
+  publishVersionFilterIs(service_->servicePublishConfig()->versionFilterIs(name()));
+  mountVersionFilterIs(service_->serviceMountConfig()->versionFilterIs(name()));
+  initializedIs(true);
+}
+
+void VersionWhiteList::doCleanup() {
+  HUBSTORE_TRACE(8) << "VersionWhiteList::" << "doCleanup" << " " << name();
+  // Mount config first, then publish config: the opposite of the switch
+  // list, and deliberately so. Our own pointers keep the removed records
+  // until the base goes.
+  service_->serviceMountConfig()->versionFilterDel(name());
+  service_->servicePublishConfig()->versionFilterDel(name());
+}
+
+}  // namespace Controller

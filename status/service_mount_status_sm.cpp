@@ -1,0 +1,223 @@
+#include "status/service_mount_status_sm.h"
+
+#include "foundations/exception.h"
+#include "foundations/ferrolink.h"
+#include "mountgroup/hubstore_service_mount_group.h"
+#include "service/hubstore_service.h"
+
+namespace Controller {
+
+namespace {
+// The id of SystemStatusSm's systemStatus, the value a reinstantiation differs in.
+constexpr Vex::AttributeId systemStatusSmSystemStatusAttr = 258;
+}  // namespace
+
+// --- VexServiceMountStatus ---------------------------------------------------
+
+const Vex::TypeDescriptor& ServiceMountStatusSm::VexServiceMountStatus::staticType() {
+  static const Vex::TypeDescriptor type("Controller::ServiceMountStatusSm::VexServiceMountStatus", {});
+  return type;
+}
+
+ServiceMountStatusSm::VexServiceMountStatus::VexServiceMountStatus(const Vex::Ptr<const ServiceMountStatus>& status,
+                                                                   ServiceMountStatusSm* owner)
+    : owner_(owner) {
+  notifierIs(status);
+  isRegisteredNotifieeIs(true);
+}
+
+void ServiceMountStatusSm::VexServiceMountStatus::onAttribute(Vex::AttributeId attribute, const void* key) {
+  if (!key || !owner_ || vexMarkedForDeletion()) return;
+  if (attribute == ServiceMountStatus::Attr::systemStatus) {
+    owner_->handleSystemStatus(*static_cast<const Vex::Name*>(key));
+  } else if (attribute == ServiceMountStatus::Attr::initialMountsComplete) {
+    owner_->handleInitialMountsComplete(*static_cast<const Vex::String*>(key));
+  }
+}
+
+// --- ServiceMountStatusSm ----------------------------------------------------
+
+const Vex::TypeDescriptor& ServiceMountStatusSm::staticType() {
+  using K = Vex::AttributeKind;
+  // Attribute ids follow the declaration order, from 258.
+  static const Vex::TypeDescriptor type("Controller::ServiceMountStatusSm",
+                                        {{"serviceMountStatus", K::attribute, 258},
+                                         {"serviceName", K::attribute, 259},
+                                         {"systemStatusSm", K::collection, 260},
+                                         {"handleSystemStatus", K::handler, 261},
+                                         {"handleInitialMountsComplete", K::handler, 262},
+                                         {"initialized", K::attribute, 263},
+                                         {"handleInitialized", K::handler, 264},
+                                         {"hubstoreService", K::attribute, 265}});
+  return type;
+}
+
+Vex::Ptr<ServiceMountStatusSm> ServiceMountStatusSm::ServiceMountStatusSmIs(
+    const Vex::Ptr<const ServiceMountStatus>& status, HubstoreService* hubstoreService) {
+  Vex::Ptr<ServiceMountStatusSm> machine = Vex::make<ServiceMountStatusSm>(status, hubstoreService);
+  machine->hasNotificationActiveIs(true);
+  return machine;
+}
+
+Vex::Ptr<ServiceMountStatusSm> serviceMountStatusSmFactory(const Vex::Ptr<const ServiceMountStatus>& status,
+                                                           HubstoreService* hubstoreService) {
+  return ServiceMountStatusSm::ServiceMountStatusSmIs(status, hubstoreService);
+}
+
+ServiceMountStatusSm::ServiceMountStatusSm(const Vex::Ptr<const ServiceMountStatus>& status,
+                                           HubstoreService* hubstoreService)
+    : hubstoreService_(hubstoreService) {
+  if (status) {
+    serviceMountStatusReactor_ = Vex::make<VexServiceMountStatus>(status, this);
+    serviceMountStatusReactor_->hasNotificationActiveIs(true);
+  }
+  handleInitialized();
+}
+
+ServiceMountStatusSm::~ServiceMountStatusSm() {
+  vexDoZombieReactors(true);
+  systemStatusSmDelAll();
+  if (serviceMountStatusReactor_) {
+    serviceMountStatusReactor_->ownerIs(nullptr);
+    serviceMountStatusReactor_ = nullptr;
+  }
+}
+
+Vex::Ptr<const ServiceMountStatus> ServiceMountStatusSm::serviceMountStatus() const {
+  return serviceMountStatusReactor_ ? serviceMountStatusReactor_->notifierPtr() : Vex::Ptr<const ServiceMountStatus>();
+}
+
+Vex::Name ServiceMountStatusSm::serviceName() const {
+  const ServiceMountStatus* status = serviceMountStatusReactor_ ? serviceMountStatusReactor_->notifier() : nullptr;
+  return status ? status->name() : Vex::Name();
+}
+
+void ServiceMountStatusSm::handleInitialized() {
+  HUBSTORE_TRACE(8) << "ServiceMountStatusSm::" << "handleInitialized";
+  if (initialized_) return;
+  initializedIs(true);
+  handleSystemStatus();
+  handleInitialMountsComplete();
+}
+
+void ServiceMountStatusSm::handleSystemStatus() {
+  HUBSTORE_TRACE(8) << "ServiceMountStatusSm::" << "handleSystemStatus";
+  if (!initialized_) return;
+  const Vex::Ptr<const ServiceMountStatus> status = serviceMountStatus();
+  if (!status) return;
+  // Each new machine reports at once, and a hook may change the collection.
+  const Vex::Ptr<ServiceMountStatusSm> self(this);
+  for (auto entry = status->systemStatusMembers().begin(); entry != nullptr; ++entry) {
+    if (vexMarkedForDeletion()) return;
+    handleSystemStatus(entry.key());
+  }
+}
+
+void ServiceMountStatusSm::handleSystemStatus(const Vex::Name& systemName) {
+  HUBSTORE_TRACE(8) << "ServiceMountStatusSm::" << "handleSystemStatus" << ": " << systemName;
+  if (!initialized_ || vexMarkedForDeletion()) return;
+  const ServiceMountStatus* status = serviceMountStatusReactor_ ? serviceMountStatusReactor_->notifier() : nullptr;
+  if (!status) return;
+  Vex::Ptr<const SystemStatus> entry = status->systemStatus(systemName);
+  if (!entry) {
+    HUBSTORE_TRACE(7) << "Deleting ServiceMountStatusSm for " << systemName;
+    systemStatusSmDel(systemName);
+    return;
+  }
+  HUBSTORE_TRACE(7) << "Creating ServiceMountStatusSm for " << systemName;
+  const Vex::Ptr<ServiceMountStatusSm> self(this);
+  systemStatusSmIs(entry);
+}
+
+Vex::Ptr<SystemStatusSm> ServiceMountStatusSm::systemStatusSmIs(const Vex::Ptr<const SystemStatus>& systemStatus) {
+  if (!systemStatus) Vex::throwMutatorArgNullPointerException("systemStatus");
+  const Vex::Name key = systemStatus->name();
+  if (Vex::Ptr<SystemStatusSm> existing = systemStatusSm_.member(key)) {
+    const Vex::Ptr<const SystemStatus> watched = existing->systemStatus();
+    if (watched == systemStatus) return existing;
+    Vex::throwMutatorReinstantiating("systemStatusSm[" + key + "]", "systemStatus", systemStatusSmSystemStatusAttr,
+                                     Vex::describe(systemStatus.get()), Vex::describe(watched.get()));
+  }
+  const Vex::Ptr<const ServiceMountStatus> status = serviceMountStatus();
+  const bool listed = status && status->systemStatusRaw(key) == systemStatus.get();
+  Vex::Ptr<SystemStatusSm> machine = SystemStatusSm::SystemStatusSmIs(systemStatus, this);
+  // The new machine's first sweep ran hooks, which may have removed or
+  // replaced this switch's entry. The notification of that change has then
+  // already brought the collection in line with the record: keep its result.
+  if (Vex::Ptr<SystemStatusSm> nested = systemStatusSm_.member(key)) {
+    machine->vexDoZombieReactors(true);
+    return nested;
+  }
+  if (listed && status->systemStatusRaw(key) != systemStatus.get()) {
+    machine->vexDoZombieReactors(true);
+    return machine;
+  }
+  systemStatusSm_.newMember(key, machine);
+  machine->hasNotificationActiveIs(true);
+  return machine;
+}
+
+void ServiceMountStatusSm::systemStatusSmDel(Vex::Name systemName) {
+  // Marked before release: a machine still held by its own running sweep
+  // stops there instead of reaching back into this owner.
+  if (Vex::Ptr<SystemStatusSm> removed = systemStatusSm_.deleteMember(systemName)) removed->vexDoZombieReactors(true);
+}
+
+void ServiceMountStatusSm::systemStatusSmDelAll() {
+  for (auto machine = systemStatusSm_.begin(); machine != nullptr; ++machine) systemStatusSmDel(machine.key());
+}
+
+void ServiceMountStatusSm::handleInitialMountsComplete() {
+  HUBSTORE_TRACE(8) << "ServiceMountStatusSm::" << "handleInitialMountsComplete";
+  const Vex::Ptr<const ServiceMountStatus> status = serviceMountStatus();
+  if (!status) return;
+  const Vex::Ptr<ServiceMountStatusSm> self(this);
+  for (auto entry = status->initialMountsCompleteMembers().begin(); entry != nullptr; ++entry) {
+    if (vexMarkedForDeletion()) return;
+    handleInitialMountsComplete(entry->key);
+  }
+}
+
+void ServiceMountStatusSm::handleInitialMountsComplete(const Vex::String& groupName) {
+  HUBSTORE_TRACE(8) << "ServiceMountStatusSm::" << "handleInitialMountsComplete" << " " << groupName;
+  HubstoreServiceMountGroup* group = hubstoreService_ ? hubstoreService_->serviceMountGroupRaw(groupName) : nullptr;
+  if (!group) {
+    HUBSTORE_TRACE(5) << "handleInitialMountsComplete" << ": no CSMG for group " << groupName;
+    return;
+  }
+  if (!group->closed()) {
+    HUBSTORE_TRACE(5) << "handleInitialMountsComplete" << ": not closed";
+    return;
+  }
+  const ServiceMountStatus* status = serviceMountStatusReactor_ ? serviceMountStatusReactor_->notifier() : nullptr;
+  if (!status || !status->initialMountsComplete(groupName)) {
+    HUBSTORE_TRACE(5) << "handleInitialMountsComplete" << ": mounts for MG " << groupName << " not complete.";
+    return;
+  }
+  // Held here: the hook may delete the group, and with it these references.
+  const Vex::Ptr<HubstoreServiceMounter> mounter = group->mounter();
+  const Vex::Ptr<Mirra::EntityManager> entityManager = group->hubstoreEntityManager();
+  if (mounter) mounter->doInitialSwitchMountsComplete(groupName, entityManager);
+}
+
+void ServiceMountStatusSm::serviceMountStatusDel() {
+  if (!serviceMountStatusReactor_) return;
+  serviceMountStatusReactor_->ownerIs(nullptr);
+  serviceMountStatusReactor_->vexDoZombieReactors(true);
+  serviceMountStatusReactor_ = nullptr;
+}
+
+void ServiceMountStatusSm::hasNotificationActiveIs(bool active) {
+  PtrInterface::hasNotificationActiveIs(active);
+  if (serviceMountStatusReactor_) serviceMountStatusReactor_->hasNotificationActiveIs(active);
+  for (auto machine = systemStatusSm_.begin(); machine != nullptr; ++machine) {
+    (*machine)->hasNotificationActiveIs(active);
+  }
+}
+
+void ServiceMountStatusSm::vexDoZombieReactors(bool zombie) {
+  PtrInterface::vexDoZombieReactors(zombie);
+  if (serviceMountStatusReactor_) serviceMountStatusReactor_->vexDoZombieReactors(zombie);
+}
+
+}  // namespace Controller

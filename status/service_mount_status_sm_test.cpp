@@ -1,0 +1,103 @@
+#include "status/service_mount_status_sm.h"
+
+#include <gtest/gtest.h>
+
+#include "allowlist/version_white_list.h"
+#include "mountgroup/hubstore_service_mount_group.h"
+#include "service/test_world.h"
+
+namespace Controller::testing {
+namespace {
+
+class ServiceMountStatusSmTest : public World {
+ protected:
+  Vex::Ptr<HubstoreServiceMountGroup> closedGroupIs(const Vex::Ptr<HubstoreService>& service, const char* name) {
+    auto group = service->serviceMountGroupIs(name, mounter);
+    publishStatus->publishGroupStatusIs(name);  // complete as soon as closed
+    group->versionWhiteListIs(service->versionWhiteListIs("v"));
+    group->closedIs(true);
+    return group;
+  }
+  const char* a = "00:00:00:00:00:0a";
+  const char* b = "00:00:00:00:00:0b";
+};
+
+TEST_F(ServiceMountStatusSmTest, KeepsOneMachinePerSwitchEntry) {
+  mountStatus->systemStatusIs(a);
+  traceOn("7");
+  auto service = serviceIs("svcA");
+  auto sm = service->mountStatusSm();
+  mountStatus->systemStatusIs(b);
+  auto machineB = sm->systemStatusSm(b);
+  sm->handleSystemStatus(b);
+  mountStatus->systemStatusDel(a);
+  sm->handleSystemStatus("00:00:00:00:00:99");
+  EXPECT_EQ(sm->systemStatusSm(b), machineB);
+  EXPECT_EQ(sm->systemStatusSmMembers().count(), 1u);
+  EXPECT_EQ(traces(), (Log{"7 Creating ServiceMountStatusSm for 00:00:00:00:00:0a",
+                           "7 Creating ServiceMountStatusSm for 00:00:00:00:00:0b",
+                           "7 Creating ServiceMountStatusSm for 00:00:00:00:00:0b",
+                           "7 Deleting ServiceMountStatusSm for 00:00:00:00:00:0a",
+                           "7 Deleting ServiceMountStatusSm for 00:00:00:00:00:99"}));
+}
+
+TEST_F(ServiceMountStatusSmTest, RejectsANullOrSecondSwitchRecord) {
+  auto service = serviceIs("svcA");
+  auto sm = service->mountStatusSm();
+  EXPECT_THROW(sm->systemStatusSmIs(nullptr), Vex::MutatorArgNullPointerException);
+  auto machine = sm->systemStatusSmIs(mountStatus->systemStatusIs(a));
+  EXPECT_THROW(sm->systemStatusSmIs(SystemStatus::SystemStatusIs(a)), Vex::MutatorReinstantiatingException);
+  EXPECT_EQ(sm->systemStatusSm(a), machine);
+  EXPECT_EQ(machine->systemStatus(), mountStatus->systemStatus(a));
+}
+
+TEST_F(ServiceMountStatusSmTest, InitialMountsCompleteReportsForADeclaredClosedGroupEachTime) {
+  auto service = serviceIs("svcA");
+  service->serviceMountGroupIs("g1", mounter);
+  traceOn("5,8");
+  mountStatus->initialMountsCompleteIs("gz", true);
+  mountStatus->initialMountsCompleteIs("g1", true);
+  EXPECT_EQ(traces(), (Log{"8 ServiceMountStatusSm::handleInitialMountsComplete gz",
+                           "5 handleInitialMountsComplete: no CSMG for group gz",
+                           "8 ServiceMountStatusSm::handleInitialMountsComplete g1",
+                           "5 handleInitialMountsComplete: not closed"}));
+  closedGroupIs(service, "g1");
+  // Nothing remembers a report: every true entry reports again.
+  traceOn("5");
+  for (bool complete : {false, true}) mountStatus->initialMountsCompleteIs("g1", complete);
+  mountStatus->initialMountsCompleteDel("g1");
+  EXPECT_EQ(hooks,
+            (Log{"doMountsComplete g1", "doInitialSwitchMountsComplete g1", "doInitialSwitchMountsComplete g1"}));
+  EXPECT_EQ(traces(), (Log{"5 handleInitialMountsComplete: mounts for MG g1 not complete.",
+                           "5 handleInitialMountsComplete: mounts for MG g1 not complete."}));
+}
+
+TEST_F(ServiceMountStatusSmTest, NewMachineReportsSwitchesThenCompleteGroupsAndDiesQuietly) {
+  auto service = serviceIs("svcA");
+  closedGroupIs(service, "g1");
+  mountStatus->initialMountsCompleteIs("g1", true);
+  auto g1 = mountStatus->systemStatusIs(a)->serviceMountGroupStatusIs("g1", mountStateMounted);
+  hooks.clear();
+  auto second = ServiceMountStatusSm::ServiceMountStatusSmIs(mountStatus, service.get());
+  EXPECT_EQ(hooks, (Log{"doHandleControllerMountState 00:00:00:00:00:0a g1 mounted",
+                        "doInitialSwitchMountsComplete g1"}));
+  second = nullptr;
+  g1->mountStateIs(mountStateFailed);
+  EXPECT_EQ(hooks.size(), 3u);
+}
+
+TEST_F(ServiceMountStatusSmTest, NotificationFlagSwitchesTheWholeTree) {
+  auto service = serviceIs("svcA");
+  service->serviceMountGroupIs("g1", mounter);
+  auto g1 = mountStatus->systemStatusIs(a)->serviceMountGroupStatusIs("g1", mountStateMounted);
+  service->mountStatusSm()->hasNotificationActiveIs(false);
+  g1->mountStateIs(mountStateFailed);
+  mountStatus->systemStatusIs(b);
+  EXPECT_FALSE(service->mountStatusSm()->systemStatusSm(b));
+  service->mountStatusSm()->hasNotificationActiveIs(true);
+  g1->mountStateIs(mountStateMounting);
+  EXPECT_EQ(hooks, Log{"doHandleControllerMountState 00:00:00:00:00:0a g1 mounting"});
+}
+
+}  // namespace
+}  // namespace Controller::testing

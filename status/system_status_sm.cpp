@@ -1,0 +1,251 @@
+#include "status/system_status_sm.h"
+
+#include "foundations/exception.h"
+#include "foundations/ferrolink.h"
+#include "foundations/system_id.h"
+#include "mountgroup/hubstore_service_mount_group.h"
+#include "service/hubstore_service.h"
+#include "status/service_mount_status_sm.h"
+
+namespace Controller {
+
+namespace {
+
+// A reactor that leaves its machine may still be held by a dispatch that is
+// running it; without an owner and marked, it can no longer call back.
+template <class Reactor>
+void retire(const Vex::Ptr<Reactor>& reactor) {
+  reactor->ownerIs(nullptr);
+  reactor->vexDoZombieReactors(true);
+}
+
+bool listedByService(const ServiceMountStatusSm* owner, const SystemStatus* record) {
+  const Vex::Ptr<const ServiceMountStatus> status = owner ? owner->serviceMountStatus() : nullptr;
+  return status && status->systemStatusRaw(record->name()) == record;
+}
+
+}  // namespace
+
+// --- VexSystemStatus ---------------------------------------------------------
+
+const Vex::TypeDescriptor& SystemStatusSm::VexSystemStatus::staticType() {
+  static const Vex::TypeDescriptor type("Controller::SystemStatusSm::VexSystemStatus", {});
+  return type;
+}
+
+SystemStatusSm::VexSystemStatus::VexSystemStatus(const Vex::Ptr<const SystemStatus>& status, SystemStatusSm* owner)
+    : owner_(owner) {
+  notifierIs(status);
+}
+
+void SystemStatusSm::VexSystemStatus::notifierIs(const Vex::Ptr<const Vex::PtrInterface>& notifier) {
+  const Vex::Ptr<const SystemStatus> status(dynamic_cast<const SystemStatus*>(notifier.get()));
+  if (status.get() == this->notifier()) return;
+  NotifieeConst::notifierIs(status);
+  if (status && owner_ && !vexMarkedForDeletion()) {
+    // Bring the owner's reactors in line with the new record: one per group
+    // status it holds, none for a group it does not.
+    for (auto entry = status->serviceMountGroupStatusMembers().begin(); entry != nullptr; ++entry) {
+      owner_->serviceMountGroupStatusIs(*entry);
+    }
+    for (auto reactor = owner_->serviceMountGroupStatusMembers().begin(); reactor != nullptr; ++reactor) {
+      if (!status->serviceMountGroupStatusRaw(reactor.key())) owner_->serviceMountGroupStatusDel(reactor.key());
+    }
+  }
+  isRegisteredNotifieeIs(true);
+}
+
+void SystemStatusSm::VexSystemStatus::onAttribute(Vex::AttributeId attribute, const void* key) {
+  if (attribute != SystemStatus::Attr::serviceMountGroupStatus || !key || vexMarkedForDeletion()) return;
+  const SystemStatus* status = notifier();
+  if (!status || !owner_) return;
+  const Vex::Name& groupName = *static_cast<const Vex::Name*>(key);
+  if (Vex::Ptr<const ServiceMountGroupStatus> entry = status->serviceMountGroupStatus(groupName)) {
+    owner_->serviceMountGroupStatusIs(entry);
+  } else {
+    owner_->serviceMountGroupStatusDel(groupName);
+  }
+}
+
+// --- VexServiceMountGroupStatus ----------------------------------------------
+
+const Vex::TypeDescriptor& SystemStatusSm::VexServiceMountGroupStatus::staticType() {
+  static const Vex::TypeDescriptor type("Controller::SystemStatusSm::VexServiceMountGroupStatus", {});
+  return type;
+}
+
+SystemStatusSm::VexServiceMountGroupStatus::VexServiceMountGroupStatus(
+    const Vex::Ptr<const ServiceMountGroupStatus>& status, SystemStatusSm* owner)
+    : owner_(owner) {
+  // The base binding: a new reactor reports nothing until the state changes.
+  NotifieeConst::notifierIs(status);
+  isRegisteredNotifieeIs(true);
+}
+
+void SystemStatusSm::VexServiceMountGroupStatus::notifierIs(const Vex::Ptr<const Vex::PtrInterface>& notifier) {
+  const Vex::Ptr<const ServiceMountGroupStatus> status(dynamic_cast<const ServiceMountGroupStatus*>(notifier.get()));
+  if (status.get() == this->notifier()) return;
+  NotifieeConst::notifierIs(status);
+  if (status && owner_ && !vexMarkedForDeletion()) owner_->handleMountState(status->name());
+  isRegisteredNotifieeIs(true);
+}
+
+void SystemStatusSm::VexServiceMountGroupStatus::onAttribute(Vex::AttributeId attribute, const void*) {
+  if (attribute != ServiceMountGroupStatus::Attr::mountState || vexMarkedForDeletion()) return;
+  const ServiceMountGroupStatus* status = notifier();
+  if (!status || !owner_) return;
+  owner_->handleMountState(status->name());
+}
+
+// --- SystemStatusSm ----------------------------------------------------------
+
+const Vex::TypeDescriptor& SystemStatusSm::staticType() {
+  using K = Vex::AttributeKind;
+  // Attribute ids follow the declaration order, from 258.
+  static const Vex::TypeDescriptor type("Controller::SystemStatusSm",
+                                        {{"systemStatus", K::attribute, 258},
+                                         {"systemName", K::attribute, 259},
+                                         {"handleMountState", K::handler, 260},
+                                         {"serviceMountGroupStatus", K::collection, 261},
+                                         {"initialized", K::attribute, 262},
+                                         {"handleInitialized", K::handler, 263},
+                                         {"serviceMountStatusSm", K::attribute, 264}});
+  return type;
+}
+
+Vex::Ptr<SystemStatusSm> SystemStatusSm::SystemStatusSmIs(const Vex::Ptr<const SystemStatus>& systemStatus,
+                                                          ServiceMountStatusSm* serviceMountStatusSm) {
+  return Vex::make<SystemStatusSm>(systemStatus, serviceMountStatusSm);
+}
+
+Vex::Ptr<SystemStatusSm> systemStatusSmFactory(const Vex::Ptr<const SystemStatus>& systemStatus,
+                                               ServiceMountStatusSm* serviceMountStatusSm) {
+  return SystemStatusSm::SystemStatusSmIs(systemStatus, serviceMountStatusSm);
+}
+
+SystemStatusSm::SystemStatusSm(const Vex::Ptr<const SystemStatus>& systemStatus,
+                               ServiceMountStatusSm* serviceMountStatusSm)
+    : serviceMountStatusSm_(serviceMountStatusSm) {
+  if (systemStatus) {
+    // Binding creates a silent reactor for every group status already there.
+    systemStatusReactor_ = Vex::make<VexSystemStatus>(systemStatus, this);
+    systemStatusReactor_->hasNotificationActiveIs(true);
+  }
+  handleInitialized();
+}
+
+SystemStatusSm::~SystemStatusSm() {
+  vexDoZombieReactors(true);
+  serviceMountGroupStatusDelAll();
+  if (systemStatusReactor_) {
+    systemStatusReactor_->ownerIs(nullptr);
+    systemStatusReactor_ = nullptr;
+  }
+}
+
+Vex::Ptr<const SystemStatus> SystemStatusSm::systemStatus() const {
+  return systemStatusReactor_ ? systemStatusReactor_->notifierPtr() : Vex::Ptr<const SystemStatus>();
+}
+
+Vex::Name SystemStatusSm::systemName() const {
+  const SystemStatus* status = systemStatusReactor_ ? systemStatusReactor_->notifier() : nullptr;
+  return status ? status->name() : Vex::Name();
+}
+
+void SystemStatusSm::handleInitialized() {
+  if (initialized_) return;
+  initializedIs(true);
+  handleMountState();
+}
+
+void SystemStatusSm::handleMountState() {
+  HUBSTORE_TRACE(8) << "SystemStatusSm::" << "handleMountState";
+  if (!initialized_) return;
+  const SystemStatus* status = systemStatusReactor_ ? systemStatusReactor_->notifier() : nullptr;
+  if (!status) return;
+  // A hook may remove this switch mid-sweep. Its machine is then marked; a
+  // machine still being built is not yet listed by its owner, but its record
+  // is no longer listed by the service's status. Either way the sweep stops.
+  const Vex::Ptr<SystemStatusSm> self(this);
+  const Vex::Ptr<const SystemStatus> record(status);
+  const bool wasListed = listedByService(serviceMountStatusSm_, record.get());
+  for (auto entry = record->serviceMountGroupStatusMembers().begin(); entry != nullptr; ++entry) {
+    if (vexMarkedForDeletion() || (wasListed && !listedByService(serviceMountStatusSm_, record.get()))) return;
+    handleMountState(entry.key());
+  }
+}
+
+void SystemStatusSm::handleMountState(const Vex::Name& groupName) {
+  HUBSTORE_TRACE(8) << "SystemStatusSm::" << "handleMountState" << ": " << groupName;
+  if (!initialized_ || vexMarkedForDeletion()) return;
+  // Runs on every mount state event: raw lookups only, nothing allocated.
+  const SystemStatus* status = systemStatusReactor_ ? systemStatusReactor_->notifier() : nullptr;
+  if (!status) return;
+  const ServiceMountGroupStatus* groupStatus = status->serviceMountGroupStatusRaw(groupName);
+  if (!groupStatus) return;
+  const MountState mountState = groupStatus->mountState();
+  const SystemId systemId = SystemId::fromString(status->name().view());
+  HubstoreService* service = serviceMountStatusSm_ ? serviceMountStatusSm_->hubstoreService() : nullptr;
+  HubstoreServiceMountGroup* group = service ? service->serviceMountGroupRaw(groupName) : nullptr;
+  if (!group) {
+    HUBSTORE_TRACE(5) << "handleMountState" << ": mount group " << groupName << " does not exist.";
+    return;
+  }
+  if (!(group->name() == groupName)) return;
+  // Held here: the hook may delete the group, and with it these references.
+  const Vex::Ptr<HubstoreServiceMounter> mounter = group->mounter();
+  const Vex::Ptr<Mirra::EntityManager> entityManager = group->hubstoreEntityManager();
+  if (mounter) mounter->doHandleControllerMountState(systemId, groupName, mountState, entityManager);
+}
+
+Vex::Ptr<SystemStatusSm::VexServiceMountGroupStatus> SystemStatusSm::serviceMountGroupStatusIs(
+    const Vex::Ptr<const ServiceMountGroupStatus>& status) {
+  if (!status) Vex::throwMutatorArgNullPointerException("serviceMountGroupStatus");
+  const Vex::Name key = status->name();
+  Vex::Ptr<VexServiceMountGroupStatus> existing = serviceMountGroupStatus_.member(key);
+  if (existing && existing->notifier() == status.get()) return existing;
+  Vex::Ptr<VexServiceMountGroupStatus> reactor = Vex::make<VexServiceMountGroupStatus>(status, this);
+  reactor->hasNotificationActiveIs(true);
+  serviceMountGroupStatus_.newMember(key, reactor);
+  if (existing) retire(existing);
+  return reactor;
+}
+
+void SystemStatusSm::serviceMountGroupStatusDel(Vex::Name groupName) {
+  if (Vex::Ptr<VexServiceMountGroupStatus> removed = serviceMountGroupStatus_.deleteMember(groupName)) {
+    retire(removed);
+  }
+}
+
+void SystemStatusSm::serviceMountGroupStatusDelAll() {
+  for (auto reactor = serviceMountGroupStatus_.begin(); reactor != nullptr; ++reactor) {
+    serviceMountGroupStatusDel(reactor.key());
+  }
+}
+
+void SystemStatusSm::systemStatusDel() {
+  if (systemStatusReactor_) {
+    retire(systemStatusReactor_);
+    systemStatusReactor_ = nullptr;
+  }
+  // Without a record there are no group statuses to follow.
+  serviceMountGroupStatusDelAll();
+}
+
+void SystemStatusSm::hasNotificationActiveIs(bool active) {
+  PtrInterface::hasNotificationActiveIs(active);
+  if (systemStatusReactor_) systemStatusReactor_->hasNotificationActiveIs(active);
+  for (auto reactor = serviceMountGroupStatus_.begin(); reactor != nullptr; ++reactor) {
+    (*reactor)->hasNotificationActiveIs(active);
+  }
+}
+
+void SystemStatusSm::vexDoZombieReactors(bool zombie) {
+  PtrInterface::vexDoZombieReactors(zombie);
+  if (systemStatusReactor_) systemStatusReactor_->vexDoZombieReactors(zombie);
+  for (auto reactor = serviceMountGroupStatus_.begin(); reactor != nullptr; ++reactor) {
+    (*reactor)->vexDoZombieReactors(zombie);
+  }
+}
+
+}  // namespace Controller

@@ -1,0 +1,119 @@
+#include "status/system_status_sm.h"
+
+#include <gtest/gtest.h>
+
+#include "mountgroup/hubstore_service_mount_group.h"
+#include "service/test_world.h"
+#include "status/service_mount_status_sm.h"
+
+namespace Controller::testing {
+namespace {
+
+class SystemStatusSmTest : public World {
+ protected:
+  // A switch record that arrives already holding a status per named group.
+  Vex::Ptr<SystemStatus> switchIs(const char* name, std::initializer_list<const char*> groups) {
+    auto record = SystemStatus::SystemStatusIs(name);
+    for (const char* group : groups) record->serviceMountGroupStatusIs(group, mountStateMounted);
+    mountStatus->systemStatusIs(record);
+    return record;
+  }
+  const char* sw = "00:1c:73:0a:0b:0c";
+};
+
+TEST_F(SystemStatusSmTest, NewSwitchReportsEachGroupOnceUnderItsCanonicalAddress) {
+  auto service = serviceIs("svcA");
+  for (const char* g : {"g1", "g2", "g3"}) service->serviceMountGroupIs(g, mounter);
+  switchIs("00:1C:73:0A:0B:0C", {"g3", "g1", "g2"});
+  switchIs("001c.730a.0b0d", {"g2"});
+  EXPECT_EQ(hooks, (Log{"doHandleControllerMountState 00:1c:73:0a:0b:0c g1 mounted",
+                        "doHandleControllerMountState 00:1c:73:0a:0b:0c g2 mounted",
+                        "doHandleControllerMountState 00:1c:73:0a:0b:0c g3 mounted",
+                        "doHandleControllerMountState 00:1c:73:0a:0b:0d g2 mounted"}));
+}
+
+TEST_F(SystemStatusSmTest, LaterGroupStatusReportsOnlyItsChangesAndRemovalNothing) {
+  auto service = serviceIs("svcA");
+  service->serviceMountGroupIs("g1", mounter);
+  service->serviceMountGroupIs("g2", mounter);
+  auto record = switchIs(sw, {"g1"});
+  auto machine = service->mountStatusSm()->systemStatusSm(sw);
+  hooks.clear();
+  auto g2 = record->serviceMountGroupStatusIs("g2", mountStateMounted);
+  EXPECT_TRUE(machine->serviceMountGroupStatus("g2"));
+  EXPECT_EQ(hooks, Log{});
+  g2->mountStateIs(mountStateFailed);
+  g2->mountStateIs(mountStateFailed);
+  EXPECT_EQ(hooks, Log{"doHandleControllerMountState 00:1c:73:0a:0b:0c g2 failed"});
+  record->serviceMountGroupStatusDel("g2");
+  g2->mountStateIs(mountStateUnmounted);
+  EXPECT_FALSE(machine->serviceMountGroupStatus("g2"));
+  EXPECT_EQ(hooks.size(), 1u);
+}
+
+TEST_F(SystemStatusSmTest, UndeclaredGroupIsTracedAndReportsNothing) {
+  auto service = serviceIs("svcA");
+  service->serviceMountGroupIs("g1", mounter);
+  traceOn("5,7-8");
+  switchIs(sw, {"g1", "gx"});
+  EXPECT_EQ(traces(), (Log{"8 ServiceMountStatusSm::handleSystemStatus: 00:1c:73:0a:0b:0c",
+                           "7 Creating ServiceMountStatusSm for 00:1c:73:0a:0b:0c",
+                           "8 SystemStatusSm::handleMountState", "8 SystemStatusSm::handleMountState: g1",
+                           "8 SystemStatusSm::handleMountState: gx",
+                           "5 handleMountState: mount group gx does not exist."}));
+  EXPECT_EQ(hooks, Log{"doHandleControllerMountState 00:1c:73:0a:0b:0c g1 mounted"});
+}
+
+TEST_F(SystemStatusSmTest, NameThatIsNoEthernetAddressFailsTheReport) {
+  auto service = serviceIs("svcA");
+  service->serviceMountGroupIs("g1", mounter);
+  EXPECT_THROW(switchIs("switch-7", {"g1"}), Lanx::InvalidEthAddrException);
+  EXPECT_EQ(hooks, Log{});
+}
+
+TEST_F(SystemStatusSmTest, HookMayRemoveTheSwitchOrItsOwnGroup) {
+  auto service = serviceIs("svcA");
+  auto solo = Vex::make<RecordingMounter>(&hooks);
+  service->serviceMountGroupIs("g1", solo);
+  service->serviceMountGroupIs("g2", mounter);
+  solo->onMountState = [&] { mountStatus->systemStatusDel(sw); };
+  auto record = switchIs(sw, {"g1", "g2"});
+  EXPECT_EQ(hooks.size(), 1u);
+  EXPECT_FALSE(service->mountStatusSm()->systemStatusSm(sw));
+  // Group g1 then holds the only reference to `solo`, which it drops mid-call.
+  long mountersInHook = 0;
+  solo->onMountState = [&] {
+    service->serviceMountGroupDel("g1");
+    mountersInHook = HubstoreServiceMounter::staticType().liveCount();
+  };
+  solo = nullptr;
+  mountStatus->systemStatusIs(record);
+  EXPECT_EQ(mountersInHook, 2);
+  EXPECT_EQ(hooks, (Log{"doHandleControllerMountState 00:1c:73:0a:0b:0c g1 mounted",
+                        "doHandleControllerMountState 00:1c:73:0a:0b:0c g1 mounted",
+                        "doHandleControllerMountState 00:1c:73:0a:0b:0c g2 mounted"}));
+  EXPECT_TRUE(service->mountStatusSm()->systemStatusSm(sw));
+  // The change's own reactor outlives its machine; a nested change reaches no one.
+  auto g2 = record->serviceMountGroupStatusIs("g2");
+  mounter->onMountState = [&] {
+    mountStatus->systemStatusDel(sw);
+    g2->mountStateIs(mountStateFailed);
+  };
+  g2->mountStateIs(mountStateUnmounted);
+  EXPECT_EQ(hooks.size(), 4u);
+}
+
+TEST_F(SystemStatusSmTest, ThrowingHookLeavesLaterChangesReported) {
+  auto service = serviceIs("svcA");
+  service->serviceMountGroupIs("g1", mounter);
+  auto g1 = switchIs(sw, {"g1"})->serviceMountGroupStatusIs("g1");
+  mounter->onMountState = [] { throw Vex::InternalException("hook failed"); };
+  EXPECT_THROW(g1->mountStateIs(mountStateFailed), Vex::InternalException);
+  mounter->onMountState = nullptr;
+  g1->mountStateIs(mountStateMounting);
+  EXPECT_EQ(hooks.size(), 3u);
+  EXPECT_EQ(hooks.back(), "doHandleControllerMountState 00:1c:73:0a:0b:0c g1 mounting");
+}
+
+}  // namespace
+}  // namespace Controller::testing

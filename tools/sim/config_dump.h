@@ -1,0 +1,90 @@
+#pragma once
+// The two configuration records of the current agent (ServiceMountConfig and
+// ServicePublishConfig) as text: `dump` prints them as `LHS = VALUE` lines,
+// `set` and `unset` write one such line back, and a restart rebuilds fresh
+// records from a snapshot of the lines.
+//
+//   ConfigDump config(*em, "agentB");
+//   for (const std::string& line : config.lines()) out.line(line);
+//   config.set(command);   // command: `set mountConfig.warm = true`
+//
+// The records are looked up at their paths on every call, so a ConfigDump may
+// be made for one command and dropped. set and unset raise ScenarioError when
+// the line names a record whose parent does not exist, or binds a filter
+// record that does not exist; they never touch a record they do not name.
+//
+// Filter bindings name a filter record by its place (mountConfig.systemFilter[L]),
+// so a binding can only be set once that record exists. A dump lists the
+// bindings before the filter records; restore() therefore applies the
+// bindings last, and so must a scenario that feeds dump lines to set.
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "foundations/entity.h"
+#include "foundations/entity_manager.h"
+#include "foundations/mount_filter_service_version.h"
+#include "foundations/mount_filter_system.h"
+#include "foundations/ptr.h"
+#include "foundations/service_mount_config.h"
+#include "foundations/service_publish_config.h"
+#include "foundations/string.h"
+#include "tools/sim/scenario_parser.h"
+
+namespace hubstore::sim {
+
+class ConfigDump {
+ public:
+  // What a restart keeps of the configuration. A dump line says only
+  // `detached L` of a filter record that is no member of its configuration,
+  // so the records themselves are kept too, by the LHS of the line that binds
+  // them: the rebuilt group configuration points at the same record, with
+  // its entries.
+  struct Snapshot {
+    std::vector<std::string> lines;
+    std::map<std::string, Vex::Ptr<Vex::Entity>> detachedFilters;
+  };
+
+  ConfigDump(Mirra::EntityManager& em, const Vex::String& agentName);
+
+  static std::string mountConfigPath(const Vex::String& agentName);
+  static std::string publishConfigPath(const Vex::String& agentName);
+
+  // The lines between "dump begin" and "dump end", in their fixed order.
+  std::vector<std::string> lines() const;
+
+  // `set LHS = VALUE` and `unset LHS` as the parser read them.
+  void set(const Command& command);
+  void unset(const Command& command);
+
+  Snapshot snapshot() const;
+  // Replaces the records at both paths by fresh ones rebuilt from `snapshot`
+  // through set(); a root that the snapshot has as `none` is left absent.
+  void restore(const Snapshot& snapshot);
+
+ private:
+  Vex::Ptr<Controller::ServiceMountConfig> mountConfig() const;
+  Vex::Ptr<Controller::ServicePublishConfig> publishConfig() const;
+  // FILTER text of a group configuration's filter pointer.
+  std::string filterPlace(const Controller::MountFilterSystem* filter) const;
+  std::string filterPlace(const Controller::MountFilterServiceVersion* filter) const;
+  // The filter record that a FILTER value names; null for `none`.
+  template <class Filter>
+  Vex::Ptr<Filter> filterNamed(const Command& command) const;
+
+  void setRoot(const Command& command, bool present);
+  void setMountConfig(Controller::ServiceMountConfig& config, const Command& command, bool isSet);
+  void setPublishConfig(Controller::ServicePublishConfig& config, const Command& command, bool isSet);
+  template <class Config>
+  void setFilterCollection(Config& config, const Command& command, bool isSet);
+  template <class GroupConfig>
+  void setGroupFilter(GroupConfig& group, const Command& command, bool isSet);
+
+  Mirra::EntityManager& em_;
+  Vex::String agentName_;
+  // Set while restore() runs.
+  const Snapshot* restoring_ = nullptr;
+};
+
+}  // namespace hubstore::sim

@@ -1,0 +1,509 @@
+#include "tools/sim/simulator.h"
+
+#include <exception>
+#include <string_view>
+
+#include "allowlist/switch_white_list.h"
+#include "allowlist/version_white_list.h"
+#include "foundations/exception.h"
+#include "foundations/ferrolink.h"
+#include "foundations/hubstore_status.h"
+#include "foundations/mount_state.h"
+#include "foundations/service_mount_config.h"
+#include "foundations/service_mount_status.h"
+#include "foundations/service_publish_config.h"
+#include "foundations/service_publish_status.h"
+#include "foundations/system_id.h"
+#include "mountgroup/hubstore_service_mount_group.h"
+#include "tools/sim/config_dump.h"
+#include "tools/sim/recording_mounter.h"
+#include "tools/sim/scenario_error.h"
+
+namespace hubstore::sim {
+
+using Controller::HubstoreServiceMountGroup;
+using Controller::ServiceMountStatus;
+using Controller::ServicePublishStatus;
+using Controller::SystemStatus;
+
+namespace {
+
+constexpr std::string_view kHubstoreStatusPath = "controller/status";
+
+std::string mountStatusPath(const Vex::String& agent) {
+  return "controller/mount/status/service/" + agent.stdString();
+}
+std::string publishStatusPath(const Vex::String& agent) {
+  return "controller/publish/status/service/" + agent.stdString();
+}
+
+bool boolArg(const std::string& word) { return word == "true"; }
+
+Controller::MountState stateArg(const std::string& word) {
+  // The parser accepted only the five names.
+  return *Controller::mountStateFromName(word);
+}
+
+std::uint32_t versionArg(const std::string& word) { return static_cast<std::uint32_t>(std::stoul(word)); }
+
+// A record is named by the last component of its path.
+Vex::Name recordName(std::string_view path) {
+  const std::size_t slash = path.rfind('/');
+  return Vex::Name(slash == std::string_view::npos ? path : path.substr(slash + 1));
+}
+
+Vex::Ptr<Vex::Entity> newRecord(const std::string& type, const Vex::Name& name) {
+  if (type == "Hubstore::Status") return Hubstore::Status::StatusIs(name);
+  if (type == "Controller::ServiceMountConfig") return Controller::ServiceMountConfig::ServiceMountConfigIs(name);
+  if (type == "Controller::ServiceMountStatus") return ServiceMountStatus::ServiceMountStatusIs(name);
+  if (type == "Controller::ServicePublishConfig") return Controller::ServicePublishConfig::ServicePublishConfigIs(name);
+  return ServicePublishStatus::ServicePublishStatusIs(name);
+}
+
+template <class Record>
+Vex::Ptr<Record> recordAt(const Mirra::EntityManager& em, const std::string& path, std::string_view type) {
+  auto record = Vex::ptr_cast<Record>(em.getEntity(path));
+  if (!record) throw ScenarioError("no " + std::string(type) + " at " + path);
+  return record;
+}
+
+}  // namespace
+
+Simulator::Simulator(Output& out) : out_(out), em_(Mirra::EntityManager::EntityManagerIs()) {
+  Vex::traceSinkIs(&out_);
+  // Tracing starts off, whatever the environment enables.
+  Controller::ferrolink.levelsIs(0);
+}
+
+Simulator::~Simulator() {
+  // The simulated process ends; a dying process is seen doing nothing.
+  Output::Muted muted(out_);
+  service_ = nullptr;
+  mounters_.clear();
+  Controller::globalAgent = nullptr;
+  agent_ = nullptr;
+  em_ = nullptr;
+  Vex::traceSinkIs(nullptr);
+}
+
+void Simulator::traceLevelsIs(std::uint32_t mask) { Controller::ferrolink.levelsIs(mask); }
+
+int Simulator::run(const std::vector<Command>& commands, std::FILE* errors) {
+  for (const Command& command : commands) {
+    try {
+      execute(command);
+    } catch (const ScenarioError& error) {
+      std::fflush(stdout);
+      std::fprintf(errors, "%s:%d: error: %s\n", command.file.c_str(), command.line, error.what());
+      std::fflush(errors);
+      return 1;
+    }
+  }
+  return 0;
+}
+
+void Simulator::execute(const Command& command) {
+  const auto& table = handlers();
+  const auto handler = table.find(command.verb);
+  if (handler == table.end()) throw ScenarioError("no such command '" + command.verb + "'");
+  try {
+    (this->*handler->second)(command);
+  } catch (const ScenarioError&) {
+    throw;
+  } catch (const Vex::Exception& e) {
+    out_.exceptionLine(e.typeName(), e.message().view());
+  } catch (const std::exception& e) {
+    out_.exceptionLine("std::exception", e.what());
+  }
+}
+
+const std::map<std::string, Simulator::Handler, std::less<>>& Simulator::handlers() {
+  static const std::map<std::string, Handler, std::less<>> table = {
+      {"agent", &Simulator::agentCommand},
+      {"records", &Simulator::recordsCommand},
+      {"record", &Simulator::recordCommand},
+      {"recordDel", &Simulator::recordDelCommand},
+      {"leaderGenId", &Simulator::leaderGenIdCommand},
+      {"set", &Simulator::setCommand},
+      {"unset", &Simulator::unsetCommand},
+      {"restart", &Simulator::restartCommand},
+      {"systemStatus", &Simulator::systemStatusCommand},
+      {"systemStatusDel", &Simulator::systemStatusDelCommand},
+      {"serviceMountGroupStatus", &Simulator::serviceMountGroupStatusCommand},
+      {"serviceMountGroupStatusDel", &Simulator::serviceMountGroupStatusDelCommand},
+      {"mountState", &Simulator::mountStateCommand},
+      {"initialMountsComplete", &Simulator::initialMountsCompleteCommand},
+      {"initialMountsCompleteDel", &Simulator::initialMountsCompleteDelCommand},
+      {"mountedPathPrefix", &Simulator::mountedPathPrefixCommand},
+      {"mountedPathPrefixDel", &Simulator::mountedPathPrefixDelCommand},
+      {"publishGroupStatus", &Simulator::publishGroupStatusCommand},
+      {"publishGroupStatusDel", &Simulator::publishGroupStatusDelCommand},
+      {"publishStatus", &Simulator::publishStatusCommand},
+      {"publishStatusDel", &Simulator::publishStatusDelCommand},
+      {"mounter", &Simulator::mounterCommand},
+      {"service", &Simulator::serviceCommand},
+      {"serviceDel", &Simulator::serviceDelCommand},
+      {"closed", &Simulator::closedCommand},
+      {"publishMountsSynchronized", &Simulator::publishMountsSynchronizedCommand},
+      {"group", &Simulator::groupCommand},
+      {"groupDel", &Simulator::groupDelCommand},
+      {"controllerMount", &Simulator::controllerMountCommand},
+      {"publishMount", &Simulator::publishMountCommand},
+      {"perSwitchPublishMount", &Simulator::perSwitchPublishMountCommand},
+      {"controllerMountDel", &Simulator::controllerMountDelCommand},
+      {"publishMountDel", &Simulator::publishMountDelCommand},
+      {"perSwitchPublishMountDel", &Simulator::perSwitchPublishMountDelCommand},
+      {"controllerMountDelAll", &Simulator::controllerMountDelAllCommand},
+      {"publishMountDelAll", &Simulator::publishMountDelAllCommand},
+      {"perSwitchPublishMountDelAll", &Simulator::perSwitchPublishMountDelAllCommand},
+      {"publishActive", &Simulator::publishActiveCommand},
+      {"groupSwitchWhiteList", &Simulator::groupSwitchWhiteListCommand},
+      {"groupVersionWhiteList", &Simulator::groupVersionWhiteListCommand},
+      {"groupClosed", &Simulator::groupClosedCommand},
+      {"groupPreserveMountsOnDisconnect", &Simulator::groupPreserveMountsOnDisconnectCommand},
+      {"switchWhiteList", &Simulator::switchWhiteListCommand},
+      {"switchWhiteListDel", &Simulator::switchWhiteListDelCommand},
+      {"allowedSwitch", &Simulator::allowedSwitchCommand},
+      {"allowedSwitchDel", &Simulator::allowedSwitchDelCommand},
+      {"allowedSwitchDelAll", &Simulator::allowedSwitchDelAllCommand},
+      {"versionWhiteList", &Simulator::versionWhiteListCommand},
+      {"versionWhiteListDel", &Simulator::versionWhiteListDelCommand},
+      {"allowedVersion", &Simulator::allowedVersionCommand},
+      {"allowedVersionDel", &Simulator::allowedVersionDelCommand},
+      {"allowedVersionDelAll", &Simulator::allowedVersionDelAllCommand},
+      {"trace", &Simulator::traceCommand},
+      {"dump", &Simulator::dumpCommand},
+      {"echo", &Simulator::echoCommand},
+  };
+  return table;
+}
+
+// ---------------------------------------------------------------------------
+// Lookups
+
+const Vex::String& Simulator::agentName() const {
+  if (!agent_) throw ScenarioError("no agent (create one with 'agent NAME')");
+  return agent_->name();
+}
+
+Controller::HubstoreService& Simulator::service() const {
+  if (!service_) throw ScenarioError("no service (create one with 'service NAME')");
+  return *service_;
+}
+
+Vex::Ptr<HubstoreServiceMountGroup> Simulator::group(const std::string& name) const {
+  auto found = service().serviceMountGroup(Vex::String(name));
+  if (!found) throw ScenarioError("unknown group " + name);
+  return found;
+}
+
+Vex::Ptr<Controller::SwitchWhiteList> Simulator::switchList(const std::string& name) const {
+  auto found = service().switchWhiteList(Vex::String(name));
+  if (!found) throw ScenarioError("unknown switch allow-list " + name);
+  return found;
+}
+
+Vex::Ptr<Controller::VersionWhiteList> Simulator::versionList(const std::string& name) const {
+  auto found = service().versionWhiteList(Vex::String(name));
+  if (!found) throw ScenarioError("unknown version allow-list " + name);
+  return found;
+}
+
+Vex::Ptr<Controller::HubstoreServiceMounter> Simulator::mounter(const std::string& name) const {
+  auto found = mounters_.find(name);
+  if (found == mounters_.end()) throw ScenarioError("unknown mounter " + name);
+  return found->second;
+}
+
+Vex::Ptr<ServiceMountStatus> Simulator::mountStatusRecord() const {
+  return recordAt<ServiceMountStatus>(*em_, mountStatusPath(agentName()), "Controller::ServiceMountStatus");
+}
+
+Vex::Ptr<ServicePublishStatus> Simulator::publishStatusRecord() const {
+  return recordAt<ServicePublishStatus>(*em_, publishStatusPath(agentName()), "Controller::ServicePublishStatus");
+}
+
+Vex::Ptr<SystemStatus> Simulator::systemStatusRecord(const std::string& system) const {
+  auto status = mountStatusRecord();
+  const Vex::Name name(system);
+  if (!status->systemStatusRaw(name)) throw ScenarioError("unknown switch status " + system);
+  return status->systemStatusIs(name);  // the existing record, writable
+}
+
+// ---------------------------------------------------------------------------
+// The world
+
+void Simulator::agentCommand(const Command& c) {
+  agent_ = Mirra::Agent::AgentIs(Vex::String(c.args[0]));
+  Controller::globalAgent = agent_.get();
+}
+
+void Simulator::recordsCommand(const Command& c) {
+  const Vex::String agent = agentName();
+  auto status = Hubstore::Status::StatusIs(recordName(kHubstoreStatusPath));
+  status->leaderGenIdIs(Vex::String(c.fields.empty() ? std::string("gen-1") : c.fields[0].second));
+  em_->entityIs(Vex::String(kHubstoreStatusPath), status);
+  em_->entityIs(ConfigDump::mountConfigPath(agent), Controller::ServiceMountConfig::ServiceMountConfigIs(agent));
+  em_->entityIs(mountStatusPath(agent), ServiceMountStatus::ServiceMountStatusIs(agent));
+  em_->entityIs(ConfigDump::publishConfigPath(agent), Controller::ServicePublishConfig::ServicePublishConfigIs(agent));
+  em_->entityIs(publishStatusPath(agent), ServicePublishStatus::ServicePublishStatusIs(agent));
+}
+
+void Simulator::recordCommand(const Command& c) {
+  // The parser put the qualified type name in `scalar`.
+  em_->entityIs(Vex::String(c.args[0]), newRecord(c.scalar, recordName(c.args[0])));
+}
+
+void Simulator::recordDelCommand(const Command& c) {
+  if (!em_->entityDel(Vex::String(c.args[0]))) throw ScenarioError("no record at " + c.args[0]);
+}
+
+void Simulator::leaderGenIdCommand(const Command& c) {
+  recordAt<Hubstore::Status>(*em_, std::string(kHubstoreStatusPath), "Hubstore::Status")
+      ->leaderGenIdIs(Vex::String(c.args[0]));
+}
+
+void Simulator::setCommand(const Command& c) { ConfigDump(*em_, agentName()).set(c); }
+
+void Simulator::unsetCommand(const Command& c) { ConfigDump(*em_, agentName()).unset(c); }
+
+void Simulator::restartCommand(const Command&) {
+  ConfigDump config(*em_, agentName());
+  // A dying process runs no destructor: what the service's teardown does to
+  // the records it held is not seen, and the configuration survives as it was.
+  const ConfigDump::Snapshot snapshot = config.snapshot();
+  {
+    Output::Muted muted(out_);
+    service_ = nullptr;
+  }
+  config.restore(snapshot);
+}
+
+// ---------------------------------------------------------------------------
+// The mount machinery
+
+void Simulator::systemStatusCommand(const Command& c) {
+  auto status = mountStatusRecord();
+  // The switch record arrives already holding its group statuses.
+  auto system = SystemStatus::SystemStatusIs(Vex::Name(c.args[0]));
+  for (const auto& [group, state] : c.fields) system->serviceMountGroupStatusIs(Vex::Name(group), stateArg(state));
+  status->systemStatusIs(system);
+}
+
+void Simulator::systemStatusDelCommand(const Command& c) {
+  systemStatusRecord(c.args[0]);
+  mountStatusRecord()->systemStatusDel(Vex::Name(c.args[0]));
+}
+
+void Simulator::serviceMountGroupStatusCommand(const Command& c) {
+  const auto state = c.args.size() > 2 ? stateArg(c.args[2]) : Controller::mountStateUnknown;
+  systemStatusRecord(c.args[0])->serviceMountGroupStatusIs(Vex::Name(c.args[1]), state);
+}
+
+void Simulator::serviceMountGroupStatusDelCommand(const Command& c) {
+  auto system = systemStatusRecord(c.args[0]);
+  if (!system->serviceMountGroupStatusRaw(Vex::Name(c.args[1]))) {
+    throw ScenarioError("switch status " + c.args[0] + " has no group status " + c.args[1]);
+  }
+  system->serviceMountGroupStatusDel(Vex::Name(c.args[1]));
+}
+
+void Simulator::mountStateCommand(const Command& c) {
+  auto system = systemStatusRecord(c.args[0]);
+  if (!system->serviceMountGroupStatusRaw(Vex::Name(c.args[1]))) {
+    throw ScenarioError("switch status " + c.args[0] + " has no group status " + c.args[1]);
+  }
+  system->serviceMountGroupStatusIs(Vex::Name(c.args[1]))->mountStateIs(stateArg(c.args[2]));
+}
+
+void Simulator::initialMountsCompleteCommand(const Command& c) {
+  mountStatusRecord()->initialMountsCompleteIs(Vex::String(c.args[0]), boolArg(c.args[1]));
+}
+
+void Simulator::initialMountsCompleteDelCommand(const Command& c) {
+  mountStatusRecord()->initialMountsCompleteDel(Vex::String(c.args[0]));
+}
+
+void Simulator::mountedPathPrefixCommand(const Command& c) {
+  mountStatusRecord()->mountedPathPrefixIs(Vex::Name(c.args[0]), Vex::String(c.args[1]));
+}
+
+void Simulator::mountedPathPrefixDelCommand(const Command& c) {
+  mountStatusRecord()->mountedPathPrefixDel(Vex::Name(c.args[0]));
+}
+
+void Simulator::publishGroupStatusCommand(const Command& c) {
+  publishStatusRecord()->publishGroupStatusIs(Vex::Name(c.args[0]));
+}
+
+void Simulator::publishGroupStatusDelCommand(const Command& c) {
+  auto status = publishStatusRecord();
+  if (!status->publishGroupStatus(Vex::Name(c.args[0]))) {
+    throw ScenarioError("unknown publish group status " + c.args[0]);
+  }
+  status->publishGroupStatusDel(Vex::Name(c.args[0]));
+}
+
+void Simulator::publishStatusCommand(const Command& c) {
+  auto status = publishStatusRecord();
+  if (!status->publishGroupStatus(Vex::Name(c.args[0]))) {
+    throw ScenarioError("unknown publish group status " + c.args[0]);
+  }
+  status->publishGroupStatusIs(Vex::Name(c.args[0]))->publishStatusIs(Vex::Name(c.args[1]));
+}
+
+void Simulator::publishStatusDelCommand(const Command& c) {
+  auto status = publishStatusRecord();
+  if (!status->publishGroupStatus(Vex::Name(c.args[0]))) {
+    throw ScenarioError("unknown publish group status " + c.args[0]);
+  }
+  status->publishGroupStatusIs(Vex::Name(c.args[0]))->publishStatusDel(Vex::Name(c.args[1]));
+}
+
+// ---------------------------------------------------------------------------
+// The agent
+
+void Simulator::mounterCommand(const Command& c) {
+  const std::string& name = c.args[0];
+  if (mounters_.count(name)) throw ScenarioError("mounter " + name + " exists");
+  if (c.args.size() > 1) {
+    mounters_[name] = Vex::make<Controller::HubstoreServiceMounter>();
+  } else {
+    mounters_[name] = Vex::make<RecordingMounter>(name, out_);
+  }
+}
+
+void Simulator::serviceCommand(const Command& c) {
+  if (service_) throw ScenarioError("a service exists (release it with 'serviceDel' first)");
+  service_ = Controller::HubstoreService::HubstoreServiceIs(Vex::String(c.args[0]), em_, em_);
+}
+
+void Simulator::serviceDelCommand(const Command&) {
+  service();
+  service_ = nullptr;
+}
+
+void Simulator::closedCommand(const Command& c) { service().closedIs(boolArg(c.args[0])); }
+
+void Simulator::publishMountsSynchronizedCommand(const Command& c) {
+  service().publishMountsSynchronizedIs(boolArg(c.args[0]));
+}
+
+void Simulator::groupCommand(const Command& c) {
+  Controller::HubstoreService& svc = service();
+  const auto groupMounter = c.args[1] == "none" ? nullptr : mounter(c.args[1]);
+  svc.serviceMountGroupIs(Vex::String(c.args[0]), groupMounter);
+}
+
+void Simulator::groupDelCommand(const Command& c) {
+  group(c.args[0]);
+  service().serviceMountGroupDel(Vex::String(c.args[0]));
+}
+
+void Simulator::controllerMountCommand(const Command& c) {
+  group(c.args[0])->controllerMountIs(Vex::Name(c.args[1]), Vex::String(c.args[2]), Vex::String(c.args[3]),
+                                      Vex::String(c.args[4]));
+}
+
+void Simulator::publishMountCommand(const Command& c) {
+  group(c.args[0])->publishMountIs(Vex::Name(c.args[1]), Vex::String(c.args[2]), Vex::String(c.args[3]));
+}
+
+void Simulator::perSwitchPublishMountCommand(const Command& c) {
+  group(c.args[0])->perSwitchPublishMountIs(Vex::Name(c.args[1]), Vex::String(c.args[2]), Vex::String(c.args[3]));
+}
+
+void Simulator::controllerMountDelCommand(const Command& c) {
+  group(c.args[0])->controllerMountDel(Vex::Name(c.args[1]));
+}
+
+void Simulator::publishMountDelCommand(const Command& c) { group(c.args[0])->publishMountDel(Vex::Name(c.args[1])); }
+
+void Simulator::perSwitchPublishMountDelCommand(const Command& c) {
+  group(c.args[0])->perSwitchPublishMountDel(Vex::Name(c.args[1]));
+}
+
+void Simulator::controllerMountDelAllCommand(const Command& c) { group(c.args[0])->controllerMountDelAll(); }
+
+void Simulator::publishMountDelAllCommand(const Command& c) { group(c.args[0])->publishMountDelAll(); }
+
+void Simulator::perSwitchPublishMountDelAllCommand(const Command& c) {
+  group(c.args[0])->perSwitchPublishMountDelAll();
+}
+
+void Simulator::publishActiveCommand(const Command& c) {
+  auto mount = group(c.args[0])->perSwitchPublishMount(Vex::Name(c.args[1]));
+  if (!mount) throw ScenarioError("group " + c.args[0] + " has no per-switch publish mount " + c.args[1]);
+  mount->publishActiveIs(boolArg(c.args[2]));
+}
+
+void Simulator::groupSwitchWhiteListCommand(const Command& c) {
+  auto target = group(c.args[0]);
+  target->switchWhiteListIs(c.args[1] == "none" ? nullptr : switchList(c.args[1]));
+}
+
+void Simulator::groupVersionWhiteListCommand(const Command& c) {
+  auto target = group(c.args[0]);
+  target->versionWhiteListIs(c.args[1] == "none" ? nullptr : versionList(c.args[1]));
+}
+
+void Simulator::groupClosedCommand(const Command& c) { group(c.args[0])->closedIs(boolArg(c.args[1])); }
+
+void Simulator::groupPreserveMountsOnDisconnectCommand(const Command& c) {
+  group(c.args[0])->preserveMountsOnDisconnectIs(boolArg(c.args[1]));
+}
+
+void Simulator::switchWhiteListCommand(const Command& c) { service().switchWhiteListIs(Vex::String(c.args[0])); }
+
+void Simulator::switchWhiteListDelCommand(const Command& c) {
+  switchList(c.args[0]);
+  service().switchWhiteListDel(Vex::String(c.args[0]));
+}
+
+void Simulator::allowedSwitchCommand(const Command& c) {
+  switchList(c.args[0])->allowedSwitchIs(Controller::SystemId::fromString(c.args[1]), boolArg(c.args[2]));
+}
+
+void Simulator::allowedSwitchDelCommand(const Command& c) {
+  switchList(c.args[0])->allowedSwitchDel(Controller::SystemId::fromString(c.args[1]));
+}
+
+void Simulator::allowedSwitchDelAllCommand(const Command& c) { switchList(c.args[0])->allowedSwitchDelAll(); }
+
+void Simulator::versionWhiteListCommand(const Command& c) { service().versionWhiteListIs(Vex::String(c.args[0])); }
+
+void Simulator::versionWhiteListDelCommand(const Command& c) {
+  versionList(c.args[0]);
+  service().versionWhiteListDel(Vex::String(c.args[0]));
+}
+
+void Simulator::allowedVersionCommand(const Command& c) {
+  versionList(c.args[0])->allowedVersionIs(versionArg(c.args[1]), boolArg(c.args[2]));
+}
+
+void Simulator::allowedVersionDelCommand(const Command& c) {
+  versionList(c.args[0])->allowedVersionDel(versionArg(c.args[1]));
+}
+
+void Simulator::allowedVersionDelAllCommand(const Command& c) { versionList(c.args[0])->allowedVersionDelAll(); }
+
+// ---------------------------------------------------------------------------
+// The tool
+
+void Simulator::traceCommand(const Command& c) { traceLevelsIs(*parseTraceLevels(c.args[0])); }
+
+void Simulator::dumpCommand(const Command&) {
+  ConfigDump config(*em_, agentName());
+  const std::vector<std::string> lines = config.lines();
+  out_.line("dump begin");
+  for (const std::string& line : lines) out_.line(line);
+  out_.line("dump end");
+}
+
+void Simulator::echoCommand(const Command& c) {
+  std::string text = "#";
+  for (const std::string& word : c.args) text += " " + word;
+  out_.line(text);
+}
+
+}  // namespace hubstore::sim

@@ -1,0 +1,148 @@
+#pragma once
+// The simulated controller that runs a scenario: one state database (entity
+// manager), the hosting agent, the agent's mounters by name, and at most one
+// HubstoreService. Each command is either a call the agent makes into the
+// library or a write the mount machinery makes to a status record; what the
+// library does in answer is printed on the Output as it happens.
+//
+//   Output out(stdout);
+//   Simulator sim(out);
+//   int status = sim.run(parseScenario("a.scn", text).commands, stderr);
+//
+// The agent holds a counted reference to its service and its mounters and to
+// nothing else of the library: groups and allow-lists are found by name
+// through the service at each command, so serviceDel, groupDel and the list
+// deletions release exactly what the library itself no longer holds.
+//
+// An exception that leaves a library call is printed ("error TYPE: MESSAGE")
+// and the run goes on. A command that cannot run (an unknown object, no
+// agent, no service, ...) ends the run with status 1.
+//
+// The world lives as long as the Simulator; several runs share it. When it is
+// destroyed the simulated process ends: its teardown prints nothing.
+
+#include <cstdint>
+#include <cstdio>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "foundations/agent.h"
+#include "foundations/entity_manager.h"
+#include "foundations/ptr.h"
+#include "service/hubstore_service.h"
+#include "service/hubstore_service_mounter.h"
+#include "tools/sim/output.h"
+#include "tools/sim/scenario_parser.h"
+
+namespace Controller {
+class HubstoreServiceMountGroup;
+class ServiceMountStatus;
+class ServicePublishStatus;
+class SwitchWhiteList;
+class SystemStatus;
+class VersionWhiteList;
+}  // namespace Controller
+
+namespace hubstore::sim {
+
+class Simulator {
+ public:
+  // Installs itself as the library's trace sink, with every level off.
+  explicit Simulator(Output& out);
+  ~Simulator();
+  Simulator(const Simulator&) = delete;
+  Simulator& operator=(const Simulator&) = delete;
+
+  // Bit L enables trace level L, as parseTraceLevels() gives it.
+  void traceLevelsIs(std::uint32_t mask);
+
+  // Runs `commands` in order. Returns 0 when every command ran; at the first
+  // that could not, writes "FILE:LINE: error: MESSAGE" to `errors` and
+  // returns 1 without running the rest.
+  int run(const std::vector<Command>& commands, std::FILE* errors);
+
+ private:
+  using Handler = void (Simulator::*)(const Command&);
+  static const std::map<std::string, Handler, std::less<>>& handlers();
+  void execute(const Command& command);
+
+  // Lookups that raise ScenarioError when the object is not there.
+  const Vex::String& agentName() const;
+  Controller::HubstoreService& service() const;
+  Vex::Ptr<Controller::HubstoreServiceMountGroup> group(const std::string& name) const;
+  Vex::Ptr<Controller::SwitchWhiteList> switchList(const std::string& name) const;
+  Vex::Ptr<Controller::VersionWhiteList> versionList(const std::string& name) const;
+  Vex::Ptr<Controller::HubstoreServiceMounter> mounter(const std::string& name) const;
+  Vex::Ptr<Controller::ServiceMountStatus> mountStatusRecord() const;
+  Vex::Ptr<Controller::ServicePublishStatus> publishStatusRecord() const;
+  Vex::Ptr<Controller::SystemStatus> systemStatusRecord(const std::string& system) const;
+
+  // The world
+  void agentCommand(const Command& c);
+  void recordsCommand(const Command& c);
+  void recordCommand(const Command& c);
+  void recordDelCommand(const Command& c);
+  void leaderGenIdCommand(const Command& c);
+  void setCommand(const Command& c);
+  void unsetCommand(const Command& c);
+  void restartCommand(const Command& c);
+  // The mount machinery
+  void systemStatusCommand(const Command& c);
+  void systemStatusDelCommand(const Command& c);
+  void serviceMountGroupStatusCommand(const Command& c);
+  void serviceMountGroupStatusDelCommand(const Command& c);
+  void mountStateCommand(const Command& c);
+  void initialMountsCompleteCommand(const Command& c);
+  void initialMountsCompleteDelCommand(const Command& c);
+  void mountedPathPrefixCommand(const Command& c);
+  void mountedPathPrefixDelCommand(const Command& c);
+  void publishGroupStatusCommand(const Command& c);
+  void publishGroupStatusDelCommand(const Command& c);
+  void publishStatusCommand(const Command& c);
+  void publishStatusDelCommand(const Command& c);
+  // The agent
+  void mounterCommand(const Command& c);
+  void serviceCommand(const Command& c);
+  void serviceDelCommand(const Command& c);
+  void closedCommand(const Command& c);
+  void publishMountsSynchronizedCommand(const Command& c);
+  void groupCommand(const Command& c);
+  void groupDelCommand(const Command& c);
+  void controllerMountCommand(const Command& c);
+  void publishMountCommand(const Command& c);
+  void perSwitchPublishMountCommand(const Command& c);
+  void controllerMountDelCommand(const Command& c);
+  void publishMountDelCommand(const Command& c);
+  void perSwitchPublishMountDelCommand(const Command& c);
+  void controllerMountDelAllCommand(const Command& c);
+  void publishMountDelAllCommand(const Command& c);
+  void perSwitchPublishMountDelAllCommand(const Command& c);
+  void publishActiveCommand(const Command& c);
+  void groupSwitchWhiteListCommand(const Command& c);
+  void groupVersionWhiteListCommand(const Command& c);
+  void groupClosedCommand(const Command& c);
+  void groupPreserveMountsOnDisconnectCommand(const Command& c);
+  void switchWhiteListCommand(const Command& c);
+  void switchWhiteListDelCommand(const Command& c);
+  void allowedSwitchCommand(const Command& c);
+  void allowedSwitchDelCommand(const Command& c);
+  void allowedSwitchDelAllCommand(const Command& c);
+  void versionWhiteListCommand(const Command& c);
+  void versionWhiteListDelCommand(const Command& c);
+  void allowedVersionCommand(const Command& c);
+  void allowedVersionDelCommand(const Command& c);
+  void allowedVersionDelAllCommand(const Command& c);
+  // The tool
+  void traceCommand(const Command& c);
+  void dumpCommand(const Command& c);
+  void echoCommand(const Command& c);
+
+  Output& out_;
+  Vex::Ptr<Mirra::EntityManager> em_;
+  Vex::Ptr<Mirra::Agent> agent_;
+  std::map<std::string, Vex::Ptr<Controller::HubstoreServiceMounter>> mounters_;
+  Vex::Ptr<Controller::HubstoreService> service_;
+};
+
+}  // namespace hubstore::sim
