@@ -26,7 +26,12 @@
 
 namespace {
 long long liveBytes = 0;
+
+void release(void* p) noexcept {
+  if (p) liveBytes -= static_cast<long long>(malloc_usable_size(p));
+  std::free(p);
 }
+}  // namespace
 
 void* operator new(std::size_t size) {
   void* p = std::malloc(size ? size : 1);
@@ -34,11 +39,8 @@ void* operator new(std::size_t size) {
   liveBytes += static_cast<long long>(malloc_usable_size(p));
   return p;
 }
-void operator delete(void* p) noexcept {
-  if (p) liveBytes -= static_cast<long long>(malloc_usable_size(p));
-  std::free(p);
-}
-void operator delete(void* p, std::size_t) noexcept { operator delete(p); }
+void operator delete(void* p) noexcept { release(p); }
+void operator delete(void* p, std::size_t) noexcept { release(p); }
 
 namespace {
 

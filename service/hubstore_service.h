@@ -15,10 +15,14 @@
 //   group->closedIs(true);
 //   service->closedIs(true);    // stale configuration of earlier runs goes
 //
+// This header brings the whole public API: the types its operations return.
+//
 // Missing records are invariant failures (the process aborts with the
 // asserted expression); creating a group again with another mounter raises
 // Vex::MutatorReinstantiatingException and changes nothing.
 
+#include "allowlist/switch_white_list.h"
+#include "allowlist/version_white_list.h"
 #include "foundations/agent.h"
 #include "foundations/collection.h"
 #include "foundations/entity_manager.h"
@@ -30,14 +34,11 @@
 #include "foundations/service_publish_status.h"
 #include "foundations/string.h"
 #include "foundations/type_descriptor.h"
+#include "mountgroup/hubstore_service_mount_group.h"
 #include "service/hubstore_service_mounter.h"
+#include "status/service_mount_status_sm.h"
 
 namespace Controller {
-
-class HubstoreServiceMountGroup;
-class ServiceMountStatusSm;
-class SwitchWhiteList;
-class VersionWhiteList;
 
 // The hosting agent; set by the agent before it creates any service.
 extern Mirra::Agent* globalAgent;

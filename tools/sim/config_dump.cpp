@@ -214,22 +214,25 @@ Vex::Ptr<Filter> ConfigDump::filterNamed(const Command& command) const {
   if (!command.filter) return nullptr;
   const ConfigPath& place = *command.filter;
   // The parser checked that the place is a collection member of this type.
+  // A dump prints a group's binding before the filter record it names, so
+  // binding creates the record when it is not there yet: dump lines fed to
+  // set in their printed order rebuild the configuration.
   const Vex::Name key = keyOf(place[1]);
   Vex::Ptr<Filter> filter;
   if constexpr (std::is_same_v<Filter, MountFilterSystem>) {
     if (place[0].attribute == kMountRoot) {
-      if (auto config = mountConfig()) filter = config->systemFilter(key);
+      if (auto config = mountConfig()) filter = config->systemFilterIs(key);
     } else if (auto config = publishConfig()) {
-      filter = config->systemFilter(key);
+      filter = config->systemFilterIs(key);
     }
   } else {
     if (place[0].attribute == kMountRoot) {
-      if (auto config = mountConfig()) filter = config->versionFilter(key);
+      if (auto config = mountConfig()) filter = config->versionFilterIs(key);
     } else if (auto config = publishConfig()) {
-      filter = config->versionFilter(key);
+      filter = config->versionFilterIs(key);
     }
   }
-  if (!filter) throw ScenarioError("filter " + formatConfigPath(place) + " does not exist");
+  if (!filter) throw ScenarioError("filter " + formatConfigPath(place) + ": its configuration record does not exist");
   return filter;
 }
 
@@ -458,12 +461,7 @@ void ConfigDump::restore(const Snapshot& snapshot) {
   em_.entityDel(publishConfigPath(agentName_));
   restoring_ = &snapshot;
   try {
-    for (const Command& command : parsed.commands) {
-      if (command.valueKind != ConfigValueKind::Filter) set(command);
-    }
-    for (const Command& command : parsed.commands) {
-      if (command.valueKind == ConfigValueKind::Filter) set(command);
-    }
+    for (const Command& command : parsed.commands) set(command);
   } catch (...) {
     restoring_ = nullptr;
     throw;

@@ -10,13 +10,13 @@
 //
 // The records are looked up at their paths on every call, so a ConfigDump may
 // be made for one command and dropped. set and unset raise ScenarioError when
-// the line names a record whose parent does not exist, or binds a filter
-// record that does not exist; they never touch a record they do not name.
+// the line names a record whose parent does not exist, or binds a filter in a
+// configuration record that does not exist.
 //
-// Filter bindings name a filter record by its place (mountConfig.systemFilter[L]),
-// so a binding can only be set once that record exists. A dump lists the
-// bindings before the filter records; restore() therefore applies the
-// bindings last, and so must a scenario that feeds dump lines to set.
+// Filter bindings name a filter record by its place (mountConfig.systemFilter[L]).
+// A dump lists a group's bindings before the filter records, so binding
+// creates the named filter record when it is missing: a dump's lines fed to
+// set in their printed order rebuild the configuration.
 
 #include <map>
 #include <string>
