@@ -47,6 +47,13 @@ void watchedRecordIs(Group* owner, Vex::Ptr<Reactor>& slot, const Vex::Ptr<const
   }
 }
 
+// Entries are immutable: declaring one again may only repeat its values.
+void requireUnchanged(const char* collection, const Vex::Name& key, const char* attribute, Vex::AttributeId id,
+                      const Vex::String& given, const Vex::String& held) {
+  if (given == held) return;
+  Vex::throwMutatorReinstantiating(collection + ("[" + key + "]"), attribute, id, given, held);
+}
+
 // The shared body of the three Del operations.
 template <class Reactor>
 auto watchedRecordDel(Vex::Ptr<Reactor>& slot) -> decltype(slot->notifierPtr()) {
@@ -310,19 +317,12 @@ Vex::Ptr<ControllerMount> Group::controllerMount(const Vex::Name& remotePath) co
 Vex::Ptr<ControllerMount> Group::controllerMountIs(const Vex::Name& remotePath, const Vex::String& hubstorePath,
                                                    const Vex::String& vexcType, const Vex::String& vexcFlags) {
   if (Vex::Ptr<ControllerMount> existing = controllerMount_.member(remotePath)) {
-    const Vex::String member = "controllerMount[" + remotePath + "]";
-    if (!(existing->hubstorePath() == hubstorePath)) {
-      Vex::throwMutatorReinstantiating(member, "hubstorePath", ControllerMount::Attr::hubstorePath, hubstorePath,
-                                       existing->hubstorePath());
-    }
-    if (!(existing->vexcType() == vexcType)) {
-      Vex::throwMutatorReinstantiating(member, "vexcType", ControllerMount::Attr::vexcType, vexcType,
-                                       existing->vexcType());
-    }
-    if (!(existing->vexcFlags() == vexcFlags)) {
-      Vex::throwMutatorReinstantiating(member, "vexcFlags", ControllerMount::Attr::vexcFlags, vexcFlags,
-                                       existing->vexcFlags());
-    }
+    requireUnchanged("controllerMount", remotePath, "hubstorePath", ControllerMount::Attr::hubstorePath, hubstorePath,
+                     existing->hubstorePath());
+    requireUnchanged("controllerMount", remotePath, "vexcType", ControllerMount::Attr::vexcType, vexcType,
+                     existing->vexcType());
+    requireUnchanged("controllerMount", remotePath, "vexcFlags", ControllerMount::Attr::vexcFlags, vexcFlags,
+                     existing->vexcFlags());
     return existing;
   }
   Vex::Ptr<ControllerMount> entry = ControllerMount::ControllerMountIs(remotePath, hubstorePath, vexcType, vexcFlags);
@@ -366,15 +366,10 @@ Vex::Ptr<PublishMount> Group::publishMount(const Vex::Name& hubstorePath) const 
 Vex::Ptr<PublishMount> Group::publishMountIs(const Vex::Name& hubstorePath, const Vex::String& remotePath,
                                              const Vex::String& vexcType) {
   if (Vex::Ptr<PublishMount> existing = publishMount_.member(hubstorePath)) {
-    const Vex::String member = "publishMount[" + hubstorePath + "]";
-    if (!(existing->remotePath() == remotePath)) {
-      Vex::throwMutatorReinstantiating(member, "remotePath", PublishMount::Attr::remotePath, remotePath,
-                                       existing->remotePath());
-    }
-    if (!(existing->vexcType() == vexcType)) {
-      Vex::throwMutatorReinstantiating(member, "vexcType", PublishMount::Attr::vexcType, vexcType,
-                                       existing->vexcType());
-    }
+    requireUnchanged("publishMount", hubstorePath, "remotePath", PublishMount::Attr::remotePath, remotePath,
+                     existing->remotePath());
+    requireUnchanged("publishMount", hubstorePath, "vexcType", PublishMount::Attr::vexcType, vexcType,
+                     existing->vexcType());
     return existing;
   }
   Vex::Ptr<PublishMount> entry = PublishMount::PublishMountIs(hubstorePath, remotePath, vexcType);
@@ -417,15 +412,10 @@ Vex::Ptr<PerSwitchPublishMount> Group::perSwitchPublishMountIs(const Vex::Name& 
                                                                const Vex::String& remotePath,
                                                                const Vex::String& vexcType) {
   if (Vex::Ptr<PerSwitchPublishMount> existing = perSwitchPublishMount_.member(hubstorePath)) {
-    const Vex::String member = "perSwitchPublishMount[" + hubstorePath + "]";
-    if (!(existing->remotePath() == remotePath)) {
-      Vex::throwMutatorReinstantiating(member, "remotePath", PerSwitchPublishMount::Attr::remotePath, remotePath,
-                                       existing->remotePath());
-    }
-    if (!(existing->vexcType() == vexcType)) {
-      Vex::throwMutatorReinstantiating(member, "vexcType", PerSwitchPublishMount::Attr::vexcType, vexcType,
-                                       existing->vexcType());
-    }
+    requireUnchanged("perSwitchPublishMount", hubstorePath, "remotePath", PerSwitchPublishMount::Attr::remotePath,
+                     remotePath, existing->remotePath());
+    requireUnchanged("perSwitchPublishMount", hubstorePath, "vexcType", PerSwitchPublishMount::Attr::vexcType,
+                     vexcType, existing->vexcType());
     return existing;
   }
   Vex::Ptr<PerSwitchPublishMount> entry =
@@ -670,7 +660,8 @@ void Group::handleVersionWhiteList() {
   const Vex::Ptr<MountFilterServiceVersion> filter = list->publishVersionFilter();
   HUBSTORE_TRACE(8) << "HubstoreServiceMountGroup::" << "handleVersionWhiteList" << " version: " << list->name()
                     << " supported: " << filter.get() << " supported versions: " << " groupName " << groupName_;
-  if (filter) {
+  // The walk only feeds the trace.
+  if (filter && ferrolink.enabled(8)) {
     for (auto it = filter->includedServiceVersionMembers().begin(); it != nullptr; ++it) {
       HUBSTORE_TRACE(8) << " Supported Version for filter :" << list->name() << " " << it->key;
     }
