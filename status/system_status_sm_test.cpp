@@ -64,11 +64,27 @@ TEST_F(SystemStatusSmTest, UndeclaredGroupIsTracedAndReportsNothing) {
   EXPECT_EQ(hooks, Log{"doHandleControllerMountState 00:1c:73:0a:0b:0c g1 mounted"});
 }
 
-TEST_F(SystemStatusSmTest, NameThatIsNoEthernetAddressFailsTheReport) {
+TEST_F(SystemStatusSmTest, NameThatIsNoEthernetAddressIsAnAnomalyTheOthersAreTracked) {
+  auto early = switchIs("switch-7", {"g1"});
+  traceOn("5");
   auto service = serviceIs("svcA");
   service->serviceMountGroupIs("g1", mounter);
-  EXPECT_THROW(switchIs("switch-7", {"g1"}), Lanx::InvalidEthAddrException);
-  EXPECT_EQ(hooks, Log{});
+  auto late = SystemStatus::SystemStatusIs("switch-8");
+  late->serviceMountGroupStatusIs("g1", mountStateMounted);
+  EXPECT_NO_THROW(mountStatus->systemStatusIs(late));
+  switchIs(sw, {"g1"});
+  late->serviceMountGroupStatusIs("g1")->mountStateIs(mountStateFailed);
+  EXPECT_EQ(hooks, Log{"doHandleControllerMountState 00:1c:73:0a:0b:0c g1 mounted"});
+  Log anomalies;
+  for (const auto& line : traces()) {
+    if (line.find("handleSystemStatus") != std::string::npos) anomalies.push_back(line);
+  }
+  EXPECT_EQ(anomalies, (Log{"5 handleSystemStatus: system switch-7 is not an Ethernet address.",
+                            "5 handleSystemStatus: system switch-8 is not an Ethernet address."}));
+  EXPECT_FALSE(service->mountStatusSm()->systemStatusSm("switch-8"));
+  // Only the agent's own direct call is told off.
+  EXPECT_THROW(service->mountStatusSm()->systemStatusSmIs(early), Lanx::InvalidEthAddrException);
+  EXPECT_NO_THROW(service->closedIs(true));
 }
 
 TEST_F(SystemStatusSmTest, HookMayRemoveTheSwitchOrItsOwnGroup) {
