@@ -44,6 +44,7 @@
 #include "foundations/string.h"
 #include "foundations/type_descriptor.h"
 #include "mountgroup/controller_mount.h"
+#include "mountgroup/mount_group_report.h"
 #include "mountgroup/per_switch_publish_mount.h"
 #include "mountgroup/per_switch_publish_mount_sm.h"
 #include "mountgroup/publish_mount.h"
@@ -216,6 +217,9 @@ class HubstoreServiceMountGroup : public Vex::PtrInterface {
   void doCheckMountAndPublishStatus();
   void handlePublishGroupStatus(const Vex::Name& groupName);
   void handlePublishGroupStatus();
+  // What the completion check would find, and what else the group waits for;
+  // reads only (see MountGroupReport).
+  MountGroupReport completionReport(std::size_t listLimit = MountGroupReport::defaultListLimit) const;
 
   void doCleanup();
   void hasNotificationActiveIs(bool active) override;
