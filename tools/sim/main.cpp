@@ -47,6 +47,18 @@ constexpr std::string_view kHelp =
     "                            after the hook's line\n"
     "  whenDel M                 forget every 'when' of M\n"
     "\n"
+    "Commands that report:\n"
+    "  explain G   what group G waits for, between 'explain begin G' and\n"
+    "              'explain end': a summary line ('group G: complete' or\n"
+    "              'group G: not complete; waits for ...'), then closed, version\n"
+    "              allow-list, controller mounts without a mounted path prefix,\n"
+    "              publish mounts without a publish status, publish group status,\n"
+    "              mounter, initial switch mounts, switches by mount state and\n"
+    "              the switches not mounted (ten listed, then a count)\n"
+    "  explain     the service: closed, warm and ready, one summary line per\n"
+    "              group, and the fleet's switches and group statuses by state\n"
+    "  explain reads only: it changes no record, traces nothing, calls no hook.\n"
+    "\n"
     "Exit status: 0 when every command ran, 1 when a command could not run,\n"
     "2 for a usage or syntax error.\n";
 

@@ -248,6 +248,7 @@ const VerbTable& verbTable() {
         // Tool
         {"trace", fixed({{"LEVELS|off", Arg::Levels}})},
         {"dump", fixed({})},
+        {"explain", lastOptional({G})},
         {"echo", lastRepeated({{"TEXT"}})},
         // A hook runs no `when` of its own.
         {"when", parsedBy(parseWhen)},
@@ -777,6 +778,7 @@ ParseResult parseScenario(std::string_view fileName, std::string_view text) {
     auto error = lexLine(line, words);
     if (!error && words.empty()) continue;
     if (!error) error = parseCommand(words, cmd);
+    if (!error) cmd.text = joinRaw(words);
     if (error) {
       result.errors.push_back(std::string(fileName) + ":" +
                               std::to_string(lineNo) + ": error: " + *error);

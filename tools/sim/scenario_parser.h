@@ -56,6 +56,8 @@ struct Command {
   std::string file;
   int line = 0;  // 1-based
   std::string verb;  // e.g. "controllerMount"
+  // The line's words as written, one blank apart, without its comment.
+  std::string text;
 
   // The words after the verb, quotes removed; empty for set and unset.
   std::vector<std::string> args;

@@ -206,6 +206,7 @@ const std::map<std::string, Simulator::Handler, std::less<>>& Simulator::handler
       {"whenDel", &Simulator::whenDelCommand},
       {"trace", &Simulator::traceCommand},
       {"dump", &Simulator::dumpCommand},
+      {"explain", &Simulator::explainCommand},
       {"echo", &Simulator::echoCommand},
   };
   return table;
@@ -543,6 +544,17 @@ void Simulator::dumpCommand(const Command&) {
   out_.line("dump begin");
   for (const std::string& line : lines) out_.line(line);
   out_.line("dump end");
+}
+
+void Simulator::explainCommand(const Command& c) {
+  const std::string text =
+      c.args.empty() ? service().completionReport().text() : group(c.args[0])->completionReport().text();
+  out_.line(c.args.empty() ? "explain begin" : "explain begin " + quoteIfNeeded(c.args[0]));
+  for (std::size_t start = 0, end; start < text.size(); start = end + 1) {
+    end = text.find('\n', start);
+    out_.line(std::string_view(text).substr(start, end - start));
+  }
+  out_.line("explain end");
 }
 
 void Simulator::echoCommand(const Command& c) {

@@ -156,6 +156,7 @@ class Simulator {
   // The tool
   void traceCommand(const Command& c);
   void dumpCommand(const Command& c);
+  void explainCommand(const Command& c);
   void echoCommand(const Command& c);
 
   Output& out_;
