@@ -1,7 +1,7 @@
 // hubstore-sim: runs scenario files against the library in a simulated
 // controller and prints what the library does as a transcript.
 //
-//   hubstore-sim [--trace=LEVELS] [--quiet] FILE...   (FILE may be - for standard input)
+//   hubstore-sim [--trace=LEVELS] [--quiet] [--timeline PAGE.html] FILE...   (FILE may be - for standard input)
 //   hubstore-sim --help
 //
 // Exit status: 0 when every command ran, 1 when a command could not run,
@@ -21,11 +21,12 @@
 #include "tools/sim/output.h"
 #include "tools/sim/scenario_parser.h"
 #include "tools/sim/simulator.h"
+#include "tools/sim/timeline.h"
 
 namespace {
 
 constexpr std::string_view kUsage =
-    "usage: hubstore-sim [--trace=LEVELS] [--quiet] FILE...\n"
+    "usage: hubstore-sim [--trace=LEVELS] [--quiet] [--timeline PAGE.html] FILE...\n"
     "       hubstore-sim --help\n";
 
 constexpr std::string_view kHelp =
@@ -36,6 +37,14 @@ constexpr std::string_view kHelp =
     "  --trace=LEVELS  enable these levels of the trace facility Ferrolink from\n"
     "                  the start: a comma list of levels and ranges, e.g. 5,7-8\n"
     "  --quiet         print no transcript lines; errors and the exit status stay\n"
+    "  --timeline PAGE.html\n"
+    "                  also write the run as one self-contained web page: a lane\n"
+    "                  per group summarising its switches' mount states over the\n"
+    "                  steps (one step per scenario line), the hook calls marked\n"
+    "                  on it, and on a click the group's lane per switch; hovering\n"
+    "                  shows the step's scenario line. Written when the run ends,\n"
+    "                  also after a command that could not run; not after a\n"
+    "                  failed assertion, which aborts the process\n"
     "  --help          print this text\n"
     "\n"
     "Commands that make a recording mounter's hooks act (HOOK is\n"
@@ -84,6 +93,7 @@ std::optional<std::string> readScenario(const std::string& file) {
 int main(int argc, char** argv) {
   std::vector<std::string> files;
   bool quiet = false;
+  std::optional<std::string> timelinePath;
   std::uint32_t traceLevels = 0;
   for (int i = 1; i < argc; ++i) {
     const std::string_view arg = argv[i];
@@ -94,6 +104,10 @@ int main(int argc, char** argv) {
     }
     if (arg == "--quiet") {
       quiet = true;
+    } else if (arg == "--timeline" || arg.substr(0, 11) == "--timeline=") {
+      if (arg == "--timeline" && i + 1 == argc) return usageError("--timeline needs a file");
+      timelinePath = arg == "--timeline" ? std::string(argv[++i]) : std::string(arg.substr(11));
+      if (timelinePath->empty()) return usageError("--timeline needs a file");
     } else if (arg.substr(0, 8) == "--trace=") {
       const auto levels = hubstore::sim::parseTraceLevels(arg.substr(8));
       if (!levels) return usageError("bad trace levels '" + std::string(arg.substr(8)) + "'");
@@ -121,9 +135,29 @@ int main(int argc, char** argv) {
     return 2;
   }
 
+  // Opened before the run, so that a page that cannot be written stops it.
+  std::ofstream page;
+  if (timelinePath) {
+    page.open(*timelinePath, std::ios::binary | std::ios::trunc);
+    if (!page) return usageError("cannot write '" + *timelinePath + "'");
+  }
+
   hubstore::sim::Output out(stdout);
   out.quietIs(quiet);
+  hubstore::sim::Timeline timeline;
   hubstore::sim::Simulator simulator(out);
   simulator.traceLevelsIs(traceLevels);
-  return simulator.run(commands, stderr);
+  if (timelinePath) simulator.timelineIs(&timeline);
+  const int status = simulator.run(commands, stderr);
+  if (timelinePath) {
+    std::string title;
+    for (const std::string& file : files) title += (title.empty() ? "" : " ") + file;
+    timeline.writeHtml(page, title);
+    page.close();
+    if (!page) {
+      std::fprintf(stderr, "hubstore-sim: cannot write '%s'\n", timelinePath->c_str());
+      return 2;
+    }
+  }
+  return status;
 }

@@ -12,34 +12,37 @@ const Vex::TypeDescriptor& RecordingMounter::staticType() {
 }
 
 void RecordingMounter::doMountsComplete(Vex::String groupName, const Vex::Ptr<Mirra::EntityManager>&) {
-  hookCalled(MounterHook::MountsComplete, groupName, "hook " + name_ + " doMountsComplete " + groupName.stdString());
+  hookCalled({MounterHook::MountsComplete, name_, groupName.stdString(), "", std::nullopt});
 }
 
 void RecordingMounter::doHandleControllerMountState(const Controller::SystemId& systemId, Vex::String groupName,
                                                     Controller::MountState mountState,
                                                     const Vex::Ptr<Mirra::EntityManager>&) {
-  hookCalled(MounterHook::HandleControllerMountState, groupName,
-             "hook " + name_ + " doHandleControllerMountState " + systemId.stringValue().stdString() + " " +
-                 groupName.stdString() + " " + Controller::mountStateName(mountState));
+  hookCalled({MounterHook::HandleControllerMountState, name_, groupName.stdString(),
+              systemId.stringValue().stdString(), mountState});
 }
 
 void RecordingMounter::doInitialSwitchMountsComplete(Vex::String groupName, const Vex::Ptr<Mirra::EntityManager>&) {
-  hookCalled(MounterHook::InitialSwitchMountsComplete, groupName,
-             "hook " + name_ + " doInitialSwitchMountsComplete " + groupName.stdString());
+  hookCalled({MounterHook::InitialSwitchMountsComplete, name_, groupName.stdString(), "", std::nullopt});
 }
 
 void RecordingMounter::actionIs(MounterHook hook, std::string group, std::shared_ptr<const Command> command) {
   actions_.push_back({hook, std::move(group), std::move(command)});
 }
 
-void RecordingMounter::hookCalled(MounterHook hook, const Vex::String& groupName, const std::string& line) {
+void RecordingMounter::hookCalled(const HookCall& call) {
+  std::string line = "hook " + name_ + " " + std::string(mounterHookName(call.hook));
+  if (call.state) line += " " + call.system;
+  line += " " + call.group;
+  if (call.state) line += " " + std::string(Controller::mountStateName(*call.state));
   out_.line(line);
+  if (listener_) listener_(call);
   // A command may change the actions (whenDel): run those there were.
   const std::vector<Action> actions = actions_;
   for (const Action& action : actions) {
-    if (action.hook == hook && (action.group == "*" || action.group == groupName.view())) runner_(*action.command);
+    if (action.hook == call.hook && (action.group == "*" || action.group == call.group)) runner_(*action.command);
   }
-  if (throwingHook_ == hook) throw Vex::InternalException("hook failed");
+  if (throwingHook_ == call.hook) throw Vex::InternalException("hook failed");
 }
 
 }  // namespace hubstore::sim

@@ -18,6 +18,7 @@
 #include "tools/sim/config_dump.h"
 #include "tools/sim/recording_mounter.h"
 #include "tools/sim/scenario_error.h"
+#include "tools/sim/timeline.h"
 
 namespace hubstore::sim {
 
@@ -92,12 +93,15 @@ int Simulator::run(const std::vector<Command>& commands, std::FILE* errors) {
   errors_ = errors;
   hookActionFailed_ = false;
   for (const Command& command : commands) {
+    if (timeline_) timeline_->stepBegin(command);
     try {
       execute(command);
     } catch (const ScenarioError& error) {
       reportError(command, error.what());
+      stepEnd();
       return 1;
     }
+    stepEnd();
   }
   return hookActionFailed_ ? 1 : 0;
 }
@@ -106,6 +110,22 @@ void Simulator::reportError(const Command& command, const char* message) {
   std::fflush(stdout);
   std::fprintf(errors_, "%s:%d: error: %s\n", command.file.c_str(), command.line, message);
   std::fflush(errors_);
+  if (timeline_) timeline_->errorRaised(command.file + ":" + std::to_string(command.line) + ": error: " + message);
+}
+
+void Simulator::switchTouched(const std::string& system) {
+  if (timeline_) timeline_->switchTouched(system);
+}
+
+void Simulator::everythingTouched() {
+  if (timeline_) timeline_->everythingTouched();
+}
+
+void Simulator::stepEnd() {
+  if (!timeline_) return;
+  Vex::Ptr<ServiceMountStatus> status;
+  if (agent_) status = Vex::ptr_cast<ServiceMountStatus>(em_->getEntity(mountStatusPath(agent_->name())));
+  timeline_->stepEnd(status.get(), service_.get());
 }
 
 void Simulator::execute(const Command& command) {
@@ -115,8 +135,10 @@ void Simulator::execute(const Command& command) {
     throw;
   } catch (const Vex::Exception& e) {
     out_.exceptionLine(e.typeName(), e.message().view());
+    if (timeline_) timeline_->errorRaised(std::string(e.typeName()) + ": " + e.message().stdString());
   } catch (const std::exception& e) {
     out_.exceptionLine("std::exception", e.what());
+    if (timeline_) timeline_->errorRaised(std::string("std::exception: ") + e.what());
   }
 }
 
@@ -276,6 +298,7 @@ Vex::Ptr<SystemStatus> Simulator::systemStatusRecord(const std::string& system) 
 void Simulator::agentCommand(const Command& c) {
   agent_ = Mirra::Agent::AgentIs(Vex::String(c.args[0]));
   Controller::globalAgent = agent_.get();
+  everythingTouched();
 }
 
 void Simulator::recordsCommand(const Command& c) {
@@ -287,15 +310,18 @@ void Simulator::recordsCommand(const Command& c) {
   em_->entityIs(mountStatusPath(agent), ServiceMountStatus::ServiceMountStatusIs(agent));
   em_->entityIs(ConfigDump::publishConfigPath(agent), Controller::ServicePublishConfig::ServicePublishConfigIs(agent));
   em_->entityIs(publishStatusPath(agent), ServicePublishStatus::ServicePublishStatusIs(agent));
+  everythingTouched();
 }
 
 void Simulator::recordCommand(const Command& c) {
   // The parser put the qualified type name in `scalar`.
   em_->entityIs(Vex::String(c.args[0]), newRecord(c.scalar, recordName(c.args[0])));
+  everythingTouched();
 }
 
 void Simulator::recordDelCommand(const Command& c) {
   if (!em_->entityDel(Vex::String(c.args[0]))) throw ScenarioError("no record at " + c.args[0]);
+  everythingTouched();
 }
 
 void Simulator::leaderGenIdCommand(const Command& c) {
@@ -327,17 +353,21 @@ void Simulator::systemStatusCommand(const Command& c) {
   // The switch record arrives already holding its group statuses.
   auto system = SystemStatus::SystemStatusIs(Vex::Name(c.args[0]));
   for (const auto& [group, state] : c.fields) system->serviceMountGroupStatusIs(Vex::Name(group), stateArg(state));
+  switchTouched(c.args[0]);
   status->systemStatusIs(system);
 }
 
 void Simulator::systemStatusDelCommand(const Command& c) {
   systemStatusRecord(c.args[0]);
+  switchTouched(c.args[0]);
   mountStatusRecord()->systemStatusDel(Vex::Name(c.args[0]));
 }
 
 void Simulator::serviceMountGroupStatusCommand(const Command& c) {
   const auto state = c.args.size() > 2 ? stateArg(c.args[2]) : Controller::mountStateUnknown;
-  systemStatusRecord(c.args[0])->serviceMountGroupStatusIs(Vex::Name(c.args[1]), state);
+  auto system = systemStatusRecord(c.args[0]);
+  switchTouched(c.args[0]);
+  system->serviceMountGroupStatusIs(Vex::Name(c.args[1]), state);
 }
 
 void Simulator::serviceMountGroupStatusDelCommand(const Command& c) {
@@ -345,6 +375,7 @@ void Simulator::serviceMountGroupStatusDelCommand(const Command& c) {
   if (!system->serviceMountGroupStatusRaw(Vex::Name(c.args[1]))) {
     throw ScenarioError("switch status " + c.args[0] + " has no group status " + c.args[1]);
   }
+  switchTouched(c.args[0]);
   system->serviceMountGroupStatusDel(Vex::Name(c.args[1]));
 }
 
@@ -353,6 +384,7 @@ void Simulator::mountStateCommand(const Command& c) {
   if (!system->serviceMountGroupStatusRaw(Vex::Name(c.args[1]))) {
     throw ScenarioError("switch status " + c.args[0] + " has no group status " + c.args[1]);
   }
+  switchTouched(c.args[0]);
   system->serviceMountGroupStatusIs(Vex::Name(c.args[1]))->mountStateIs(stateArg(c.args[2]));
 }
 
@@ -411,7 +443,10 @@ void Simulator::mounterCommand(const Command& c) {
   } else {
     // c.hook names the throwing hook of `mounter M throwing HOOK`.
     mounters_[name] = Vex::make<RecordingMounter>(
-        name, out_, [this](const Command& action) { runHookAction(action); }, c.hook);
+        name, out_, [this](const Command& action) { runHookAction(action); }, c.hook,
+        [this](const HookCall& call) {
+          if (timeline_) timeline_->hookCalled(call);
+        });
   }
 }
 
