@@ -206,7 +206,8 @@ std::string MountGroupReport::text() const {
   for (std::size_t state = 0; state < mountStateCount; ++state) {
     out += state == 0 ? ": " : ", ";
     out += mountStateName(static_cast<MountState>(state));
-    out += " " + std::to_string(switchesByState[state]);
+    out += ' ';
+    out += std::to_string(switchesByState[state]);
   }
   out += "\n";
   out += "switches not mounted: " + boundedText(switchesNotMounted, [](const SwitchState& item) {

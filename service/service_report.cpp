@@ -40,7 +40,8 @@ std::string ServiceReport::text() const {
   for (std::size_t state = 0; state < MountGroupReport::mountStateCount; ++state) {
     out += state == 0 ? ": " : ", ";
     out += mountStateName(static_cast<MountState>(state));
-    out += " " + std::to_string(groupStatusesByState[state]);
+    out += ' ';
+    out += std::to_string(groupStatusesByState[state]);
   }
   return out + "\n";
 }

@@ -31,10 +31,12 @@ void RecordingMounter::actionIs(MounterHook hook, std::string group, std::shared
 }
 
 void RecordingMounter::hookCalled(const HookCall& call) {
+  // append, not "literal" + string: GCC 12 at -O3 misreads that as an
+  // overlapping copy (-Wrestrict).
   std::string line = "hook " + name_ + " " + std::string(mounterHookName(call.hook));
-  if (call.state) line += " " + call.system;
-  line += " " + call.group;
-  if (call.state) line += " " + std::string(Controller::mountStateName(*call.state));
+  if (call.state) line.append(" ").append(call.system);
+  line.append(" ").append(call.group);
+  if (call.state) line.append(" ").append(Controller::mountStateName(*call.state));
   out_.line(line);
   if (listener_) listener_(call);
   // A command may change the actions (whenDel): run those there were.
