@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "mountgroup/hubstore_service_mount_group.h"
-#include "service/test_world.h"
+#include "testing/world.h"
 
 namespace Controller {
 namespace {

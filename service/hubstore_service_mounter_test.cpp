@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "service/test_world.h"
+#include "testing/world.h"
 
 namespace Controller::testing {
 namespace {

@@ -4,7 +4,7 @@
 
 #include "allowlist/version_white_list.h"
 #include "mountgroup/hubstore_service_mount_group.h"
-#include "service/test_world.h"
+#include "testing/world.h"
 
 namespace Controller::testing {
 namespace {
