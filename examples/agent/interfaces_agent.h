@@ -17,7 +17,7 @@
 #include <set>
 #include <string>
 
-#include "service/hubstore_service.h"
+#include <hubstore/hubstore.h>
 
 class InterfacesAgent {
  public:

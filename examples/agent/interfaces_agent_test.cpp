@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "interfaces_agent.h"
-#include "testing/world.h"
+#include <hubstore/testing/world.h>
 
 namespace {
 

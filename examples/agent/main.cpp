@@ -4,7 +4,7 @@
 #include <cstdio>
 
 #include "interfaces_agent.h"
-#include "testing/fake_controller.h"
+#include <hubstore/testing/fake_controller.h>
 
 using Controller::testing::FakeController;
 
