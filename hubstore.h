@@ -8,5 +8,5 @@
 // records, SystemId and MountState), and the version macros. The test kit is
 // apart: <hubstore/testing/fake_controller.h> and its neighbours.
 
-#include "hubstore/version.h"
-#include "service/hubstore_service.h"
+#include <hubstore/version.h>
+#include <hubstore/service/hubstore_service.h>

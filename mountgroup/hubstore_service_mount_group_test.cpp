@@ -1,4 +1,4 @@
-#include "mountgroup/hubstore_service_mount_group.h"
+#include <hubstore/mountgroup/hubstore_service_mount_group.h>
 
 #include <gtest/gtest.h>
 
@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "allowlist/switch_white_list.h"
-#include "allowlist/version_white_list.h"
-#include "testing/world.h"
+#include <hubstore/allowlist/switch_white_list.h>
+#include <hubstore/allowlist/version_white_list.h>
+#include <hubstore/testing/world.h>
 
 namespace Controller {
 namespace {

@@ -1,13 +1,13 @@
-#include "service/hubstore_service.h"
+#include <hubstore/service/hubstore_service.h>
 
 #include <gtest/gtest.h>
 
-#include "allowlist/switch_white_list.h"
-#include "allowlist/version_white_list.h"
-#include "mountgroup/hubstore_service_mount_group.h"
-#include "mountgroup/per_switch_publish_mount_sm.h"
-#include "testing/world.h"
-#include "status/service_mount_status_sm.h"
+#include <hubstore/allowlist/switch_white_list.h>
+#include <hubstore/allowlist/version_white_list.h>
+#include <hubstore/mountgroup/hubstore_service_mount_group.h>
+#include <hubstore/mountgroup/per_switch_publish_mount_sm.h>
+#include <hubstore/testing/world.h>
+#include <hubstore/status/service_mount_status_sm.h>
 
 namespace Controller::testing {
 namespace {

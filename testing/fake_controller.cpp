@@ -1,4 +1,4 @@
-#include "testing/fake_controller.h"
+#include <hubstore/testing/fake_controller.h>
 
 #include <stdexcept>
 

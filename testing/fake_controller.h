@@ -25,15 +25,15 @@
 #include <string>
 #include <utility>
 
-#include "foundations/agent.h"
-#include "foundations/entity_manager.h"
-#include "foundations/hubstore_status.h"
-#include "foundations/mount_state.h"
-#include "foundations/service_mount_config.h"
-#include "foundations/service_mount_status.h"
-#include "foundations/service_publish_config.h"
-#include "foundations/service_publish_status.h"
-#include "service/hubstore_service.h"
+#include <hubstore/foundations/platform/agent.h>
+#include <hubstore/foundations/platform/entity_manager.h>
+#include <hubstore/foundations/records/hubstore_status.h>
+#include <hubstore/foundations/records/mount_state.h>
+#include <hubstore/foundations/records/service_mount_config.h>
+#include <hubstore/foundations/records/service_mount_status.h>
+#include <hubstore/foundations/records/service_publish_config.h>
+#include <hubstore/foundations/records/service_publish_status.h>
+#include <hubstore/service/hubstore_service.h>
 
 namespace Controller::testing {
 

@@ -1,14 +1,14 @@
-#include "testing/fake_controller.h"
+#include <hubstore/testing/fake_controller.h>
 
 #include <gtest/gtest.h>
 
 #include <stdexcept>
 
-#include "allowlist/version_white_list.h"
-#include "foundations/ferrolink.h"
-#include "mountgroup/hubstore_service_mount_group.h"
-#include "testing/recording_mounter.h"
-#include "testing/trace_capture.h"
+#include <hubstore/allowlist/version_white_list.h>
+#include <hubstore/foundations/framework/ferrolink.h>
+#include <hubstore/mountgroup/hubstore_service_mount_group.h>
+#include <hubstore/testing/recording_mounter.h>
+#include <hubstore/testing/trace_capture.h>
 
 namespace Controller::testing {
 namespace {

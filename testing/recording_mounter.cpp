@@ -1,4 +1,4 @@
-#include "testing/recording_mounter.h"
+#include <hubstore/testing/recording_mounter.h>
 
 namespace Controller::testing {
 

@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-#include "service/hubstore_service_mounter.h"
+#include <hubstore/service/hubstore_service_mounter.h>
 
 namespace Controller::testing {
 

@@ -1,8 +1,8 @@
-#include "testing/trace_capture.h"
+#include <hubstore/testing/trace_capture.h>
 
 #include <stdexcept>
 
-#include "foundations/ferrolink.h"
+#include <hubstore/foundations/framework/ferrolink.h>
 
 namespace Controller::testing {
 

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "foundations/trace.h"
+#include <hubstore/foundations/framework/trace.h>
 
 namespace Controller::testing {
 

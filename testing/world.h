@@ -21,10 +21,10 @@
 #include <optional>
 #include <string>
 
-#include "foundations/type_descriptor.h"
-#include "testing/fake_controller.h"
-#include "testing/recording_mounter.h"
-#include "testing/trace_capture.h"
+#include <hubstore/foundations/framework/type_descriptor.h>
+#include <hubstore/testing/fake_controller.h>
+#include <hubstore/testing/recording_mounter.h>
+#include <hubstore/testing/trace_capture.h>
 
 namespace Controller::testing {
 
