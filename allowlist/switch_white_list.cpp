@@ -1,7 +1,7 @@
-#include "allowlist/switch_white_list.h"
+#include <hubstore/allowlist/switch_white_list.h>
 
-#include "foundations/ferrolink.h"
-#include "service/hubstore_service.h"
+#include <hubstore/foundations/framework/ferrolink.h>
+#include <hubstore/service/hubstore_service.h>
 
 namespace Controller {
 

@@ -1,7 +1,7 @@
-#include "allowlist/switch_white_list.h"
+#include <hubstore/allowlist/switch_white_list.h>
 
-#include "foundations/test_record.h"
-#include "service/test_world.h"
+#include <hubstore/foundations/framework/test_record.h>
+#include <hubstore/testing/world.h>
 
 namespace Controller::testing {
 namespace {

@@ -11,8 +11,8 @@
 // own filter records, which no configuration holds any more, and its own
 // destruction withdraws nothing further.
 
-#include "allowlist/version_white_list_base.h"
-#include "foundations/owner_link.h"
+#include <hubstore/allowlist/version_white_list_base.h>
+#include <hubstore/foundations/framework/owner_link.h>
 
 namespace Controller {
 

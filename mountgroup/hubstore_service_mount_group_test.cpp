@@ -1,4 +1,4 @@
-#include "mountgroup/hubstore_service_mount_group.h"
+#include <hubstore/mountgroup/hubstore_service_mount_group.h>
 
 #include <gtest/gtest.h>
 
@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "allowlist/switch_white_list.h"
-#include "allowlist/version_white_list.h"
-#include "service/test_world.h"
+#include <hubstore/allowlist/switch_white_list.h>
+#include <hubstore/allowlist/version_white_list.h>
+#include <hubstore/testing/world.h>
 
 namespace Controller {
 namespace {
@@ -264,10 +264,10 @@ TEST_F(MountGroup, AThrowingHookLeavesTheGroupToReportAgain) {
   groupIs(mounter);
   mountStatus->initialMountsCompleteIs("g1", true);
   publishStatus->publishGroupStatusIs("g1");
-  mounter->throwOnComplete = true;
+  mounter->onMountsComplete = [] { throw Vex::InternalException("hook failed"); };
   EXPECT_THROW(close(), Vex::InternalException);
   EXPECT_TRUE(group->closed());
-  mounter->throwOnComplete = false;
+  mounter->onMountsComplete = nullptr;
   mountStatus->mountedPathPrefixIs("x", "/mnt");
   EXPECT_EQ(hooks, (Log{"doMountsComplete g1", "doMountsComplete g1", "doInitialSwitchMountsComplete g1"}));
 }
@@ -278,10 +278,10 @@ TEST_F(MountGroup, AHookMayDeleteAnEntryOrItsOwnGroup) {
   mountStatus->mountedPathPrefixIs("a", "/mnt");
   publishStatus->publishGroupStatusIs("g1");
   close();
-  mounter->onComplete = [this] { group->controllerMountDel("a"); };
+  mounter->onMountsComplete = [this] { group->controllerMountDel("a"); };
   mountStatus->mountedPathPrefixIs("x", "/mnt");
   EXPECT_EQ(group->controllerMount("a"), nullptr);
-  mounter->onComplete = [this] { service->serviceMountGroupDel("g1"); };
+  mounter->onMountsComplete = [this] { service->serviceMountGroupDel("g1"); };
   group = nullptr;
   mountStatus->mountedPathPrefixIs("y", "/mnt");
   EXPECT_EQ(mountConfig->mountGroupConfig("g1"), nullptr);

@@ -1,11 +1,11 @@
-#include "mountgroup/mount_group_report.h"
+#include <hubstore/mountgroup/mount_group_report.h>
 
 #include <numeric>
 
-#include "allowlist/version_white_list_base.h"
-#include "mountgroup/hubstore_service_mount_group.h"
-#include "service/hubstore_service.h"
-#include "status/service_mount_status_sm.h"
+#include <hubstore/allowlist/version_white_list_base.h>
+#include <hubstore/mountgroup/hubstore_service_mount_group.h>
+#include <hubstore/service/hubstore_service.h>
+#include <hubstore/status/service_mount_status_sm.h>
 
 namespace Controller {
 

@@ -30,7 +30,7 @@
 #include <string>
 #include <vector>
 
-#include "foundations/mount_state.h"
+#include <hubstore/foundations/records/mount_state.h>
 
 namespace Controller {
 

@@ -1,13 +1,13 @@
-#include "mountgroup/mount_group_report.h"
+#include <hubstore/mountgroup/mount_group_report.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <string>
 
-#include "allowlist/version_white_list.h"
-#include "mountgroup/hubstore_service_mount_group.h"
-#include "service/test_world.h"
+#include <hubstore/allowlist/version_white_list.h>
+#include <hubstore/mountgroup/hubstore_service_mount_group.h>
+#include <hubstore/testing/world.h>
 
 namespace Controller {
 namespace {
@@ -147,7 +147,7 @@ TEST_F(Report, SaysCompleteExactlyWhenTheCheckReportsAndChangesNothing) {
     EXPECT_EQ(report.complete(), waits.empty());
     completeStates += report.complete();
 
-    ferrolink.levelsIs(0);
+    trace.levelsIs("off");
     group->mountGroupConfigIs(mountGroupConfig);
     group->publishGroupConfigIs(publishGroupConfig);
     group = nullptr;

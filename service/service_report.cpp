@@ -1,8 +1,8 @@
-#include "service/service_report.h"
+#include <hubstore/service/service_report.h>
 
 #include <numeric>
 
-#include "service/hubstore_service.h"
+#include <hubstore/service/hubstore_service.h>
 
 namespace Controller {
 

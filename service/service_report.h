@@ -17,7 +17,7 @@
 #include <string>
 #include <vector>
 
-#include "mountgroup/mount_group_report.h"
+#include <hubstore/mountgroup/mount_group_report.h>
 
 namespace Controller {
 

@@ -1,9 +1,9 @@
-#include "service/service_report.h"
+#include <hubstore/service/service_report.h>
 
 #include <gtest/gtest.h>
 
-#include "service/hubstore_service.h"
-#include "service/test_world.h"
+#include <hubstore/service/hubstore_service.h>
+#include <hubstore/testing/world.h>
 
 namespace Controller {
 namespace {

@@ -1,10 +1,10 @@
-#include "status/service_mount_status_sm.h"
+#include <hubstore/status/service_mount_status_sm.h>
 
 #include <gtest/gtest.h>
 
-#include "allowlist/version_white_list.h"
-#include "mountgroup/hubstore_service_mount_group.h"
-#include "service/test_world.h"
+#include <hubstore/allowlist/version_white_list.h>
+#include <hubstore/mountgroup/hubstore_service_mount_group.h>
+#include <hubstore/testing/world.h>
 
 namespace Controller::testing {
 namespace {

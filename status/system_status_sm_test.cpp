@@ -1,10 +1,10 @@
-#include "status/system_status_sm.h"
+#include <hubstore/status/system_status_sm.h>
 
 #include <gtest/gtest.h>
 
-#include "mountgroup/hubstore_service_mount_group.h"
-#include "service/test_world.h"
-#include "status/service_mount_status_sm.h"
+#include <hubstore/mountgroup/hubstore_service_mount_group.h>
+#include <hubstore/testing/world.h>
+#include <hubstore/status/service_mount_status_sm.h>
 
 namespace Controller::testing {
 namespace {
@@ -156,7 +156,7 @@ TEST_F(SystemStatusSmTest, HookMayRemoveTheSwitchOrItsOwnGroup) {
   long mountersInHook = 0;
   solo->onMountState = [&] {
     service->serviceMountGroupDel("g1");
-    mountersInHook = HubstoreServiceMounter::staticType().liveCount();
+    mountersInHook = RecordingMounter::staticType().liveCount();
   };
   solo = nullptr;
   mountStatus->systemStatusIs(record);

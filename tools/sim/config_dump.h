@@ -22,14 +22,14 @@
 #include <string>
 #include <vector>
 
-#include "foundations/entity.h"
-#include "foundations/entity_manager.h"
-#include "foundations/mount_filter_service_version.h"
-#include "foundations/mount_filter_system.h"
-#include "foundations/ptr.h"
-#include "foundations/service_mount_config.h"
-#include "foundations/service_publish_config.h"
-#include "foundations/string.h"
+#include <hubstore/foundations/framework/entity.h>
+#include <hubstore/foundations/platform/entity_manager.h>
+#include <hubstore/foundations/records/mount_filter_service_version.h>
+#include <hubstore/foundations/records/mount_filter_system.h>
+#include <hubstore/foundations/framework/ptr.h>
+#include <hubstore/foundations/records/service_mount_config.h>
+#include <hubstore/foundations/records/service_publish_config.h>
+#include <hubstore/foundations/framework/string.h>
 #include "tools/sim/scenario_parser.h"
 
 namespace hubstore::sim {

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "foundations/mount_state.h"
+#include <hubstore/foundations/records/mount_state.h>
 
 namespace hubstore::sim {
 

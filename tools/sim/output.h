@@ -18,7 +18,7 @@
 #include <cstdio>
 #include <string_view>
 
-#include "foundations/trace.h"
+#include <hubstore/foundations/framework/trace.h>
 
 namespace hubstore::sim {
 

@@ -1,6 +1,6 @@
 #include "tools/sim/recording_mounter.h"
 
-#include "foundations/exception.h"
+#include <hubstore/foundations/framework/exception.h>
 
 namespace hubstore::sim {
 

@@ -18,7 +18,7 @@
 #include <string>
 #include <vector>
 
-#include "service/hubstore_service_mounter.h"
+#include <hubstore/service/hubstore_service_mounter.h>
 #include "tools/sim/mounter_hook.h"
 #include "tools/sim/output.h"
 #include "tools/sim/scenario_parser.h"

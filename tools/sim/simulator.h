@@ -35,11 +35,11 @@
 #include <string>
 #include <vector>
 
-#include "foundations/agent.h"
-#include "foundations/entity_manager.h"
-#include "foundations/ptr.h"
-#include "service/hubstore_service.h"
-#include "service/hubstore_service_mounter.h"
+#include <hubstore/foundations/platform/agent.h>
+#include <hubstore/foundations/platform/entity_manager.h>
+#include <hubstore/foundations/framework/ptr.h>
+#include <hubstore/service/hubstore_service.h>
+#include <hubstore/service/hubstore_service_mounter.h>
 #include "tools/sim/output.h"
 #include "tools/sim/scenario_parser.h"
 

@@ -2,9 +2,9 @@
 
 #include <cstdio>
 
-#include "foundations/service_mount_status.h"
-#include "foundations/system_id.h"
-#include "service/hubstore_service.h"
+#include <hubstore/foundations/records/service_mount_status.h>
+#include <hubstore/foundations/records/system_id.h>
+#include <hubstore/service/hubstore_service.h>
 #include "tools/sim/timeline_page.h"
 
 namespace hubstore::sim {

@@ -1,0 +1,70 @@
+#include <hubstore/foundations/framework/collection.h>
+
+#include <gtest/gtest.h>
+
+#include <hubstore/foundations/framework/test_record.h>
+#include <hubstore/foundations/framework/value_map.h>
+
+namespace Vex::testing {
+namespace {
+
+std::vector<std::string> keysOf(const Collection<Name, Counter>& c) {
+  std::vector<std::string> keys;
+  for (auto it = c.begin(); it != c.end(); ++it) keys.push_back(it.key().stdString());
+  return keys;
+}
+
+TEST(Collection, IteratesInKeyOrderAndSurvivesDeletionOfTheCurrentAndOtherMembers) {
+  {
+    Collection<Name, Counter> c;
+    for (const char* k : {"d", "b", "e", "a", "c"}) c.newMember(k, Counter::CounterIs(k));
+    EXPECT_EQ(keysOf(c), (std::vector<std::string>{"a", "b", "c", "d", "e"}));
+
+    std::vector<std::string> visited;
+    for (auto it = c.begin(); it != c.end(); ++it) {
+      visited.push_back(it.key().stdString());
+      if (it.key() == "b") {
+        EXPECT_EQ(c.deleteMember("b"), *it);  // the iterator still holds the member
+        c.deleteMember("d");
+        c.newMember("bb", Counter::CounterIs("bb"));  // sorts after the current key: visited
+      }
+    }
+    EXPECT_EQ(visited, (std::vector<std::string>{"a", "b", "bb", "c", "e"}));
+    EXPECT_EQ(keysOf(c), (std::vector<std::string>{"a", "bb", "c", "e"}));
+  }
+  EXPECT_EQ(Counter::staticType().liveCount(), 0);
+}
+
+TEST(Collection, EntityMembersKnowTheirParentOnlyWhileTheyAreMembers) {
+  Ptr<Counter> owner = Counter::CounterIs("root");
+  Ptr<Counter> member = Counter::CounterIs("m");
+  {
+    Collection<Name, Counter> c(owner.get(), "items");
+    c.newMember("m", member);
+    EXPECT_EQ(member->fullName(), "root/items/m");
+    c.deleteMember("m");
+    EXPECT_EQ(member->parent(), nullptr);
+    c.newMember("m", member);
+  }
+  EXPECT_EQ(member->parent(), nullptr);  // the dying collection let go
+}
+
+TEST(ValueMap, ReportsChangesAndIteratesRobustly) {
+  ValueMap<std::uint32_t, bool> m;
+  EXPECT_TRUE(m.valueIs(3, true));
+  EXPECT_FALSE(m.valueIs(3, true));
+  EXPECT_TRUE(m.valueIs(3, false));
+  m.valueIs(1, true);
+  m.valueIs(2, true);
+  std::vector<std::uint32_t> visited;
+  for (auto it = m.begin(); it != m.end(); ++it) {
+    visited.push_back(it->key);
+    m.valueDel(it->key);
+  }
+  EXPECT_EQ(visited, (std::vector<std::uint32_t>{1, 2, 3}));
+  EXPECT_TRUE(m.empty());
+  EXPECT_FALSE(m.valueDel(1));
+}
+
+}  // namespace
+}  // namespace Vex::testing
