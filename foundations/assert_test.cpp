@@ -1,0 +1,48 @@
+#include "foundations/assert.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+namespace {
+
+// Each statement runs in the death test's child, so a writer installed there
+// is gone again in the test process.
+void failWithContext(const char* context, bool failInsideWriter) {
+  static bool insideWriterFails;
+  insideWriterFails = failInsideWriter;
+  Vex::assertionContextIs(
+      [](void* text) {
+        std::fprintf(stderr, "%s\n", static_cast<const char*>(text));
+        VEX_ASSERT(!insideWriterFails);
+      },
+      const_cast<char*>(context));
+  const int two = 2;
+  VEX_ASSERT(two + 1 == 4);
+}
+
+TEST(AssertDeathTest, WritesTheExpressionAsWrittenAndAborts) {
+  const int two = 2;
+  EXPECT_DEATH(VEX_ASSERT(two + 1 == 4), "^assertion failed: two \\+ 1 == 4\n$");
+}
+
+TEST(AssertDeathTest, TheContextWriterSpeaksFirstAndTheLineStaysAsItIs) {
+  EXPECT_DEATH(failWithContext("t.scn:3: while running: service s", false),
+               "^t.scn:3: while running: service s\nassertion failed: two \\+ 1 == 4\n$");
+}
+
+TEST(AssertDeathTest, AFailureInsideTheWriterIsReportedWithoutContext) {
+  EXPECT_DEATH(failWithContext("context", true), "^context\nassertion failed: !insideWriterFails\n$");
+}
+
+TEST(AssertDeathTest, ARemovedWriterSaysNothing) {
+  EXPECT_DEATH(
+      {
+        Vex::assertionContextIs([](void*) { std::fprintf(stderr, "stale\n"); }, nullptr);
+        Vex::assertionContextIs(nullptr, nullptr);
+        VEX_ASSERT(sizeof(int) == 0);
+      },
+      "^assertion failed: sizeof\\(int\\) == 0\n$");
+}
+
+}  // namespace
