@@ -6,7 +6,7 @@
 
 namespace {
 
-// Each statement runs in the death test's child, so a writer installed there
+// The assertion's own line is pinned in trace_test.cpp. Each statement runs in the death test's child, so a writer installed there
 // is gone again in the test process.
 void failWithContext(const char* context, bool failInsideWriter) {
   static bool insideWriterFails;
@@ -19,11 +19,6 @@ void failWithContext(const char* context, bool failInsideWriter) {
       const_cast<char*>(context));
   const int two = 2;
   VEX_ASSERT(two + 1 == 4);
-}
-
-TEST(AssertDeathTest, WritesTheExpressionAsWrittenAndAborts) {
-  const int two = 2;
-  EXPECT_DEATH(VEX_ASSERT(two + 1 == 4), "^assertion failed: two \\+ 1 == 4\n$");
 }
 
 TEST(AssertDeathTest, TheContextWriterSpeaksFirstAndTheLineStaysAsItIs) {
