@@ -5,8 +5,9 @@
 // at once; the executor then walks ParseResult::commands in order. Everything
 // whose form is fixed is checked here: the verb, the word count, BOOL, STATE,
 // N, LEVELS, the record TYPE, the Ethernet address of an allow-list entry, the
-// LHS / VALUE of set and unset, and the HOOK and inner command of `when`. What
-// is left to the executor is whether the named objects exist.
+// LHS / VALUE of set and unset, the HOOK and inner command of `when`, and the
+// COMMAND of `help`. What is left to the executor is whether the named objects
+// exist.
 //
 //   ParseResult r = parseScenario("basic.scn", text);
 //   for (const std::string& e : r.errors) std::cerr << e << '\n';

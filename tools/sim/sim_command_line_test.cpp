@@ -164,10 +164,8 @@ TEST_F(SimCommandLine, HelpVersionAndTheCommandReference) {
   EXPECT_EQ(help.status, 0);
   EXPECT_EQ(help.out.rfind("usage: hubstore-sim", 0), 0u);
   EXPECT_EQ(sim("-h").out, help.out);
-  // The list of commands ends the text, one line each, none wider than a terminal.
+  // The list of commands, one line each, ends the text.
   EXPECT_EQ(help.out.substr(help.out.size() - hubstore::sim::commandList().size()), hubstore::sim::commandList());
-  std::istringstream lines(help.out);
-  for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80u) << line;
 
   const SimRun version = sim("--version");
   EXPECT_EQ(version.status, 0);

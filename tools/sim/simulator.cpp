@@ -71,7 +71,8 @@ Vex::Ptr<Record> recordAt(const Mirra::EntityManager& em, const std::string& pat
 
 }  // namespace
 
-// Commands that are running while a hook runs a command are all named.
+// Holds a command in the list of those running for as long as it runs, so that
+// a failed assertion can name them.
 class Simulator::Running {
  public:
   Running(Simulator& simulator, const Command& command) : running_(simulator.running_) {

@@ -27,7 +27,8 @@
 // returns.
 //
 // The world lives as long as the Simulator; several runs share it. When it is
-// destroyed the simulated process ends: its teardown prints nothing.
+// destroyed the simulated process ends: its teardown prints nothing. Its trace
+// sink and assertion context are the process's: one Simulator at a time.
 
 #include <cstdint>
 #include <cstdio>
