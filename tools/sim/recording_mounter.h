@@ -70,9 +70,11 @@ class RecordingMounter : public Controller::HubstoreServiceMounter {
     std::shared_ptr<const Command> command;
   };
 
-  // Prints `call` as its line, runs the actions of its hook for its group,
-  // and throws when the hook is the throwing one.
-  void hookCalled(const HookCall& call);
+  // Prints the line of a hook that names a group and nothing else, then acts.
+  void groupHookCalled(MounterHook hook, const Vex::String& groupName);
+  // Runs the actions of `hook` for `groupName`, then throws when `hook` is
+  // the throwing one.
+  void act(MounterHook hook, const Vex::String& groupName);
 
   std::string name_;
   Output& out_;

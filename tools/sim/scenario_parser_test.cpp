@@ -37,7 +37,7 @@ TEST(ScenarioLexing, QuotesEscapesAndComments) {
             (Args{"a#b", "#c", "xy zw", "", "q\"b\\", "a\\nb"}));
   EXPECT_EQ(one("\techo\t tab   \r").args, Args{"tab"});
   EXPECT_EQ(one("echo #").args, Args{});
-  EXPECT_EQ(one("  group\t g  \"m 1\"  # the mounter").text, "group g \"m 1\"");
+  EXPECT_EQ(one("  group\t g  \"m 1\"  # the mounter").source, "group g \"m 1\"");
 }
 
 TEST(ScenarioLexing, EveryBadLineIsReportedWithItsNumber) {

@@ -54,7 +54,7 @@ std::map<std::string, int> indexByName(const std::set<std::string>& names) {
 }  // namespace
 
 void Timeline::stepBegin(const Command& command) {
-  steps_.push_back({command.file, command.line, command.text});
+  steps_.push_back({command.file, command.line, command.source});
   inStep_ = true;
 }
 
