@@ -62,6 +62,12 @@ class Simulator {
   // returns 1 without running the rest.
   int run(const std::vector<Command>& commands, std::FILE* errors);
 
+  // The world as the library sees it, for tools that check it from outside
+  // between commands (the fuzzer's invariants). The service is null when
+  // there is none.
+  const Vex::Ptr<Controller::HubstoreService>& currentService() const { return service_; }
+  Mirra::EntityManager& entityManager() const { return *em_; }
+
  private:
   using Handler = void (Simulator::*)(const Command&);
   static const std::map<std::string, Handler, std::less<>>& handlers();
