@@ -31,12 +31,13 @@ const Vex::TypeDescriptor& SwitchWhiteList::staticType() {
 // The filters exist and are bound before the constructor returns, so the
 // base's handler can rely on them for every entry change.
 SwitchWhiteList::SwitchWhiteList(const Vex::String& name, HubstoreService* service)
-    : SwitchWhiteListBase(name), service_(service) {
+    : SwitchWhiteListBase(name),
+      service_(service, service ? &service->switchListLinks_ : nullptr, this, &SwitchWhiteList::handleServiceGone) {
   handleInitialized();
 }
 
 SwitchWhiteList::~SwitchWhiteList() {
-  doCleanup();
+  if (service_) doCleanup();
   vexDoZombieReactors(true);
   // The base then drops the entries without running the handler: the filter
   // records have already left the configs with everything they held.
@@ -53,10 +54,18 @@ void SwitchWhiteList::handleInitialized() {
 
 void SwitchWhiteList::doCleanup() {
   HUBSTORE_TRACE(8) << "SwitchWhiteList::" << "doCleanup" << " " << name();
+  if (!service_) return;
   // Publish config first, then mount config. Our own pointers keep the
   // removed records until the base goes.
   service_->servicePublishConfig()->systemFilterDel(name());
   service_->serviceMountConfig()->systemFilterDel(name());
+}
+
+// The service is still whole here: the filters go now, as they would have
+// gone had the list died with it.
+void SwitchWhiteList::handleServiceGone() {
+  doCleanup();
+  vexDoZombieReactors(true);
 }
 
 }  // namespace Controller

@@ -3,8 +3,16 @@
 // constructor creates (or finds) the filters named after it in the service's
 // publish and mount configurations and binds them; its destructor removes
 // them, publish configuration first.
+//
+// A list may outlive its service (the agent or a group holds it). When the
+// service goes, the list is orphaned: its filters leave both configurations
+// then, as they would had it died with the service, and service() reads null.
+// The orphan keeps its name and entries; later entry changes reach only its
+// own filter records, which no configuration holds any more, and its own
+// destruction withdraws nothing further.
 
 #include "allowlist/switch_white_list_base.h"
+#include "foundations/owner_link.h"
 
 namespace Controller {
 
@@ -16,8 +24,10 @@ class SwitchWhiteList : public SwitchWhiteListBase {
   static const Vex::TypeDescriptor& staticType();
   const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
 
-  HubstoreService* service() const { return service_; }
+  HubstoreService* service() const { return service_.get(); }
   void handleInitialized();
+  // Withdraws the filters from the service's configurations; an orphan has
+  // none to withdraw.
   void doCleanup();
 
  protected:
@@ -27,7 +37,9 @@ class SwitchWhiteList : public SwitchWhiteListBase {
   friend Vex::Ptr<T> Vex::make(Args&&...);
 
  private:
-  HubstoreService* service_;
+  void handleServiceGone();
+
+  Vex::OwnerLink<HubstoreService, SwitchWhiteList> service_;
 };
 
 Vex::Ptr<SwitchWhiteList> switchWhiteListFactory(const Vex::String& name, HubstoreService* service);

@@ -59,5 +59,22 @@ TEST_F(SwitchWhiteListTest, OnlyAChangedEntryReachesBothFiltersPublishFirstUnder
   EXPECT_EQ(traces().size(), 6u);  // delAll ran the handler per entry; the last delete found nothing
 }
 
+TEST_F(SwitchWhiteListTest, RewritingEveryEntryRestoresTamperedFilters) {
+  auto list = service->switchWhiteListIs("L");
+  const SystemId t = SystemId::fromString("00:1c:73:0a:0b:0d");
+  list->allowedSwitchIs(s, true), list->allowedSwitchIs(t, false);
+  for (const auto& filter : {list->publishSystemFilter(), list->mountSystemFilter()}) {
+    filter->includedSystemDel(sText), filter->includedSystemIs(t.stringValue(), true);
+  }
+  traceOn("8");
+  list->handleAllowedSwitch();
+  for (const auto& filter : {list->publishSystemFilter(), list->mountSystemFilter()}) {
+    EXPECT_TRUE(filter->includedSystem(sText));
+    EXPECT_FALSE(filter->includedSystem(t.stringValue()));
+  }
+  EXPECT_EQ(traces(), (Log{"8 SwitchWhiteList::handleAllowedSwitch whiteList: L switchId: 00:1c:73:0a:0b:0c",
+                           "8 SwitchWhiteList::handleAllowedSwitch whiteList: L switchId: 00:1c:73:0a:0b:0d"}));
+}
+
 }  // namespace
 }  // namespace Controller::testing

@@ -31,12 +31,13 @@ const Vex::TypeDescriptor& VersionWhiteList::staticType() {
 // The filters exist and are bound before the constructor returns, so the
 // base's handler can rely on them for every entry change.
 VersionWhiteList::VersionWhiteList(const Vex::String& name, HubstoreService* service)
-    : VersionWhiteListBase(name), service_(service) {
+    : VersionWhiteListBase(name),
+      service_(service, service ? &service->versionListLinks_ : nullptr, this, &VersionWhiteList::handleServiceGone) {
   handleInitialized();
 }
 
 VersionWhiteList::~VersionWhiteList() {
-  doCleanup();
+  if (service_) doCleanup();
   vexDoZombieReactors(true);
   // The base then drops the entries without running the handler: the filter
   // records have already left the configs with everything they held.
@@ -53,11 +54,19 @@ void VersionWhiteList::handleInitialized() {
 
 void VersionWhiteList::doCleanup() {
   HUBSTORE_TRACE(8) << "VersionWhiteList::" << "doCleanup" << " " << name();
+  if (!service_) return;
   // Mount config first, then publish config: the opposite of the switch
   // list, and deliberately so. Our own pointers keep the removed records
   // until the base goes.
   service_->serviceMountConfig()->versionFilterDel(name());
   service_->servicePublishConfig()->versionFilterDel(name());
+}
+
+// The service is still whole here: the filters go now, as they would have
+// gone had the list died with it.
+void VersionWhiteList::handleServiceGone() {
+  doCleanup();
+  vexDoZombieReactors(true);
 }
 
 }  // namespace Controller

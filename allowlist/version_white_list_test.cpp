@@ -50,5 +50,21 @@ TEST_F(VersionWhiteListTest, OnlyAChangedEntryReachesBothFiltersPublishFirstUnde
   EXPECT_EQ(list->mountVersionFilter()->includedServiceVersionMembers().count(), 0u);
 }
 
+TEST_F(VersionWhiteListTest, RewritingEveryEntryRestoresTamperedFilters) {
+  auto list = service->versionWhiteListIs("V");
+  list->allowedVersionIs(3, true), list->allowedVersionIs(7, false);
+  for (const auto& filter : {list->publishVersionFilter(), list->mountVersionFilter()}) {
+    filter->includedServiceVersionDel(3), filter->includedServiceVersionIs(7, true);
+  }
+  traceOn("8");
+  list->handleAllowedVersion();
+  for (const auto& filter : {list->publishVersionFilter(), list->mountVersionFilter()}) {
+    EXPECT_TRUE(filter->includedServiceVersion(3));
+    EXPECT_FALSE(filter->includedServiceVersion(7));
+  }
+  EXPECT_EQ(traces(), (Log{"8 VersionWhiteListBase::handleAllowedVersion whitelist: V version: 3",
+                           "8 VersionWhiteListBase::handleAllowedVersion whitelist: V version: 7"}));
+}
+
 }  // namespace
 }  // namespace Controller::testing

@@ -1,6 +1,5 @@
 #include "foundations/eth_addr.h"
 
-#include <optional>
 #include <string>
 
 namespace Lanx {
@@ -26,7 +25,7 @@ bool readHex(std::string_view text, std::uint8_t* out, std::size_t count) {
   return true;
 }
 
-std::optional<std::array<std::uint8_t, 6>> parse(std::string_view text) {
+std::optional<std::array<std::uint8_t, 6>> parseBytes(std::string_view text) {
   std::array<std::uint8_t, 6> bytes{};
   if (text.size() == 17 && (text[2] == ':' || text[2] == '-')) {
     const char separator = text[2];
@@ -47,8 +46,14 @@ std::optional<std::array<std::uint8_t, 6>> parse(std::string_view text) {
 
 }  // namespace
 
+std::optional<EthAddr> EthAddr::parse(std::string_view text) {
+  const auto bytes = parseBytes(text);
+  if (!bytes) return std::nullopt;
+  return EthAddr(*bytes);
+}
+
 void EthAddr::stringValueIs(std::string_view text) {
-  auto bytes = parse(text);
+  auto bytes = parseBytes(text);
   if (!bytes) {
     throw InvalidEthAddrException(Vex::String("invalid Ethernet address '" + std::string(text) + "'"));
   }

@@ -10,6 +10,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 #include "foundations/exception.h"
@@ -29,6 +30,8 @@ class EthAddr {
   explicit EthAddr(const std::array<std::uint8_t, 6>& bytes) : bytes_(bytes) {}
 
   void stringValueIs(std::string_view text);
+  // The address a text spells, or nullopt: stringValueIs without the raise.
+  static std::optional<EthAddr> parse(std::string_view text);
   Vex::String stringValue() const;
   // Writes the canonical text into `out` (17 characters, no terminator).
   void stringValueInto(char (&out)[17]) const;

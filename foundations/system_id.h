@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <string_view>
 
 #include "foundations/eth_addr.h"
@@ -20,6 +21,12 @@ class SystemId {
     SystemId id;
     id.addr_.stringValueIs(text);
     return id;
+  }
+  // The switch a name spells, or nullopt when it is not an Ethernet address.
+  static std::optional<SystemId> parse(std::string_view text) {
+    const auto addr = Lanx::EthAddr::parse(text);
+    if (!addr) return std::nullopt;
+    return SystemId(*addr);
   }
 
   const Lanx::EthAddr& ethAddr() const { return addr_; }

@@ -185,11 +185,20 @@ const Vex::TypeDescriptor& Group::staticType() {
 
 Group::HubstoreServiceMountGroup(const Vex::String& groupName, const Vex::Ptr<HubstoreServiceMounter>& mounter,
                                  HubstoreService* service)
-    : groupName_(groupName), mounter_(mounter), service_(service) {
+    : groupName_(groupName),
+      mounter_(mounter),
+      service_(service, service ? &service->groupLinks_ : nullptr, this, &Group::handleServiceGone) {
   handleInitialized();
 }
 
+// An orphan was torn down when its service went.
 Group::~HubstoreServiceMountGroup() {
+  if (service_) tearDown();
+}
+
+void Group::handleServiceGone() { tearDown(); }
+
+void Group::tearDown() {
   doCleanup();
   vexDoZombieReactors(true);
   mountStatusDel();
@@ -199,6 +208,7 @@ Group::~HubstoreServiceMountGroup() {
   publishMountDelAll();
   perSwitchPublishMountDelAll();
   perSwitchPublishMountSmDelAll();
+  perSwitchMachineLinks_.ownerGone();
 }
 
 void Group::handleInitialized() {
@@ -531,6 +541,7 @@ void Group::doCheckMountAndPublishStatus() {
   // report is complete.
   Vex::Ptr<Group> self(this);
   HUBSTORE_TRACE(8) << "HubstoreServiceMountGroup:" << "doCheckMountAndPublishStatus" << " " << groupName_;
+  if (vexMarkedForDeletion()) return;  // torn down: nothing left to check
   if (!mountGroupConfig_ && !publishGroupConfig_) {
     HUBSTORE_TRACE(5) << "doCheckMountAndPublishStatus" << " no mountGroupConfig() || publishGroupConfig() ";
     return;
@@ -548,14 +559,20 @@ void Group::doCheckMountAndPublishStatus() {
     HUBSTORE_TRACE(5) << "doCheckMountAndPublishStatus" << " : no mounter";
     return;
   }
+  // Hooks name only groups the service has: one it let go reports nothing.
+  if (!service_ || service_->serviceMountGroupRaw(groupName_) != this) return;
   const Vex::Ptr<HubstoreServiceMounter> mounter = mounter_;
   mounter->doMountsComplete(groupName_, hubstoreEntityManager_);
-  service_->mountStatusSm()->handleInitialMountsComplete(groupName_);
+  if (!service_) return;  // the hook released the service
+  if (const Vex::Ptr<ServiceMountStatusSm> machine = service_->mountStatusSm()) {
+    machine->handleInitialMountsComplete(groupName_);
+  }
 }
 
 void Group::handlePublishGroupStatus(const Vex::Name& groupName) {
   Vex::Ptr<Group> self(this);
   HUBSTORE_TRACE(8) << "HubstoreServiceMountGroup::" << "handlePublishGroupStatus" << ": " << groupName;
+  if (vexMarkedForDeletion()) return;  // a hook tore the group down mid-sweep
   VEX_ASSERT(publishStatus());
   Vex::Ptr<const ServicePublishGroupStatus> found = publishStatus()->publishGroupStatus(groupName);
   if (!found) return;
@@ -568,6 +585,7 @@ void Group::handlePublishGroupStatus(const Vex::Name& groupName) {
 void Group::handlePublishGroupStatus() {
   Vex::Ptr<Group> self(this);
   HUBSTORE_TRACE(8) << "HubstoreServiceMountGroup::" << "handlePublishGroupStatus";
+  if (vexMarkedForDeletion()) return;
   const Vex::Ptr<const ServicePublishStatus> status = publishStatus();
   for (auto it = status->publishGroupStatusMembers().begin(); it != nullptr; ++it) handlePublishGroupStatus(it.key());
 }

@@ -17,11 +17,25 @@
 // Closing (closedIs(true)) prunes publish configuration an earlier run left,
 // requires a version allow-list (an invariant: the process aborts without
 // one) and runs the check. Destroying the group withdraws both group configs.
+//
+// Lifetime. The service owns the group; the agent may hold it longer.
+//  - A group its service no longer holds (deleted by name, still alive in a
+//    handle or in a dispatch in progress) reports no completion: hooks name
+//    only groups the service has.
+//  - When the service goes while the group lives on, the group is orphaned:
+//    it is torn down at once, exactly as its destructor would (configs
+//    withdrawn, reactors released, entries and per-switch machines dropped),
+//    and service() reads null. The orphan is an inert shell: it reacts to no
+//    record, reports nothing, and its calls write only to its own group
+//    config records, which no service configuration holds any more. Its
+//    destruction later does nothing further.
+//  - Per-switch machines that outlive the group are orphaned the same way.
 
 #include "foundations/collection.h"
 #include "foundations/entity_manager.h"
 #include "foundations/hubstore_status.h"
 #include "foundations/notifiee_const.h"
+#include "foundations/owner_link.h"
 #include "foundations/ptr.h"
 #include "foundations/service_mount_config.h"
 #include "foundations/service_mount_status.h"
@@ -98,7 +112,8 @@ class HubstoreServiceMountGroup : public Vex::PtrInterface {
   const Vex::String& name() const { return groupName_; }
   const Vex::String& serviceName() const { return serviceName_; }
   void serviceNameIs(const Vex::String& name) { serviceName_ = name; }
-  HubstoreService* service() const { return service_; }
+  // The owning service; null once the group is orphaned.
+  HubstoreService* service() const { return service_.get(); }
   const Vex::Ptr<HubstoreServiceMounter>& mounter() const { return mounter_; }
 
   const Vex::Ptr<ServiceMountConfig>& mountConfig() const { return mountConfig_; }
@@ -214,6 +229,13 @@ class HubstoreServiceMountGroup : public Vex::PtrInterface {
   friend Vex::Ptr<T> Vex::make(Args&&...);
 
  private:
+  // Machines link their back pointers here (Vex::OwnerLink).
+  friend class PerSwitchPublishMountSm;
+
+  // The destructor's work; also run when the service goes first.
+  void tearDown();
+  void handleServiceGone();
+
   Vex::String groupName_;
   Vex::String serviceName_;
   Vex::Ptr<ServiceMountConfig> mountConfig_;
@@ -235,7 +257,8 @@ class HubstoreServiceMountGroup : public Vex::PtrInterface {
   bool preserveMountsOnDisconnect_ = false;
   Vex::Collection<Vex::String, PerSwitchPublishMountSm> perSwitchPublishMountSm_;
   bool initialized_ = false;
-  HubstoreService* service_;
+  Vex::OwnerLink<HubstoreService, HubstoreServiceMountGroup> service_;
+  Vex::OwnerLinks perSwitchMachineLinks_;
 };
 
 Vex::Ptr<HubstoreServiceMountGroup> hubstoreServiceMountGroupFactory(const Vex::String& groupName,

@@ -42,14 +42,17 @@ const Vex::TypeDescriptor& PerSwitchPublishMountSm::staticType() {
 PerSwitchPublishMountSm::PerSwitchPublishMountSm(const Vex::String& name,
                                                  const Vex::Ptr<const PerSwitchPublishMount>& mount,
                                                  HubstoreServiceMountGroup* group)
-    : name_(name), group_(group) {
+    : name_(name),
+      group_(group, group ? &group->perSwitchMachineLinks_ : nullptr, this, &PerSwitchPublishMountSm::mountReactorDel) {
   mountReactor_ = Vex::make<VexPerSwitchPublishMount>(this);
   // Binding through the reactor runs the handler once, so a new machine
   // brings its directory in line at once.
   mountReactor_->notifierIs(mount);
 }
 
-PerSwitchPublishMountSm::~PerSwitchPublishMountSm() {
+PerSwitchPublishMountSm::~PerSwitchPublishMountSm() { mountReactorDel(); }
+
+void PerSwitchPublishMountSm::mountReactorDel() {
   vexDoZombieReactors(true);
   if (Vex::Ptr<VexPerSwitchPublishMount> reactor = std::move(mountReactor_)) reactor->ownerIs(nullptr);
 }
@@ -62,6 +65,7 @@ void PerSwitchPublishMountSm::handlePerSwitchPublishMountActive() {
   // A reactor of the directory may drop this machine while it is written.
   Vex::Ptr<PerSwitchPublishMountSm> self(this);
   HUBSTORE_TRACE(8) << "PerSwitchPublishMountSm::" << "handlePerSwitchPublishMountActive" << " path: " << name_;
+  if (!group_) return;
   Vex::Ptr<PerSwitchPublishMount> mount = group_->perSwitchPublishMount(name_);
   Vex::Ptr<ServicePublishGroupConfig> config = group_->publishGroupConfig();
   if (mount) {

@@ -5,8 +5,13 @@
 // and is ready to publish; once the mount is gone, a directory still there is
 // marked not ready (never deleted). Runs once when created and again on every
 // change of the mount's publishActive (whose value it does not read).
+//
+// The group owns the machine; the agent may hold it longer. A machine that
+// outlives its group is orphaned when the group goes: it stops following the
+// mount, group() reads null, and its handler does nothing.
 
 #include "foundations/notifiee_const.h"
+#include "foundations/owner_link.h"
 #include "foundations/ptr.h"
 #include "foundations/type_descriptor.h"
 #include "mountgroup/per_switch_publish_mount.h"
@@ -37,7 +42,8 @@ class PerSwitchPublishMountSm : public Vex::PtrInterface {
 
   const Vex::String& name() const { return name_; }
   Vex::Ptr<const PerSwitchPublishMount> perSwitchPublishMount() const;
-  HubstoreServiceMountGroup* group() const { return group_; }
+  // The owning group; null once orphaned.
+  HubstoreServiceMountGroup* group() const { return group_.get(); }
   void handlePerSwitchPublishMountActive();
 
   void hasNotificationActiveIs(bool active) override;
@@ -51,9 +57,12 @@ class PerSwitchPublishMountSm : public Vex::PtrInterface {
   friend Vex::Ptr<T> Vex::make(Args&&...);
 
  private:
+  // Unbinds the reactor: no late change of the mount reaches this machine.
+  void mountReactorDel();
+
   Vex::String name_;
   Vex::Ptr<VexPerSwitchPublishMount> mountReactor_;
-  HubstoreServiceMountGroup* group_;
+  Vex::OwnerLink<HubstoreServiceMountGroup, PerSwitchPublishMountSm> group_;
 };
 
 Vex::Ptr<PerSwitchPublishMountSm> perSwitchPublishMountSmFactory(const Vex::String& name,

@@ -115,6 +115,12 @@ HubstoreService::~HubstoreService() {
   serviceMountGroupDelAll();
   switchWhiteListDelAll();
   versionWhiteListDelAll();
+  // What outlived its release belongs to the agent (or to a dispatch in
+  // progress) now: orphan it while the records are still reachable.
+  mountStatusSmLinks_.ownerGone();
+  groupLinks_.ownerGone();
+  switchListLinks_.ownerGone();
+  versionListLinks_.ownerGone();
   // The members then go in reverse declaration order: the three collections
   // (version lists first), the status machine, the records, the entity
   // managers, the name.

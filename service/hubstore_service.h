@@ -20,6 +20,14 @@
 // Missing records are invariant failures (the process aborts with the
 // asserted expression); creating a group again with another mounter raises
 // Vex::MutatorReinstantiatingException and changes nothing.
+//
+// Handles may outlive the service. When the service goes, whatever it owned
+// that is still alive (held by the agent, or by a dispatch that a hook used to
+// release the service) is orphaned at once, in the order the destructor
+// releases its members: the status machine, the groups, the switch lists,
+// the version lists. An orphan withdraws its configuration then, just as it
+// would had it died with the service, and goes quiet; see each class for what
+// its handle still does afterwards.
 
 #include "allowlist/switch_white_list.h"
 #include "allowlist/version_white_list.h"
@@ -27,6 +35,7 @@
 #include "foundations/collection.h"
 #include "foundations/entity_manager.h"
 #include "foundations/hubstore_status.h"
+#include "foundations/owner_link.h"
 #include "foundations/ptr.h"
 #include "foundations/service_mount_config.h"
 #include "foundations/service_mount_status.h"
@@ -130,6 +139,12 @@ class HubstoreService : public Vex::PtrInterface {
   friend Vex::Ptr<T> Vex::make(Args&&...);
 
  private:
+  // Members link their back pointers here (Vex::OwnerLink).
+  friend class ServiceMountStatusSm;
+  friend class HubstoreServiceMountGroup;
+  friend class SwitchWhiteList;
+  friend class VersionWhiteList;
+
   Vex::String serviceName_;
   EntityManagerPtr hubstoreEntityManager_;
   EntityManagerPtr mirraEntityManager_;
@@ -146,6 +161,10 @@ class HubstoreService : public Vex::PtrInterface {
   bool publishMountsSynchronized_ = false;
   bool closed_ = false;
   bool initialized_ = false;
+  Vex::OwnerLinks mountStatusSmLinks_;
+  Vex::OwnerLinks groupLinks_;
+  Vex::OwnerLinks switchListLinks_;
+  Vex::OwnerLinks versionListLinks_;
 };
 
 Vex::Ptr<HubstoreService> hubstoreServiceFactory(Vex::String serviceName,

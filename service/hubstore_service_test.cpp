@@ -5,6 +5,7 @@
 #include "allowlist/switch_white_list.h"
 #include "allowlist/version_white_list.h"
 #include "mountgroup/hubstore_service_mount_group.h"
+#include "mountgroup/per_switch_publish_mount_sm.h"
 #include "service/test_world.h"
 #include "status/service_mount_status_sm.h"
 
@@ -257,6 +258,182 @@ TEST_F(StaleState, ALiveListWithoutItsFilterIsAnInvariantFailure) {
   versions->publishVersionFilterIs(nullptr);
   EXPECT_DEATH(service->closedIs(true), "assertion failed: localWhiteList->publishVersionFilter\\(\\)\n");
   versions->publishVersionFilterIs(publishConfig->versionFilter("v"));
+}
+
+// A closed group with one controller mount, one publish mount and a
+// per-switch publish mount, bound to lists; completion then needs only the
+// path prefix and the publish status.
+struct Lifetime : World {
+  Vex::Ptr<HubstoreService> service;
+  Vex::Ptr<HubstoreServiceMountGroup> group;
+  void SetUp() override {
+    World::SetUp();
+    service = serviceIs("svcA");
+    auto versions = service->versionWhiteListIs("v");
+    versions->allowedVersionIs(3, true);
+    auto switches = service->switchWhiteListIs("s");
+    switches->allowedSwitchIs(SystemId::fromString("00:1c:73:00:00:01"), true);
+    group = service->serviceMountGroupIs("g1", mounter);
+    group->controllerMountIs("/r", "/db/r", "T", "F");
+    group->publishMountIs("/db/p", "/p", "T");
+    group->perSwitchPublishMountIs("/db/d", "/d", "T");
+    group->versionWhiteListIs(versions);
+    group->switchWhiteListIs(switches);
+    publishStatus->publishGroupStatusIs("g1");
+  }
+  void TearDown() override {
+    group = nullptr;
+    service = nullptr;
+    World::TearDown();
+  }
+  // The configuration the service's members wrote is gone.
+  void expectWithdrawn() {
+    EXPECT_EQ(mountConfig->mountGroupConfigMembers().count(), 0u);
+    EXPECT_EQ(publishConfig->publishGroupConfigMembers().count(), 0u);
+    EXPECT_EQ(mountConfig->systemFilterMembers().count() + mountConfig->versionFilterMembers().count(), 0u);
+    EXPECT_EQ(publishConfig->systemFilterMembers().count() + publishConfig->versionFilterMembers().count(), 0u);
+  }
+};
+
+TEST_F(Lifetime, HandlesHeldPastTheServiceAreOrphansThatTouchNothingOfIt) {
+  group->closedIs(true);
+  Vex::Ptr<VersionWhiteList> versions = service->versionWhiteList("v");
+  Vex::Ptr<SwitchWhiteList> switches = service->switchWhiteList("s");
+  Vex::Ptr<ServiceMountStatusSm> machine = service->mountStatusSm();
+  Vex::Ptr<PerSwitchPublishMountSm> perSwitch = group->perSwitchPublishMountSm("/db/d");
+  traceOn("8");
+  service = nullptr;
+  // Withdrawn as a teardown with no handle left would: group, then lists.
+  EXPECT_EQ(traces(), (Log{"8 HubstoreService::doCleanup", "8 HubstoreServiceMountGroup::doCleanup g1",
+                           "8 HubstoreServiceMountGroup::handleControllerMount path: /r",
+                           "8 HubstoreServiceMountGroup::handlePublishMount path:/db/p",
+                           "8 HubstoreServiceMountGroup::handlePerSwitchPublishMount path: /db/d",
+                           "8 SwitchWhiteList::doCleanup s", "8 VersionWhiteList::doCleanup v"}));
+  expectWithdrawn();
+  EXPECT_EQ(group->service(), nullptr);
+  EXPECT_EQ(versions->service(), nullptr);
+  EXPECT_EQ(machine->hubstoreService(), nullptr);
+  EXPECT_EQ(perSwitch->group(), nullptr);
+
+  // The mount machinery goes on writing: no orphan reacts.
+  trace.clear();
+  mountStatus->mountedPathPrefixIs("/r", "/db/r");
+  publishStatus->publishGroupStatusIs("g1")->publishStatusIs("/db/p");
+  mountStatus->initialMountsCompleteIs("g1", true);
+  mountStatus->systemStatusIs("00:1c:73:00:00:01")->serviceMountGroupStatusIs("g1", mountStateMounted);
+  EXPECT_EQ(hooks, Log{});
+  EXPECT_EQ(traces(), Log{});
+
+  // The agent's calls on orphans write only to their own detached records.
+  versions->allowedVersionIs(4, true);
+  switches->allowedSwitchDelAll();
+  group->controllerMountIs("/r2", "/db/r2", "T", "F");
+  group->closedIs(false);
+  group->closedIs(true);
+  perSwitch->handlePerSwitchPublishMountActive();
+  machine->handleInitialMountsComplete("g1");
+  expectWithdrawn();
+  EXPECT_EQ(hooks, Log{});
+  // Any order of release: the lists go after the group that holds them.
+  machine = nullptr;
+  versions = nullptr;
+  perSwitch = nullptr;
+}
+
+TEST_F(Lifetime, APerSwitchMachineHeldPastItsGroupStopsFollowingItsMount) {
+  Vex::Ptr<PerSwitchPublishMountSm> perSwitch = group->perSwitchPublishMountSm("/db/d");
+  Vex::Ptr<PerSwitchPublishMount> mount = group->perSwitchPublishMount("/db/d");
+  service->serviceMountGroupDel("g1");
+  group = nullptr;
+  EXPECT_EQ(perSwitch->group(), nullptr);
+  traceOn("8");
+  mount->publishActiveIs(true);
+  perSwitch->handlePerSwitchPublishMountActive();
+  EXPECT_EQ(traces(), (Log{"8 PerSwitchPublishMountSm::handlePerSwitchPublishMountActive path: /db/d"}));
+  EXPECT_EQ(publishConfig->publishGroupConfigMembers().count(), 0u);
+}
+
+TEST_F(Lifetime, AHookMayReleaseTheServiceFromEveryRoad) {
+  group->closedIs(true);
+  mountStatus->initialMountsCompleteIs("g1", true);
+  publishStatus->publishGroupStatusIs("g1")->publishStatusIs("/db/p");
+  hooks.clear();
+  Vex::Ptr<HubstoreServiceMountGroup> held = group;
+  group = nullptr;
+
+  // doMountsComplete, reached from a status write: the machine is not told.
+  mounter->onComplete = [&] { service = nullptr; };
+  mountStatus->mountedPathPrefixIs("/r", "/db/r");
+  EXPECT_EQ(hooks, Log{"doMountsComplete g1"});
+  EXPECT_EQ(HubstoreService::staticType().liveCount(), 0);
+  expectWithdrawn();
+  held = nullptr;
+  mounter->onComplete = nullptr;
+
+  // doMountsComplete, reached from closing the group.
+  hooks.clear();
+  SetUp();
+  mountStatus->mountedPathPrefixIs("/r", "/db/r");
+  publishStatus->publishGroupStatusIs("g1")->publishStatusIs("/db/p");
+  mounter->onComplete = [&] { service = nullptr; };
+  group->closedIs(true);
+  EXPECT_EQ(hooks, Log{"doMountsComplete g1"});
+  EXPECT_EQ(group->service(), nullptr);
+  mounter->onComplete = nullptr;
+
+  // doInitialSwitchMountsComplete, reached through the group close.
+  hooks.clear();
+  SetUp();
+  mounter->onInitialMounts = [&] { service = nullptr; };
+  group->closedIs(true);
+  EXPECT_EQ(hooks, (Log{"doMountsComplete g1", "doInitialSwitchMountsComplete g1"}));
+  EXPECT_EQ(HubstoreService::staticType().liveCount(), 0);
+  mounter->onInitialMounts = nullptr;
+
+  // doHandleControllerMountState, during a new switch's first report: the
+  // report stops at the first group.
+  hooks.clear();
+  SetUp();
+  service->serviceMountGroupIs("g2", mounter);
+  mounter->onMountState = [&] { service = nullptr; };
+  auto record = SystemStatus::SystemStatusIs("00:1c:73:00:00:01");
+  record->serviceMountGroupStatusIs("g1", mountStateMounted);
+  record->serviceMountGroupStatusIs("g2", mountStateMounted);
+  mountStatus->systemStatusIs(record);
+  EXPECT_EQ(hooks, Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted"});
+  expectWithdrawn();
+  mounter->onMountState = nullptr;
+}
+
+TEST_F(Lifetime, AHookThatThrowsInAFirstReportLeavesTheSwitchTracked) {
+  int calls = 0;
+  mounter->onMountState = [&] {
+    if (++calls == 1) throw Vex::InternalException("hook failed");
+  };
+  auto record = SystemStatus::SystemStatusIs("00:1c:73:00:00:01");
+  record->serviceMountGroupStatusIs("g1", mountStateMounting);
+  EXPECT_THROW(mountStatus->systemStatusIs(record), Vex::InternalException);
+  ASSERT_TRUE(service->mountStatusSm()->systemStatusSm("00:1c:73:00:00:01"));
+  record->serviceMountGroupStatusIs("g1")->mountStateIs(mountStateMounted);
+  EXPECT_EQ(hooks, (Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounting",
+                        "doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted"}));
+}
+
+TEST_F(Lifetime, AHookThatRemovesItsSwitchInTheFirstReportLeavesNoMachine) {
+  service->serviceMountGroupIs("g2", mounter);
+  mounter->onMountState = [&] { mountStatus->systemStatusDel("00:1c:73:00:00:01"); };
+  auto first = SystemStatus::SystemStatusIs("00:1c:73:00:00:01");
+  first->serviceMountGroupStatusIs("g1", mountStateMounted);
+  first->serviceMountGroupStatusIs("g2", mountStateMounted);
+  mountStatus->systemStatusIs(first);  // the report stops at g1
+  EXPECT_FALSE(service->mountStatusSm()->systemStatusSm("00:1c:73:00:00:01"));
+  mounter->onMountState = nullptr;
+  auto again = SystemStatus::SystemStatusIs("00:1c:73:00:00:01");
+  again->serviceMountGroupStatusIs("g1", mountStateUnmounted);
+  mountStatus->systemStatusIs(again);
+  EXPECT_EQ(service->mountStatusSm()->systemStatusSm("00:1c:73:00:00:01")->systemStatus(), again);
+  EXPECT_EQ(hooks, (Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted",
+                        "doHandleControllerMountState 00:1c:73:00:00:01 g1 unmounted"}));
 }
 
 }  // namespace

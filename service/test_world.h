@@ -49,10 +49,13 @@ class RecordingMounter : public HubstoreServiceMounter {
   }
   void doInitialSwitchMountsComplete(Vex::String groupName, const Vex::Ptr<Mirra::EntityManager>&) override {
     log_->push_back("doInitialSwitchMountsComplete " + groupName.stdString());
+    if (onInitialMounts) onInitialMounts();
   }
   bool throwOnComplete = false;
+  // Run inside the hook, after it is logged; they may release or throw anything.
   std::function<void()> onComplete;
   std::function<void()> onMountState;
+  std::function<void()> onInitialMounts;
 
  private:
   Log* log_;

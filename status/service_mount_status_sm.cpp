@@ -2,6 +2,7 @@
 
 #include "foundations/exception.h"
 #include "foundations/ferrolink.h"
+#include "foundations/system_id.h"
 #include "mountgroup/hubstore_service_mount_group.h"
 #include "service/hubstore_service.h"
 
@@ -66,7 +67,8 @@ Vex::Ptr<ServiceMountStatusSm> serviceMountStatusSmFactory(const Vex::Ptr<const 
 
 ServiceMountStatusSm::ServiceMountStatusSm(const Vex::Ptr<const ServiceMountStatus>& status,
                                            HubstoreService* hubstoreService)
-    : hubstoreService_(hubstoreService) {
+    : hubstoreService_(hubstoreService, hubstoreService ? &hubstoreService->mountStatusSmLinks_ : nullptr, this,
+                       &ServiceMountStatusSm::tearDown) {
   if (status) {
     serviceMountStatusReactor_ = Vex::make<VexServiceMountStatus>(status, this);
     serviceMountStatusReactor_->hasNotificationActiveIs(true);
@@ -74,9 +76,12 @@ ServiceMountStatusSm::ServiceMountStatusSm(const Vex::Ptr<const ServiceMountStat
   handleInitialized();
 }
 
-ServiceMountStatusSm::~ServiceMountStatusSm() {
+ServiceMountStatusSm::~ServiceMountStatusSm() { tearDown(); }
+
+void ServiceMountStatusSm::tearDown() {
   vexDoZombieReactors(true);
   systemStatusSmDelAll();
+  systemStatusSmLinks_.ownerGone();
   if (serviceMountStatusReactor_) {
     serviceMountStatusReactor_->ownerIs(nullptr);
     serviceMountStatusReactor_ = nullptr;
@@ -124,6 +129,11 @@ void ServiceMountStatusSm::handleSystemStatus(const Vex::Name& systemName) {
     systemStatusSmDel(systemName);
     return;
   }
+  // The mount machinery's fault, not the agent's: this switch is left out.
+  if (!SystemId::parse(systemName.view())) {
+    HUBSTORE_TRACE(5) << "handleSystemStatus" << ": system " << systemName << " is not an Ethernet address.";
+    return;
+  }
   HUBSTORE_TRACE(7) << "Creating ServiceMountStatusSm for " << systemName;
   const Vex::Ptr<ServiceMountStatusSm> self(this);
   systemStatusSmIs(entry);
@@ -138,22 +148,12 @@ Vex::Ptr<SystemStatusSm> ServiceMountStatusSm::systemStatusSmIs(const Vex::Ptr<c
     Vex::throwMutatorReinstantiating("systemStatusSm[" + key + "]", "systemStatus", systemStatusSmSystemStatusAttr,
                                      Vex::describe(systemStatus.get()), Vex::describe(watched.get()));
   }
-  const Vex::Ptr<const ServiceMountStatus> status = serviceMountStatus();
-  const bool listed = status && status->systemStatusRaw(key) == systemStatus.get();
   Vex::Ptr<SystemStatusSm> machine = SystemStatusSm::SystemStatusSmIs(systemStatus, this);
-  // The new machine's first sweep ran hooks, which may have removed or
-  // replaced this switch's entry. The notification of that change has then
-  // already brought the collection in line with the record: keep its result.
-  if (Vex::Ptr<SystemStatusSm> nested = systemStatusSm_.member(key)) {
-    machine->vexDoZombieReactors(true);
-    return nested;
-  }
-  if (listed && status->systemStatusRaw(key) != systemStatus.get()) {
-    machine->vexDoZombieReactors(true);
-    return machine;
-  }
   systemStatusSm_.newMember(key, machine);
   machine->hasNotificationActiveIs(true);
+  // Listed before it reports: a hook that removes the switch again takes the
+  // machine with it, and one that throws leaves it in place.
+  machine->handleInitialized();
   return machine;
 }
 
@@ -180,6 +180,8 @@ void ServiceMountStatusSm::handleInitialMountsComplete() {
 
 void ServiceMountStatusSm::handleInitialMountsComplete(const Vex::String& groupName) {
   HUBSTORE_TRACE(8) << "ServiceMountStatusSm::" << "handleInitialMountsComplete" << " " << groupName;
+  // The hook may release the service, and this machine with it.
+  const Vex::Ptr<ServiceMountStatusSm> self(this);
   HubstoreServiceMountGroup* group = hubstoreService_ ? hubstoreService_->serviceMountGroupRaw(groupName) : nullptr;
   if (!group) {
     HUBSTORE_TRACE(5) << "handleInitialMountsComplete" << ": no CSMG for group " << groupName;

@@ -7,9 +7,20 @@
 // Built fully initialized: when the constructor returns, every switch already
 // in the record has its machine and every closed group already marked
 // complete has been told.
+//
+// A switch is listed before its first report runs, so a hook that throws
+// during that report leaves the switch's machine in place (later changes
+// reach the hook), and a hook that removes the switch leaves none. A switch
+// whose name is not an Ethernet address gets no machine: it is traced at
+// level 5 and reaches no hook.
+//
+// The machine may outlive its service (a dispatch or the agent holds it).
+// When the service goes it is orphaned: it drops its switch machines, goes
+// quiet, and hubstoreService() reads null.
 
 #include "foundations/collection.h"
 #include "foundations/notifiee_const.h"
+#include "foundations/owner_link.h"
 #include "foundations/ptr.h"
 #include "foundations/service_mount_status.h"
 #include "foundations/type_descriptor.h"
@@ -42,15 +53,19 @@ class ServiceMountStatusSm : public Vex::PtrInterface {
   Vex::Ptr<const ServiceMountStatus> serviceMountStatus() const;
   // The record's name; null without a record.
   Vex::Name serviceName() const;
-  HubstoreService* hubstoreService() const { return hubstoreService_; }
+  // The owning service; null once orphaned.
+  HubstoreService* hubstoreService() const { return hubstoreService_.get(); }
 
   Vex::Ptr<SystemStatusSm> systemStatusSm(const Vex::Name& systemName) const {
     return systemStatusSm_.member(systemName);
   }
   const Vex::Collection<Vex::Name, SystemStatusSm>& systemStatusSmMembers() const { return systemStatusSm_; }
   // Returns the machine for this record's name when it watches the same
-  // record; raises the null-pointer error for a null record and the
-  // reinstantiation error for another record under a used name.
+  // record; raises the null-pointer error for a null record, the
+  // reinstantiation error for another record under a used name, and
+  // Lanx::InvalidEthAddrException for a name that is not an address. A new
+  // machine is listed, then makes its first report (whatever that report
+  // raises passes on, the machine stays listed).
   Vex::Ptr<SystemStatusSm> systemStatusSmIs(const Vex::Ptr<const SystemStatus>& systemStatus);
   void systemStatusSmDel(Vex::Name systemName);
   void systemStatusSmDelAll();
@@ -78,10 +93,17 @@ class ServiceMountStatusSm : public Vex::PtrInterface {
   friend Vex::Ptr<T> Vex::make(Args&&...);
 
  private:
+  // Switch machines link their back pointers here (Vex::OwnerLink).
+  friend class SystemStatusSm;
+
+  // The destructor's work; also run when the service goes first.
+  void tearDown();
+
   Vex::Ptr<VexServiceMountStatus> serviceMountStatusReactor_;
   Vex::Collection<Vex::Name, SystemStatusSm> systemStatusSm_;
   bool initialized_ = false;
-  HubstoreService* hubstoreService_;
+  Vex::OwnerLink<HubstoreService, ServiceMountStatusSm> hubstoreService_;
+  Vex::OwnerLinks systemStatusSmLinks_;
 };
 
 Vex::Ptr<ServiceMountStatusSm> serviceMountStatusSmFactory(const Vex::Ptr<const ServiceMountStatus>& status,

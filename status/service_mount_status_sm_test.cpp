@@ -86,6 +86,18 @@ TEST_F(ServiceMountStatusSmTest, NewMachineReportsSwitchesThenCompleteGroupsAndD
   EXPECT_EQ(hooks.size(), 3u);
 }
 
+TEST_F(ServiceMountStatusSmTest, DroppingTheMountStatusEndsFollowingIt) {
+  auto service = serviceIs("svcA");
+  closedGroupIs(service, "g1");
+  auto sm = service->mountStatusSm();
+  sm->serviceMountStatusDel();
+  mountStatus->systemStatusIs(a);
+  mountStatus->initialMountsCompleteIs("g1", true);
+  EXPECT_EQ(sm->serviceMountStatus(), nullptr);
+  EXPECT_EQ(sm->systemStatusSmMembers().count(), 0u);
+  EXPECT_EQ(hooks, Log{"doMountsComplete g1"});
+}
+
 TEST_F(ServiceMountStatusSmTest, NotificationFlagSwitchesTheWholeTree) {
   auto service = serviceIs("svcA");
   service->serviceMountGroupIs("g1", mounter);

@@ -2,7 +2,6 @@
 
 #include "foundations/exception.h"
 #include "foundations/ferrolink.h"
-#include "foundations/system_id.h"
 #include "mountgroup/hubstore_service_mount_group.h"
 #include "service/hubstore_service.h"
 #include "status/service_mount_status_sm.h"
@@ -17,11 +16,6 @@ template <class Reactor>
 void retire(const Vex::Ptr<Reactor>& reactor) {
   reactor->ownerIs(nullptr);
   reactor->vexDoZombieReactors(true);
-}
-
-bool listedByService(const ServiceMountStatusSm* owner, const SystemStatus* record) {
-  const Vex::Ptr<const ServiceMountStatus> status = owner ? owner->serviceMountStatus() : nullptr;
-  return status && status->systemStatusRaw(record->name()) == record;
 }
 
 }  // namespace
@@ -123,18 +117,23 @@ Vex::Ptr<SystemStatusSm> systemStatusSmFactory(const Vex::Ptr<const SystemStatus
   return SystemStatusSm::SystemStatusSmIs(systemStatus, serviceMountStatusSm);
 }
 
+// Parsed first, so a name that is no address leaves nothing behind.
 SystemStatusSm::SystemStatusSm(const Vex::Ptr<const SystemStatus>& systemStatus,
                                ServiceMountStatusSm* serviceMountStatusSm)
-    : serviceMountStatusSm_(serviceMountStatusSm) {
+    : systemId_(systemStatus ? SystemId::fromString(systemStatus->name().view()) : SystemId()),
+      serviceMountStatusSm_(serviceMountStatusSm,
+                            serviceMountStatusSm ? &serviceMountStatusSm->systemStatusSmLinks_ : nullptr, this,
+                            &SystemStatusSm::tearDown) {
   if (systemStatus) {
     // Binding creates a silent reactor for every group status already there.
     systemStatusReactor_ = Vex::make<VexSystemStatus>(systemStatus, this);
     systemStatusReactor_->hasNotificationActiveIs(true);
   }
-  handleInitialized();
 }
 
-SystemStatusSm::~SystemStatusSm() {
+SystemStatusSm::~SystemStatusSm() { tearDown(); }
+
+void SystemStatusSm::tearDown() {
   vexDoZombieReactors(true);
   serviceMountGroupStatusDelAll();
   if (systemStatusReactor_) {
@@ -163,14 +162,12 @@ void SystemStatusSm::handleMountState() {
   if (!initialized_) return;
   const SystemStatus* status = systemStatusReactor_ ? systemStatusReactor_->notifier() : nullptr;
   if (!status) return;
-  // A hook may remove this switch mid-sweep. Its machine is then marked; a
-  // machine still being built is not yet listed by its owner, but its record
-  // is no longer listed by the service's status. Either way the sweep stops.
+  // A hook may remove this switch (or release the service) mid-sweep; the
+  // machine is then marked and the sweep stops.
   const Vex::Ptr<SystemStatusSm> self(this);
   const Vex::Ptr<const SystemStatus> record(status);
-  const bool wasListed = listedByService(serviceMountStatusSm_, record.get());
   for (auto entry = record->serviceMountGroupStatusMembers().begin(); entry != nullptr; ++entry) {
-    if (vexMarkedForDeletion() || (wasListed && !listedByService(serviceMountStatusSm_, record.get()))) return;
+    if (vexMarkedForDeletion()) return;
     handleMountState(entry.key());
   }
 }
@@ -184,7 +181,6 @@ void SystemStatusSm::handleMountState(const Vex::Name& groupName) {
   const ServiceMountGroupStatus* groupStatus = status->serviceMountGroupStatusRaw(groupName);
   if (!groupStatus) return;
   const MountState mountState = groupStatus->mountState();
-  const SystemId systemId = SystemId::fromString(status->name().view());
   HubstoreService* service = serviceMountStatusSm_ ? serviceMountStatusSm_->hubstoreService() : nullptr;
   HubstoreServiceMountGroup* group = service ? service->serviceMountGroupRaw(groupName) : nullptr;
   if (!group) {
@@ -195,7 +191,7 @@ void SystemStatusSm::handleMountState(const Vex::Name& groupName) {
   // Held here: the hook may delete the group, and with it these references.
   const Vex::Ptr<HubstoreServiceMounter> mounter = group->mounter();
   const Vex::Ptr<Mirra::EntityManager> entityManager = group->hubstoreEntityManager();
-  if (mounter) mounter->doHandleControllerMountState(systemId, groupName, mountState, entityManager);
+  if (mounter) mounter->doHandleControllerMountState(systemId_, groupName, mountState, entityManager);
 }
 
 Vex::Ptr<SystemStatusSm::VexServiceMountGroupStatus> SystemStatusSm::serviceMountGroupStatusIs(

@@ -4,14 +4,22 @@
 // state for a group is set or changes. Created and owned by the service's
 // ServiceMountStatusSm, one per switch.
 //
-// On creation it reports every group status the record already holds, once.
-// A group status added later is reported from its first mountState change;
-// removing one reports nothing. The machine remembers nothing of what it
-// reported: a new sweep reports every group again.
+// Its first report (handleInitialized, which its owner runs once the machine
+// is listed) covers every group status the record holds, once. A group
+// status added later is reported from its first mountState change; removing
+// one reports nothing. The machine remembers nothing of what it reported: a
+// new sweep reports every group again.
+//
+// The switch's name is parsed once, at creation: a name that is not an
+// Ethernet address raises Lanx::InvalidEthAddrException there. A machine that
+// outlives its owner is orphaned when the owner goes: it stops following the
+// record and reports nothing more.
 
 #include "foundations/collection.h"
 #include "foundations/notifiee_const.h"
+#include "foundations/owner_link.h"
 #include "foundations/ptr.h"
+#include "foundations/system_id.h"
 #include "foundations/system_status.h"
 #include "foundations/type_descriptor.h"
 
@@ -60,7 +68,10 @@ class SystemStatusSm : public Vex::PtrInterface {
   Vex::Ptr<const SystemStatus> systemStatus() const;
   // The record's name: the switch's Ethernet address in text form.
   Vex::Name systemName() const;
-  ServiceMountStatusSm* serviceMountStatusSm() const { return serviceMountStatusSm_; }
+  // The address that name spells (all zero without a record).
+  const SystemId& systemId() const { return systemId_; }
+  // The owner; null once orphaned.
+  ServiceMountStatusSm* serviceMountStatusSm() const { return serviceMountStatusSm_.get(); }
 
   void handleMountState();
   void handleMountState(const Vex::Name& groupName);
@@ -91,10 +102,14 @@ class SystemStatusSm : public Vex::PtrInterface {
   friend Vex::Ptr<T> Vex::make(Args&&...);
 
  private:
+  // The destructor's work; also run when the owner goes first.
+  void tearDown();
+
+  SystemId systemId_;
   Vex::Ptr<VexSystemStatus> systemStatusReactor_;
   Vex::Collection<Vex::Name, VexServiceMountGroupStatus> serviceMountGroupStatus_;
   bool initialized_ = false;
-  ServiceMountStatusSm* serviceMountStatusSm_;
+  Vex::OwnerLink<ServiceMountStatusSm, SystemStatusSm> serviceMountStatusSm_;
 };
 
 Vex::Ptr<SystemStatusSm> systemStatusSmFactory(const Vex::Ptr<const SystemStatus>& systemStatus,

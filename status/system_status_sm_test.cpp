@@ -51,6 +51,62 @@ TEST_F(SystemStatusSmTest, LaterGroupStatusReportsOnlyItsChangesAndRemovalNothin
   EXPECT_EQ(hooks.size(), 1u);
 }
 
+TEST_F(SystemStatusSmTest, RepointedGroupStatusReactorReportsItsNewRecordOnce) {
+  auto service = serviceIs("svcA");
+  service->serviceMountGroupIs("g1", mounter);
+  service->serviceMountGroupIs("g2", mounter);
+  auto record = switchIs(sw, {"g1", "g2"});
+  auto g1 = record->serviceMountGroupStatusIs("g1");
+  auto g2 = record->serviceMountGroupStatusIs("g2");
+  g2->mountStateIs(mountStateFailed);
+  auto reactor = service->mountStatusSm()->systemStatusSm(sw)->serviceMountGroupStatus("g1");
+  hooks.clear();
+  traceOn("8");
+  reactor->notifierIs(g2);
+  reactor->notifierIs(g2);
+  EXPECT_EQ(traces(), Log{"8 SystemStatusSm::handleMountState: g2"});
+  EXPECT_EQ(hooks, Log{"doHandleControllerMountState 00:1c:73:0a:0b:0c g2 failed"});
+  g1->mountStateIs(mountStateUnmounted);  // watched by nobody now
+  reactor->notifierIs(nullptr);
+  EXPECT_EQ(hooks.size(), 1u);
+}
+
+TEST_F(SystemStatusSmTest, RepointedSwitchReactorBringsTheGroupReactorsInLineSilently) {
+  auto service = serviceIs("svcA");
+  for (const char* g : {"g1", "g2", "g3"}) service->serviceMountGroupIs(g, mounter);
+  auto record = switchIs(sw, {"g1", "g2"});
+  auto machine = service->mountStatusSm()->systemStatusSm(sw);
+  auto other = SystemStatus::SystemStatusIs(sw);
+  for (const char* g : {"g2", "g3"}) other->serviceMountGroupStatusIs(g, mountStateMounted);
+  hooks.clear();
+  // The machine's own reactor is not reachable from outside; a second one
+  // over the same machine runs the same code.
+  auto reactor = Vex::make<SystemStatusSm::VexSystemStatus>(record, machine.get());
+  reactor->notifierIs(other);
+  Log groups;
+  for (auto it = machine->serviceMountGroupStatusMembers().begin(); it != nullptr; ++it) {
+    groups.push_back(it.key().stdString());
+    EXPECT_EQ((*it)->notifier(), other->serviceMountGroupStatusRaw(it.key())) << it.key().stdString();
+  }
+  EXPECT_EQ(groups, (Log{"g2", "g3"}));
+  EXPECT_EQ(hooks, Log{});
+}
+
+TEST_F(SystemStatusSmTest, DroppingTheSwitchRecordEndsEveryReport) {
+  auto service = serviceIs("svcA");
+  service->serviceMountGroupIs("g1", mounter);
+  auto record = switchIs(sw, {"g1"});
+  auto machine = service->mountStatusSm()->systemStatusSm(sw);
+  hooks.clear();
+  machine->systemStatusDel();
+  record->serviceMountGroupStatusIs("g1")->mountStateIs(mountStateFailed);
+  record->serviceMountGroupStatusIs("g2", mountStateMounted);
+  machine->handleMountState();
+  EXPECT_EQ(machine->systemStatus(), nullptr);
+  EXPECT_EQ(machine->serviceMountGroupStatusMembers().count(), 0u);
+  EXPECT_EQ(hooks, Log{});
+}
+
 TEST_F(SystemStatusSmTest, UndeclaredGroupIsTracedAndReportsNothing) {
   auto service = serviceIs("svcA");
   service->serviceMountGroupIs("g1", mounter);
@@ -64,11 +120,27 @@ TEST_F(SystemStatusSmTest, UndeclaredGroupIsTracedAndReportsNothing) {
   EXPECT_EQ(hooks, Log{"doHandleControllerMountState 00:1c:73:0a:0b:0c g1 mounted"});
 }
 
-TEST_F(SystemStatusSmTest, NameThatIsNoEthernetAddressFailsTheReport) {
+TEST_F(SystemStatusSmTest, NameThatIsNoEthernetAddressIsAnAnomalyTheOthersAreTracked) {
+  auto early = switchIs("switch-7", {"g1"});
+  traceOn("5");
   auto service = serviceIs("svcA");
   service->serviceMountGroupIs("g1", mounter);
-  EXPECT_THROW(switchIs("switch-7", {"g1"}), Lanx::InvalidEthAddrException);
-  EXPECT_EQ(hooks, Log{});
+  auto late = SystemStatus::SystemStatusIs("switch-8");
+  late->serviceMountGroupStatusIs("g1", mountStateMounted);
+  EXPECT_NO_THROW(mountStatus->systemStatusIs(late));
+  switchIs(sw, {"g1"});
+  late->serviceMountGroupStatusIs("g1")->mountStateIs(mountStateFailed);
+  EXPECT_EQ(hooks, Log{"doHandleControllerMountState 00:1c:73:0a:0b:0c g1 mounted"});
+  Log anomalies;
+  for (const auto& line : traces()) {
+    if (line.find("handleSystemStatus") != std::string::npos) anomalies.push_back(line);
+  }
+  EXPECT_EQ(anomalies, (Log{"5 handleSystemStatus: system switch-7 is not an Ethernet address.",
+                            "5 handleSystemStatus: system switch-8 is not an Ethernet address."}));
+  EXPECT_FALSE(service->mountStatusSm()->systemStatusSm("switch-8"));
+  // Only the agent's own direct call is told off.
+  EXPECT_THROW(service->mountStatusSm()->systemStatusSmIs(early), Lanx::InvalidEthAddrException);
+  EXPECT_NO_THROW(service->closedIs(true));
 }
 
 TEST_F(SystemStatusSmTest, HookMayRemoveTheSwitchOrItsOwnGroup) {

@@ -86,13 +86,33 @@ const std::vector<std::string_view>& commandSlots() {
         // The tool
         {56, "trace {levels}"},
         {57, "dump"},
-        // 58-60: hooks that act (a throwing mounter, when, whenDel).
+        // Hooks that act
+        {58, "mounter {mounter} throwing {hook}"},
+        {59, "when {mounter} {hook} {groupOrStar} {hookAction}"},
+        {60, "whenDel {mounter}"},
         {61, "serviceMountGroupStatus {sys} {group}"},
     };
     for (const auto& [slot, command] : used) table[slot] = command;
     return table;
   }();
   return slots;
+}
+
+// What a hook may run: the agent's and the mount machinery's commands (the
+// language allows no other), without the two that could end in a documented
+// fatal assertion at a moment the fuzzer cannot see: `service` (its records
+// may be gone by then) and `groupClosed G true` (the group may have no
+// version allow-list by then).
+std::vector<std::string_view> hookActions() {
+  static const std::set<std::string_view> excluded = {
+      "agent", "records", "record", "recordDel", "leaderGenId", "restart", "set", "unset",
+      "trace", "dump",    "when",   "service",   "groupClosed"};
+  std::vector<std::string_view> actions;
+  for (std::string_view command : commandSlots()) {
+    if (!command.empty() && !excluded.count(command.substr(0, command.find(' ')))) actions.push_back(command);
+  }
+  actions.push_back("groupClosed {group} false");
+  return actions;
 }
 
 const std::map<std::string_view, Kind, std::less<>>& kinds() {
@@ -132,6 +152,8 @@ const std::map<std::string_view, Kind, std::less<>>& kinds() {
         {"hook", false, {"doHandleControllerMountState", "doMountsComplete", "doInitialSwitchMountsComplete"}},
         // "none" first: encoding takes the first alternative that matches.
         {"mounterOrNone", false, {"none", "{mounter}"}},
+        {"groupOrStar", false, {"*", "{group}"}},
+        {"hookAction", false, hookActions()},
         {"switchListOrNone", false, {"none", "{switchList}"}},
         {"versionListOrNone", false, {"none", "{versionList}"}},
         {"systemFilterRef",

@@ -23,7 +23,10 @@
 // The alphabet: 3 switches in several spellings and one malformed name, 3
 // groups, 2 mounters, 2 switch lists and 2 version lists, versions 0-3, 3
 // remote paths, 3 controller database paths, 2 agents, 2 services; every
-// command of the scenario language except echo.
+// command of the scenario language except echo. What a hook runs (`when M
+// HOOK G COMMAND`) is any agent or mount machinery command but `service` and
+// `groupClosed G true`, which could meet a fatal assertion at a moment the
+// fuzzer's steering (fuzz_run.h) cannot see.
 
 #include <cstddef>
 #include <cstdint>

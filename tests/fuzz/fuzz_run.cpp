@@ -100,13 +100,14 @@ void FuzzRun::step(const sim::Command& command) {
     if (command.verb == "closed" && command.args[0] == "true" && !service->closed()) {
       closingService = GroupConfigsOfLiveGroups::of(*service);
     }
-    if (command.verb == "groupClosed" && command.args[1] == "true") {
+    if (command.verb == "groupClosed" && command.args[1] == "true" && !hooksAct_) {
       const auto* group = service->serviceMountGroupRaw(Vex::String(command.args[0]));
       if (group && !group->closed()) closingGroup = GroupPublishKeys::of(*group);
     }
   }
 
   sim_->run({command}, errors_.get());
+  hooksAct_ = hooksAct_ || command.verb == "when";
 
   const auto& service = sim_->currentService();
   if (hadService && !service) check(serviceObjectsAlive());

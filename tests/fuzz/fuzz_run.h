@@ -12,6 +12,7 @@
 //   - `service` while the agent or one of its five records is missing or of
 //     another type (the service asserts them);
 //   - `groupClosed G true` for an open group without a version allow-list.
+// The commands hooks run (`when`) never include these two (command_alphabet.h).
 //
 // A command that cannot run (unknown object, no service) is reported by the
 // simulator as an error and the run goes on; exceptions that leave the
@@ -22,7 +23,8 @@
 //   - once a command released the service (serviceDel, restart), none of
 //     its objects is alive;
 //   - after a `closed true` that closed the service, serviceCloseViolations;
-//   - after a `groupClosed G true` that closed the group, groupCloseViolations;
+//   - after a `groupClosed G true` that closed the group, groupCloseViolations,
+//     unless a hook may have acted during the close (any `when` so far);
 //   - after every command, allowListFilterViolations, unless the scenario
 //     edited the configuration records while the service lived;
 //   - after `dump` and at finish(), the dump reads back through `set`;
@@ -34,6 +36,8 @@
 // filed and not yet fixed, each with its regression scenario. A run that
 // meets one notes it in openFindingsMet() and goes on without further
 // checks instead of aborting, so that the fuzzer searches past what is known.
+
+#include <sys/types.h>
 
 #include <cstdio>
 #include <memory>
@@ -83,6 +87,8 @@ class FuzzRun {
   bool openFindingMet_ = false;
   // The scenario took records out of the configurations of the live service.
   bool configurationEdited_ = false;
+  // Hooks were given commands to run.
+  bool hooksAct_ = false;
   std::string partialLine_;
   // Declared before the Output and the Simulator that write to them.
   std::unique_ptr<std::FILE, StreamCloser> transcript_;

@@ -38,6 +38,15 @@ constexpr std::string_view kHelp =
     "  --quiet         print no transcript lines; errors and the exit status stay\n"
     "  --help          print this text\n"
     "\n"
+    "Commands that make a recording mounter's hooks act (HOOK is\n"
+    "doHandleControllerMountState, doMountsComplete or doInitialSwitchMountsComplete):\n"
+    "  mounter M throwing HOOK   a recording mounter whose HOOK throws\n"
+    "                            Vex::InternalException \"hook failed\" after its line\n"
+    "  when M HOOK G COMMAND...  each time M's HOOK fires for group G (* for any),\n"
+    "                            run COMMAND, an agent or mount machinery command,\n"
+    "                            after the hook's line\n"
+    "  whenDel M                 forget every 'when' of M\n"
+    "\n"
     "Exit status: 0 when every command ran, 1 when a command could not run,\n"
     "2 for a usage or syntax error.\n";
 

@@ -187,11 +187,20 @@ struct Param {
   Arg kind = Arg::Word;
 };
 
-// params[required..] are optional; when variadic the last one repeats.
+// Parses the words after the verb of a command whose words depend on one
+// another; returns the error if there is one.
+using WordsParser = std::optional<std::string> (*)(std::span<const Word>,
+                                                   Command&);
+
+// params[required..] are optional; when variadic the last one repeats. A verb
+// with its own words parser has no params.
 struct VerbShape {
   std::vector<Param> params;
   std::size_t required = 0;
   bool variadic = false;
+  WordsParser parser = nullptr;
+  // An agent or mount machinery command: one that a hook may run (`when`).
+  bool hookAction = false;
 };
 
 VerbShape fixed(std::initializer_list<Param> params) {
@@ -203,72 +212,99 @@ VerbShape lastOptional(std::initializer_list<Param> params) {
 VerbShape lastRepeated(std::initializer_list<Param> params) {
   return {params, params.size() - 1, true};
 }
+VerbShape parsedBy(WordsParser parser) { return {{}, 0, false, parser}; }
 
-const std::map<std::string, VerbShape, std::less<>>& verbTable() {
+std::optional<std::string> parseMounter(std::span<const Word> words,
+                                        Command& cmd);
+std::optional<std::string> parseWhen(std::span<const Word> words, Command& cmd);
+std::optional<std::string> parseSetOrUnset(std::span<const Word> words,
+                                           Command& cmd);
+
+using VerbTable = std::map<std::string, VerbShape, std::less<>>;
+
+const VerbTable& verbTable() {
   const Param G{"G"}, SYS{"SYS"}, REMOTE{"REMOTE"}, H{"HUBSTOREPATH"},
       TYPE{"TYPE"}, L{"L"}, V{"V"};
   const Param BOOL{"BOOL", Arg::Bool};
-  static const std::map<std::string, VerbShape, std::less<>> table = {
-      // The world
-      {"agent", fixed({{"NAME"}})},
-      {"records", lastOptional({{"leaderGenId=ID", Arg::LeaderGenId}})},
-      {"record", fixed({{"PATH"}, {"TYPE", Arg::RecordType}})},
-      {"recordDel", fixed({{"PATH"}})},
-      {"leaderGenId", fixed({{"ID"}})},
-      {"restart", fixed({})},
-      // Status records. SYS here is the record's name, not checked: a badly
-      // spelled switch is one of the things a scenario may exercise.
-      {"systemStatus", lastRepeated({SYS, {"G=STATE", Arg::GroupState}})},
-      {"systemStatusDel", fixed({SYS})},
-      {"serviceMountGroupStatus",
-       lastOptional({SYS, G, {"STATE", Arg::State}})},
-      {"serviceMountGroupStatusDel", fixed({SYS, G})},
-      {"mountState", fixed({SYS, G, {"STATE", Arg::State}})},
-      {"initialMountsComplete", fixed({G, BOOL})},
-      {"initialMountsCompleteDel", fixed({G})},
-      {"mountedPathPrefix", fixed({REMOTE, {"PREFIX"}})},
-      {"mountedPathPrefixDel", fixed({REMOTE})},
-      {"publishGroupStatus", fixed({G})},
-      {"publishGroupStatusDel", fixed({G})},
-      {"publishStatus", fixed({G, H})},
-      {"publishStatusDel", fixed({G, H})},
-      // The agent
-      {"mounter", lastOptional({{"M"}, {"default", Arg::Default}})},
-      {"service", fixed({{"NAME"}})},
-      {"serviceDel", fixed({})},
-      {"closed", fixed({BOOL})},
-      {"publishMountsSynchronized", fixed({BOOL})},
-      {"group", fixed({G, {"M|none"}})},
-      {"groupDel", fixed({G})},
-      {"controllerMount", fixed({G, REMOTE, H, TYPE, {"FLAGS"}})},
-      {"publishMount", fixed({G, H, REMOTE, TYPE})},
-      {"perSwitchPublishMount", fixed({G, H, REMOTE, TYPE})},
-      {"controllerMountDel", fixed({G, REMOTE})},
-      {"publishMountDel", fixed({G, H})},
-      {"perSwitchPublishMountDel", fixed({G, H})},
-      {"controllerMountDelAll", fixed({G})},
-      {"publishMountDelAll", fixed({G})},
-      {"perSwitchPublishMountDelAll", fixed({G})},
-      {"publishActive", fixed({G, H, BOOL})},
-      {"groupSwitchWhiteList", fixed({G, {"L|none"}})},
-      {"groupVersionWhiteList", fixed({G, {"V|none"}})},
-      {"groupClosed", fixed({G, BOOL})},
-      {"groupPreserveMountsOnDisconnect", fixed({G, BOOL})},
-      {"switchWhiteList", fixed({L})},
-      {"switchWhiteListDel", fixed({L})},
-      {"allowedSwitch", fixed({L, {"SYS", Arg::EthernetAddress}, BOOL})},
-      {"allowedSwitchDel", fixed({L, {"SYS", Arg::EthernetAddress}})},
-      {"allowedSwitchDelAll", fixed({L})},
-      {"versionWhiteList", fixed({V})},
-      {"versionWhiteListDel", fixed({V})},
-      {"allowedVersion", fixed({V, {"N", Arg::U32}, BOOL})},
-      {"allowedVersionDel", fixed({V, {"N", Arg::U32}})},
-      {"allowedVersionDelAll", fixed({V})},
-      // Tool
-      {"trace", fixed({{"LEVELS|off", Arg::Levels}})},
-      {"dump", fixed({})},
-      {"echo", lastRepeated({{"TEXT"}})},
-  };
+  static const VerbTable table = [&] {
+    VerbTable verbs;
+    // hookAction: the section's commands are those a hook may run (`when`).
+    auto section = [&verbs](bool hookAction, const VerbTable& entries) {
+      for (auto [verb, shape] : entries) {
+        shape.hookAction = hookAction;
+        verbs.emplace(verb, std::move(shape));
+      }
+    };
+    section(false, {
+        // The world
+        {"agent", fixed({{"NAME"}})},
+        {"records", lastOptional({{"leaderGenId=ID", Arg::LeaderGenId}})},
+        {"record", fixed({{"PATH"}, {"TYPE", Arg::RecordType}})},
+        {"recordDel", fixed({{"PATH"}})},
+        {"leaderGenId", fixed({{"ID"}})},
+        {"restart", fixed({})},
+        {"set", parsedBy(parseSetOrUnset)},
+        {"unset", parsedBy(parseSetOrUnset)},
+        // Tool
+        {"trace", fixed({{"LEVELS|off", Arg::Levels}})},
+        {"dump", fixed({})},
+        {"echo", lastRepeated({{"TEXT"}})},
+        // A hook runs no `when` of its own.
+        {"when", parsedBy(parseWhen)},
+    });
+    section(true, {
+        // Status records. SYS here is the record's name, not checked: a badly
+        // spelled switch is one of the things a scenario may exercise.
+        {"systemStatus", lastRepeated({SYS, {"G=STATE", Arg::GroupState}})},
+        {"systemStatusDel", fixed({SYS})},
+        {"serviceMountGroupStatus",
+         lastOptional({SYS, G, {"STATE", Arg::State}})},
+        {"serviceMountGroupStatusDel", fixed({SYS, G})},
+        {"mountState", fixed({SYS, G, {"STATE", Arg::State}})},
+        {"initialMountsComplete", fixed({G, BOOL})},
+        {"initialMountsCompleteDel", fixed({G})},
+        {"mountedPathPrefix", fixed({REMOTE, {"PREFIX"}})},
+        {"mountedPathPrefixDel", fixed({REMOTE})},
+        {"publishGroupStatus", fixed({G})},
+        {"publishGroupStatusDel", fixed({G})},
+        {"publishStatus", fixed({G, H})},
+        {"publishStatusDel", fixed({G, H})},
+        // The agent
+        {"mounter", parsedBy(parseMounter)},
+        {"service", fixed({{"NAME"}})},
+        {"serviceDel", fixed({})},
+        {"closed", fixed({BOOL})},
+        {"publishMountsSynchronized", fixed({BOOL})},
+        {"group", fixed({G, {"M|none"}})},
+        {"groupDel", fixed({G})},
+        {"controllerMount", fixed({G, REMOTE, H, TYPE, {"FLAGS"}})},
+        {"publishMount", fixed({G, H, REMOTE, TYPE})},
+        {"perSwitchPublishMount", fixed({G, H, REMOTE, TYPE})},
+        {"controllerMountDel", fixed({G, REMOTE})},
+        {"publishMountDel", fixed({G, H})},
+        {"perSwitchPublishMountDel", fixed({G, H})},
+        {"controllerMountDelAll", fixed({G})},
+        {"publishMountDelAll", fixed({G})},
+        {"perSwitchPublishMountDelAll", fixed({G})},
+        {"publishActive", fixed({G, H, BOOL})},
+        {"groupSwitchWhiteList", fixed({G, {"L|none"}})},
+        {"groupVersionWhiteList", fixed({G, {"V|none"}})},
+        {"groupClosed", fixed({G, BOOL})},
+        {"groupPreserveMountsOnDisconnect", fixed({G, BOOL})},
+        {"switchWhiteList", fixed({L})},
+        {"switchWhiteListDel", fixed({L})},
+        {"allowedSwitch", fixed({L, {"SYS", Arg::EthernetAddress}, BOOL})},
+        {"allowedSwitchDel", fixed({L, {"SYS", Arg::EthernetAddress}})},
+        {"allowedSwitchDelAll", fixed({L})},
+        {"versionWhiteList", fixed({V})},
+        {"versionWhiteListDel", fixed({V})},
+        {"allowedVersion", fixed({V, {"N", Arg::U32}, BOOL})},
+        {"allowedVersionDel", fixed({V, {"N", Arg::U32}})},
+        {"allowedVersionDelAll", fixed({V})},
+        {"whenDel", fixed({{"M"}})},
+    });
+    return verbs;
+  }();
   return table;
 }
 
@@ -659,13 +695,67 @@ std::optional<std::string> parseCommand(std::span<const Word> words,
                                         Command& cmd) {
   cmd.verb = words[0].text;
   const auto rest = words.subspan(1);
-  if (cmd.verb == "set" || cmd.verb == "unset") {
-    return parseSetOrUnset(rest, cmd);
-  }
   const auto& table = verbTable();
   const auto it = table.find(cmd.verb);
   if (it == table.end()) return "unknown command '" + words[0].raw + "'";
+  if (it->second.parser) return it->second.parser(rest, cmd);
   return parseWords(it->second, rest, cmd);
+}
+
+std::optional<std::string> checkHook(std::string_view verb, const Word& word,
+                                     Command& cmd) {
+  cmd.hook = mounterHookFromName(word.text);
+  if (cmd.hook) return std::nullopt;
+  return "'" + std::string(verb) + "' takes HOOK (" +
+         std::string(kMounterHookNames[0]) + ", " +
+         std::string(kMounterHookNames[1]) + " or " +
+         std::string(kMounterHookNames[2]) + "), got '" + word.raw + "'";
+}
+
+// mounter M, mounter M default, mounter M throwing HOOK
+std::optional<std::string> parseMounter(std::span<const Word> words,
+                                        Command& cmd) {
+  if (words.empty() || words.size() > 3) {
+    return "'mounter' takes 1 to 3 words (mounter M [default | throwing "
+           "HOOK]), got " +
+           std::to_string(words.size());
+  }
+  for (const Word& word : words) cmd.args.push_back(word.text);
+  const auto rest = words.subspan(1);
+  if (rest.empty() || (rest.size() == 1 && rest[0].text == "default")) {
+    return std::nullopt;
+  }
+  if (rest.size() == 2 && rest[0].text == "throwing") {
+    return checkHook("mounter", rest[1], cmd);
+  }
+  return "'mounter' takes 'default' or 'throwing HOOK' after M, got '" +
+         joinRaw(rest) + "'";
+}
+
+// when M HOOK G COMMAND...: COMMAND is checked as a line of its own.
+std::optional<std::string> parseWhen(std::span<const Word> words,
+                                     Command& cmd) {
+  if (words.size() < 4) {
+    return "'when' takes at least 4 words (when M HOOK G|* COMMAND ...), got " +
+           std::to_string(words.size());
+  }
+  if (auto error = checkHook("when", words[1], cmd)) return error;
+  for (const Word& word : words.first(3)) cmd.args.push_back(word.text);
+  const auto command = words.subspan(3);
+  const auto& table = verbTable();
+  const auto shape = table.find(command[0].text);
+  if (shape != table.end() && !shape->second.hookAction) {
+    return "a hook runs an agent or mount machinery command, not '" +
+           command[0].raw + "'";
+  }
+  auto action = std::make_shared<Command>();
+  action->file = cmd.file;
+  action->line = cmd.line;
+  if (auto error = parseCommand(command, *action)) {
+    return "in the command of 'when': " + *error;
+  }
+  cmd.action = std::move(action);
+  return std::nullopt;
 }
 
 }  // namespace

@@ -4,9 +4,9 @@
 // file before anything runs, so that every syntax error of the file is reported
 // at once; the executor then walks ParseResult::commands in order. Everything
 // whose form is fixed is checked here: the verb, the word count, BOOL, STATE,
-// N, LEVELS, the record TYPE, the Ethernet address of an allow-list entry, and
-// the LHS / VALUE of set and unset. What is left to the executor is whether the
-// named objects exist.
+// N, LEVELS, the record TYPE, the Ethernet address of an allow-list entry, the
+// LHS / VALUE of set and unset, and the HOOK and inner command of `when`. What
+// is left to the executor is whether the named objects exist.
 //
 //   ParseResult r = parseScenario("basic.scn", text);
 //   for (const std::string& e : r.errors) std::cerr << e << '\n';
@@ -26,11 +26,14 @@
 // quoteIfNeeded() cannot give it a form that parses back.
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include "tools/sim/mounter_hook.h"
 
 namespace hubstore::sim {
 
@@ -79,6 +82,12 @@ struct Command {
   //   records leaderGenId=ID: {"leaderGenId", ID};
   //   systemStatus SYS G=STATE ...: one {G, STATE} per word after SYS.
   std::vector<std::pair<std::string, std::string>> fields;
+
+  // mounter M throwing HOOK, when M HOOK G ...: the hook named.
+  std::optional<MounterHook> hook;
+  // when: the command that the hook runs, parsed as a line of its own that
+  // carries the file and line of its `when`. args are then {M, HOOK, G}.
+  std::shared_ptr<const Command> action;
 };
 
 struct ParseResult {

@@ -86,6 +86,38 @@ TEST_F(SimCommandLine, SyntaxErrorsOfEveryFileAreReportedAndNothingRuns) {
             "b.scn:2: error: unknown command 'frobnicate'\n");
 }
 
+const std::string kClosableGroup = kWorld +
+                                   "versionWhiteList v\ngroup g1 m1\ngroupVersionWhiteList g1 v\n"
+                                   "publishGroupStatus g1\n";
+
+TEST_F(SimCommandLine, ACommandAHookCannotRunIsReportedAtItsWhenAndTheRunGoesOn) {
+  write("a.scn", kClosableGroup +
+                     "when m1 doMountsComplete g1 groupDel nothing\n"
+                     "groupClosed g1 true\necho still running\n");
+  const SimRun run = sim("a.scn");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.err, "a.scn:9: error: unknown group nothing\n");
+  EXPECT_EQ(run.out, "hook m1 doMountsComplete g1\n# still running\n");
+}
+
+TEST_F(SimCommandLine, HooksThatSetEachOtherOffWithoutEndAreStopped) {
+  // Each true calls the hook, whose second action writes true again.
+  write("a.scn", kClosableGroup +
+                     "when m1 doInitialSwitchMountsComplete g1 initialMountsComplete g1 false\n"
+                     "when m1 doInitialSwitchMountsComplete g1 initialMountsComplete g1 true\n"
+                     "groupClosed g1 true\ninitialMountsComplete g1 true\necho done\n");
+  const SimRun run = sim("a.scn");
+  EXPECT_EQ(run.status, 1);
+  const std::string stopped = "error: not run: commands run by hooks nest 100 deep\n";
+  EXPECT_EQ(run.err, "a.scn:9: " + stopped + "a.scn:10: " + stopped);
+  std::size_t calls = 0;
+  for (std::size_t at = 0; (at = run.out.find("doInitialSwitchMountsComplete", at)) != std::string::npos; ++at) {
+    ++calls;
+  }
+  EXPECT_EQ(calls, 101u);
+  EXPECT_EQ(run.out.substr(run.out.size() - 7), "# done\n");
+}
+
 TEST_F(SimCommandLine, UsageErrorsEndWithStatusTwo) {
   for (const char* args : {"", "--trace=5-x a.scn", "--loud a.scn", "missing.scn"}) {
     write("a.scn", "echo x\n");

@@ -89,31 +89,62 @@ Simulator::~Simulator() {
 void Simulator::traceLevelsIs(std::uint32_t mask) { Controller::ferrolink.levelsIs(mask); }
 
 int Simulator::run(const std::vector<Command>& commands, std::FILE* errors) {
+  errors_ = errors;
+  hookActionFailed_ = false;
   for (const Command& command : commands) {
     try {
       execute(command);
     } catch (const ScenarioError& error) {
-      std::fflush(stdout);
-      std::fprintf(errors, "%s:%d: error: %s\n", command.file.c_str(), command.line, error.what());
-      std::fflush(errors);
+      reportError(command, error.what());
       return 1;
     }
   }
-  return 0;
+  return hookActionFailed_ ? 1 : 0;
+}
+
+void Simulator::reportError(const Command& command, const char* message) {
+  std::fflush(stdout);
+  std::fprintf(errors_, "%s:%d: error: %s\n", command.file.c_str(), command.line, message);
+  std::fflush(errors_);
 }
 
 void Simulator::execute(const Command& command) {
-  const auto& table = handlers();
-  const auto handler = table.find(command.verb);
-  if (handler == table.end()) throw ScenarioError("no such command '" + command.verb + "'");
   try {
-    (this->*handler->second)(command);
+    dispatch(command);
   } catch (const ScenarioError&) {
     throw;
   } catch (const Vex::Exception& e) {
     out_.exceptionLine(e.typeName(), e.message().view());
   } catch (const std::exception& e) {
     out_.exceptionLine("std::exception", e.what());
+  }
+}
+
+void Simulator::dispatch(const Command& command) {
+  const auto& table = handlers();
+  const auto handler = table.find(command.verb);
+  if (handler == table.end()) throw ScenarioError("no such command '" + command.verb + "'");
+  (this->*handler->second)(command);
+}
+
+void Simulator::runHookAction(const Command& command) {
+  // Hooks whose commands call them again without end would exhaust the stack.
+  constexpr int kMaxDepth = 100;
+  if (hookActionDepth_ == kMaxDepth) {
+    reportError(command, ("not run: commands run by hooks nest " + std::to_string(kMaxDepth) + " deep").c_str());
+    hookActionFailed_ = true;
+    return;
+  }
+  struct Nested {
+    int& depth;
+    explicit Nested(int& d) : depth(++d) {}
+    ~Nested() { --depth; }
+  } nested(hookActionDepth_);
+  try {
+    dispatch(command);
+  } catch (const ScenarioError& error) {
+    reportError(command, error.what());
+    hookActionFailed_ = true;
   }
 }
 
@@ -171,6 +202,8 @@ const std::map<std::string, Simulator::Handler, std::less<>>& Simulator::handler
       {"allowedVersion", &Simulator::allowedVersionCommand},
       {"allowedVersionDel", &Simulator::allowedVersionDelCommand},
       {"allowedVersionDelAll", &Simulator::allowedVersionDelAllCommand},
+      {"when", &Simulator::whenCommand},
+      {"whenDel", &Simulator::whenDelCommand},
       {"trace", &Simulator::traceCommand},
       {"dump", &Simulator::dumpCommand},
       {"echo", &Simulator::echoCommand},
@@ -213,6 +246,12 @@ Vex::Ptr<Controller::HubstoreServiceMounter> Simulator::mounter(const std::strin
   auto found = mounters_.find(name);
   if (found == mounters_.end()) throw ScenarioError("unknown mounter " + name);
   return found->second;
+}
+
+Vex::Ptr<RecordingMounter> Simulator::recordingMounter(const std::string& name) const {
+  auto recording = Vex::ptr_cast<RecordingMounter>(mounter(name));
+  if (!recording) throw ScenarioError("mounter " + name + " is a default mounter: it has no recording hooks to act");
+  return recording;
 }
 
 Vex::Ptr<ServiceMountStatus> Simulator::mountStatusRecord() const {
@@ -366,10 +405,12 @@ void Simulator::publishStatusDelCommand(const Command& c) {
 void Simulator::mounterCommand(const Command& c) {
   const std::string& name = c.args[0];
   if (mounters_.count(name)) throw ScenarioError("mounter " + name + " exists");
-  if (c.args.size() > 1) {
+  if (c.args.size() == 2) {
     mounters_[name] = Vex::make<Controller::HubstoreServiceMounter>();
   } else {
-    mounters_[name] = Vex::make<RecordingMounter>(name, out_);
+    // c.hook names the throwing hook of `mounter M throwing HOOK`.
+    mounters_[name] = Vex::make<RecordingMounter>(
+        name, out_, [this](const Command& action) { runHookAction(action); }, c.hook);
   }
 }
 
@@ -486,6 +527,10 @@ void Simulator::allowedVersionDelCommand(const Command& c) {
 }
 
 void Simulator::allowedVersionDelAllCommand(const Command& c) { versionList(c.args[0])->allowedVersionDelAll(); }
+
+void Simulator::whenCommand(const Command& c) { recordingMounter(c.args[0])->actionIs(*c.hook, c.args[2], c.action); }
+
+void Simulator::whenDelCommand(const Command& c) { recordingMounter(c.args[0])->actionDelAll(); }
 
 // ---------------------------------------------------------------------------
 // The tool

@@ -18,6 +18,14 @@
 // and the run goes on. A command that cannot run (an unknown object, no
 // agent, no service, ...) ends the run with status 1.
 //
+// A recording mounter's hook may run commands (`when`) in the middle of a
+// library call. Such a command that cannot run is reported at the line of its
+// `when`, does nothing, and the run goes on to end with status 1; an exception
+// of its library call is not caught here but leaves the hook, and so the
+// library call that led to the hook. The world may change under a running
+// command: the service may be gone, a group deleted, when its library call
+// returns.
+//
 // The world lives as long as the Simulator; several runs share it. When it is
 // destroyed the simulated process ends: its teardown prints nothing.
 
@@ -46,6 +54,8 @@ class VersionWhiteList;
 
 namespace hubstore::sim {
 
+class RecordingMounter;
+
 class Simulator {
  public:
   // Installs itself as the library's trace sink, with every level off.
@@ -59,7 +69,8 @@ class Simulator {
 
   // Runs `commands` in order. Returns 0 when every command ran; at the first
   // that could not, writes "FILE:LINE: error: MESSAGE" to `errors` and
-  // returns 1 without running the rest.
+  // returns 1 without running the rest. A command run by a hook that could
+  // not run is written there too, and the run goes on to return 1.
   int run(const std::vector<Command>& commands, std::FILE* errors);
 
   // The world as the library sees it, for tools that check it from outside
@@ -71,7 +82,13 @@ class Simulator {
  private:
   using Handler = void (Simulator::*)(const Command&);
   static const std::map<std::string, Handler, std::less<>>& handlers();
+  // Runs a line: what leaves its library call is printed.
   void execute(const Command& command);
+  // Runs a command's handler; everything it throws leaves.
+  void dispatch(const Command& command);
+  // Runs a command for a hook (the recording mounters' runner).
+  void runHookAction(const Command& command);
+  void reportError(const Command& command, const char* message);
 
   // Lookups that raise ScenarioError when the object is not there.
   const Vex::String& agentName() const;
@@ -80,6 +97,7 @@ class Simulator {
   Vex::Ptr<Controller::SwitchWhiteList> switchList(const std::string& name) const;
   Vex::Ptr<Controller::VersionWhiteList> versionList(const std::string& name) const;
   Vex::Ptr<Controller::HubstoreServiceMounter> mounter(const std::string& name) const;
+  Vex::Ptr<RecordingMounter> recordingMounter(const std::string& name) const;
   Vex::Ptr<Controller::ServiceMountStatus> mountStatusRecord() const;
   Vex::Ptr<Controller::ServicePublishStatus> publishStatusRecord() const;
   Vex::Ptr<Controller::SystemStatus> systemStatusRecord(const std::string& system) const;
@@ -139,6 +157,8 @@ class Simulator {
   void allowedVersionCommand(const Command& c);
   void allowedVersionDelCommand(const Command& c);
   void allowedVersionDelAllCommand(const Command& c);
+  void whenCommand(const Command& c);
+  void whenDelCommand(const Command& c);
   // The tool
   void traceCommand(const Command& c);
   void dumpCommand(const Command& c);
@@ -149,6 +169,12 @@ class Simulator {
   Vex::Ptr<Mirra::Agent> agent_;
   std::map<std::string, Vex::Ptr<Controller::HubstoreServiceMounter>> mounters_;
   Vex::Ptr<Controller::HubstoreService> service_;
+
+  std::FILE* errors_ = stderr;
+  // A command run by a hook could not run.
+  bool hookActionFailed_ = false;
+  // Commands run by hooks that are running now, one inside the other.
+  int hookActionDepth_ = 0;
 };
 
 }  // namespace hubstore::sim
