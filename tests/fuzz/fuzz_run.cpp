@@ -12,7 +12,6 @@
 #include "foundations/service_publish_status.h"
 #include "service/hubstore_service.h"
 #include "tests/fuzz/world_invariants.h"
-#include "tools/sim/config_dump.h"
 
 namespace hubstore::fuzz {
 namespace {
