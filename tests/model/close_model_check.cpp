@@ -263,7 +263,10 @@ std::string describe(const ConfigContents& contents) {
   }
   for (const auto& [name, members] : contents.versionFilters) {
     text += " versionFilter[" + name + "] {";
-    for (const auto version : members) text += " " + std::to_string(version);
+    for (const auto version : members) {
+      text += ' ';
+      text += std::to_string(version);
+    }
     text += " }";
   }
   return text;
