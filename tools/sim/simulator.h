@@ -90,6 +90,12 @@ class Simulator {
   // Whether `verb` is a command it runs.
   static bool knows(std::string_view verb);
 
+  // The world as the library sees it, for tools that check it from outside
+  // between commands (the fuzzer's invariants). The service is null when
+  // there is none.
+  const Vex::Ptr<Controller::HubstoreService>& currentService() const { return service_; }
+  Mirra::EntityManager& entityManager() const { return *em_; }
+
  private:
   class Running;
   using Handler = void (Simulator::*)(const Command&);
