@@ -126,8 +126,8 @@ SystemStatusSm::SystemStatusSm(const Vex::Ptr<const SystemStatus>& systemStatus,
                             &SystemStatusSm::tearDown) {
   if (systemStatus) {
     // Binding creates a silent reactor for every group status already there.
+    // All stay off until the owner turns the machine on.
     systemStatusReactor_ = Vex::make<VexSystemStatus>(systemStatus, this);
-    systemStatusReactor_->hasNotificationActiveIs(true);
   }
 }
 
@@ -201,7 +201,7 @@ Vex::Ptr<SystemStatusSm::VexServiceMountGroupStatus> SystemStatusSm::serviceMoun
   Vex::Ptr<VexServiceMountGroupStatus> existing = serviceMountGroupStatus_.member(key);
   if (existing && existing->notifier() == status.get()) return existing;
   Vex::Ptr<VexServiceMountGroupStatus> reactor = Vex::make<VexServiceMountGroupStatus>(status, this);
-  reactor->hasNotificationActiveIs(true);
+  reactor->hasNotificationActiveIs(hasNotificationActive());
   serviceMountGroupStatus_.newMember(key, reactor);
   if (existing) retire(existing);
   return reactor;
@@ -228,12 +228,13 @@ void SystemStatusSm::systemStatusDel() {
   serviceMountGroupStatusDelAll();
 }
 
+// Reactors always carry the machine's flag, so an unchanged flag has nothing
+// to pass on. Setting flags calls nobody: the members are walked directly.
 void SystemStatusSm::hasNotificationActiveIs(bool active) {
+  if (hasNotificationActive() == active) return;
   PtrInterface::hasNotificationActiveIs(active);
   if (systemStatusReactor_) systemStatusReactor_->hasNotificationActiveIs(active);
-  for (auto reactor = serviceMountGroupStatus_.begin(); reactor != nullptr; ++reactor) {
-    (*reactor)->hasNotificationActiveIs(active);
-  }
+  for (const auto& [groupName, reactor] : serviceMountGroupStatus_.members()) reactor->hasNotificationActiveIs(active);
 }
 
 void SystemStatusSm::vexDoZombieReactors(bool zombie) {
