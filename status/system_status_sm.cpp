@@ -42,8 +42,12 @@ void SystemStatusSm::VexSystemStatus::notifierIs(const Vex::Ptr<const Vex::PtrIn
     for (auto entry = status->serviceMountGroupStatusMembers().begin(); entry != nullptr; ++entry) {
       owner_->serviceMountGroupStatusIs(*entry);
     }
-    for (auto reactor = owner_->serviceMountGroupStatusMembers().begin(); reactor != nullptr; ++reactor) {
-      if (!status->serviceMountGroupStatusRaw(reactor.key())) owner_->serviceMountGroupStatusDel(reactor.key());
+    // Every group status has its reactor now: equal counts leave none over.
+    const auto& reactors = owner_->serviceMountGroupStatusMembers();
+    if (reactors.count() != status->serviceMountGroupStatusMembers().count()) {
+      for (auto reactor = reactors.begin(); reactor != nullptr; ++reactor) {
+        if (!status->serviceMountGroupStatusRaw(reactor.key())) owner_->serviceMountGroupStatusDel(reactor.key());
+      }
     }
   }
   isRegisteredNotifieeIs(true);
@@ -88,7 +92,7 @@ void SystemStatusSm::VexServiceMountGroupStatus::onAttribute(Vex::AttributeId at
   if (attribute != ServiceMountGroupStatus::Attr::mountState || vexMarkedForDeletion()) return;
   const ServiceMountGroupStatus* status = notifier();
   if (!status || !owner_) return;
-  owner_->handleMountState(status->name());
+  owner_->handleMountState(*status);
 }
 
 // --- SystemStatusSm ----------------------------------------------------------
@@ -168,19 +172,33 @@ void SystemStatusSm::handleMountState() {
   const Vex::Ptr<const SystemStatus> record(status);
   for (auto entry = record->serviceMountGroupStatusMembers().begin(); entry != nullptr; ++entry) {
     if (vexMarkedForDeletion()) return;
-    handleMountState(entry.key());
+    handleMountState(**entry);
   }
 }
 
 void SystemStatusSm::handleMountState(const Vex::Name& groupName) {
   HUBSTORE_TRACE(8) << "SystemStatusSm::" << "handleMountState" << ": " << groupName;
   if (!initialized_ || vexMarkedForDeletion()) return;
-  // Runs on every mount state event: raw lookups only, nothing allocated.
   const SystemStatus* status = systemStatusReactor_ ? systemStatusReactor_->notifier() : nullptr;
   if (!status) return;
-  const ServiceMountGroupStatus* groupStatus = status->serviceMountGroupStatusRaw(groupName);
-  if (!groupStatus) return;
-  const MountState mountState = groupStatus->mountState();
+  if (const ServiceMountGroupStatus* groupStatus = status->serviceMountGroupStatusRaw(groupName)) {
+    reportMountState(*groupStatus);
+  }
+}
+
+void SystemStatusSm::handleMountState(const ServiceMountGroupStatus& groupStatus) {
+  HUBSTORE_TRACE(8) << "SystemStatusSm::" << "handleMountState" << ": " << groupStatus.name();
+  if (!initialized_ || vexMarkedForDeletion()) return;
+  // The record in hand is the switch's while the switch record holds it.
+  const SystemStatus* status = systemStatusReactor_ ? systemStatusReactor_->notifier() : nullptr;
+  if (!status || groupStatus.parent() != status) return;
+  reportMountState(groupStatus);
+}
+
+void SystemStatusSm::reportMountState(const ServiceMountGroupStatus& groupStatus) {
+  // Runs on every mount state event: raw lookups only, nothing allocated.
+  const Vex::Name& groupName = groupStatus.name();
+  const MountState mountState = groupStatus.mountState();
   HubstoreService* service = serviceMountStatusSm_ ? serviceMountStatusSm_->hubstoreService() : nullptr;
   HubstoreServiceMountGroup* group = service ? service->serviceMountGroupRaw(groupName) : nullptr;
   if (!group) {

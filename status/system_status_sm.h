@@ -75,6 +75,9 @@ class SystemStatusSm : public Vex::PtrInterface {
 
   void handleMountState();
   void handleMountState(const Vex::Name& groupName);
+  // The same for a group status already in hand (no lookup by name); it
+  // reports only while the switch record holds it.
+  void handleMountState(const ServiceMountGroupStatus& groupStatus);
 
   Vex::Ptr<VexServiceMountGroupStatus> serviceMountGroupStatus(const Vex::Name& groupName) const {
     return serviceMountGroupStatus_.member(groupName);
@@ -104,6 +107,9 @@ class SystemStatusSm : public Vex::PtrInterface {
  private:
   // The destructor's work; also run when the owner goes first.
   void tearDown();
+  // Tells the group's mounter the state of `groupStatus`, a member of the
+  // switch record.
+  void reportMountState(const ServiceMountGroupStatus& groupStatus);
 
   SystemId systemId_;
   Vex::Ptr<VexSystemStatus> systemStatusReactor_;
