@@ -35,6 +35,7 @@
 #include "foundations/collection.h"
 #include "foundations/entity_manager.h"
 #include "foundations/hubstore_status.h"
+#include "foundations/indexed_collection.h"
 #include "foundations/owner_link.h"
 #include "foundations/ptr.h"
 #include "foundations/service_mount_config.h"
@@ -97,7 +98,7 @@ class HubstoreService : public Vex::PtrInterface {
   // Lookup without taking a reference, for per-event paths.
   HubstoreServiceMountGroup* serviceMountGroupRaw(const Vex::String& groupName) const;
   const Vex::Collection<Vex::String, HubstoreServiceMountGroup>& serviceMountGroupMembers() const {
-    return serviceMountGroup_;
+    return serviceMountGroup_.ordered();
   }
   Vex::Ptr<HubstoreServiceMountGroup> serviceMountGroupIs(const Vex::String& groupName,
                                                           const Vex::Ptr<HubstoreServiceMounter>& mounter);
@@ -155,7 +156,8 @@ class HubstoreService : public Vex::PtrInterface {
   Vex::Ptr<const ServicePublishStatus> servicePublishStatus_;
   Vex::Ptr<ServiceMountStatusSm> mountStatusSm_;
   // Declared groups first so that the version lists are destroyed first.
-  Vex::Collection<Vex::String, HubstoreServiceMountGroup> serviceMountGroup_;
+  // Hashed: every mount state event looks its group up by name.
+  Vex::IndexedCollection<Vex::String, HubstoreServiceMountGroup> serviceMountGroup_;
   Vex::Collection<Vex::String, SwitchWhiteList> switchWhiteList_;
   Vex::Collection<Vex::String, VersionWhiteList> versionWhiteList_;
   bool publishMountsSynchronized_ = false;

@@ -205,7 +205,6 @@ void SystemStatusSm::reportMountState(const ServiceMountGroupStatus& groupStatus
     HUBSTORE_TRACE(5) << "handleMountState" << ": mount group " << groupName << " does not exist.";
     return;
   }
-  if (!(group->name() == groupName)) return;
   // Held here: the hook may delete the group, and with it these references.
   const Vex::Ptr<HubstoreServiceMounter> mounter = group->mounter();
   const Vex::Ptr<Mirra::EntityManager> entityManager = group->hubstoreEntityManager();
