@@ -39,6 +39,7 @@ void SystemStatusSm::VexSystemStatus::notifierIs(const Vex::Ptr<const Vex::PtrIn
   if (status && owner_ && !vexMarkedForDeletion()) {
     // Bring the owner's reactors in line with the new record: one per group
     // status it holds, none for a group it does not.
+    owner_->serviceMountGroupStatus_.reserve(status->serviceMountGroupStatusMembers().count());
     for (auto entry = status->serviceMountGroupStatusMembers().begin(); entry != nullptr; ++entry) {
       owner_->serviceMountGroupStatusIs(*entry);
     }
@@ -230,9 +231,10 @@ void SystemStatusSm::serviceMountGroupStatusDel(Vex::Name groupName) {
   }
 }
 
+// Last group first, so that no reactor moves.
 void SystemStatusSm::serviceMountGroupStatusDelAll() {
-  for (auto reactor = serviceMountGroupStatus_.begin(); reactor != nullptr; ++reactor) {
-    serviceMountGroupStatusDel(reactor.key());
+  while (!serviceMountGroupStatus_.empty()) {
+    serviceMountGroupStatusDel(Vex::Name(serviceMountGroupStatus_.members().back().first));
   }
 }
 
@@ -257,9 +259,8 @@ void SystemStatusSm::hasNotificationActiveIs(bool active) {
 void SystemStatusSm::vexDoZombieReactors(bool zombie) {
   PtrInterface::vexDoZombieReactors(zombie);
   if (systemStatusReactor_) systemStatusReactor_->vexDoZombieReactors(zombie);
-  for (auto reactor = serviceMountGroupStatus_.begin(); reactor != nullptr; ++reactor) {
-    (*reactor)->vexDoZombieReactors(zombie);
-  }
+  // Marking calls nobody: the reactors are walked directly.
+  for (const auto& [groupName, reactor] : serviceMountGroupStatus_.members()) reactor->vexDoZombieReactors(zombie);
 }
 
 }  // namespace Controller

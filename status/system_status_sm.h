@@ -15,7 +15,7 @@
 // outlives its owner is orphaned when the owner goes: it stops following the
 // record and reports nothing more.
 
-#include "foundations/collection.h"
+#include "foundations/flat_collection.h"
 #include "foundations/notifiee_const.h"
 #include "foundations/owner_link.h"
 #include "foundations/ptr.h"
@@ -82,7 +82,7 @@ class SystemStatusSm : public Vex::PtrInterface {
   Vex::Ptr<VexServiceMountGroupStatus> serviceMountGroupStatus(const Vex::Name& groupName) const {
     return serviceMountGroupStatus_.member(groupName);
   }
-  const Vex::Collection<Vex::Name, VexServiceMountGroupStatus>& serviceMountGroupStatusMembers() const {
+  const Vex::FlatCollection<Vex::Name, VexServiceMountGroupStatus>& serviceMountGroupStatusMembers() const {
     return serviceMountGroupStatus_;
   }
   Vex::Ptr<VexServiceMountGroupStatus> serviceMountGroupStatusIs(const Vex::Ptr<const ServiceMountGroupStatus>& status);
@@ -113,7 +113,8 @@ class SystemStatusSm : public Vex::PtrInterface {
 
   SystemId systemId_;
   Vex::Ptr<VexSystemStatus> systemStatusReactor_;
-  Vex::Collection<Vex::Name, VexServiceMountGroupStatus> serviceMountGroupStatus_;
+  // One reactor per group of the switch: tens, in one array.
+  Vex::FlatCollection<Vex::Name, VexServiceMountGroupStatus> serviceMountGroupStatus_;
   bool initialized_ = false;
   Vex::OwnerLink<ServiceMountStatusSm, SystemStatusSm> serviceMountStatusSm_;
 };
