@@ -410,7 +410,19 @@ void BM_CompletionRecheck(benchmark::State& state) {
 }
 BENCHMARK(BM_CompletionRecheck)->Arg(10)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond)->Repetitions(repetitions);
 
-// The floor: whether one sorted array holds every key of another, by a merge.
+// The floor: whether one sorted array holds every key of another, by a merge
+// with one three-way comparison a step.
+bool includesAll(const std::vector<Vex::String>& held, const std::vector<Vex::String>& wanted) {
+  auto at = held.begin();
+  for (const Vex::String& key : wanted) {
+    int order = -1;
+    while (at != held.end() && (order = at->compare(key)) < 0) ++at;
+    if (at == held.end() || order != 0) return false;
+    ++at;
+  }
+  return true;
+}
+
 void BM_CompletionRecheckFloor(benchmark::State& state) {
   const int mounts = static_cast<int>(state.range(0));
   std::vector<Vex::String> configured;
@@ -423,9 +435,7 @@ void BM_CompletionRecheckFloor(benchmark::State& state) {
   std::sort(configured.begin(), configured.end());
   std::sort(mounted.begin(), mounted.end());
   for (auto _ : state) {
-    if (!std::includes(mounted.begin(), mounted.end(), configured.begin(), configured.end())) {
-      state.SkipWithError("not included");
-    }
+    if (!includesAll(mounted, configured)) state.SkipWithError("not included");
   }
   state.counters["mounts"] = mounts;
 }
