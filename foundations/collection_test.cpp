@@ -94,5 +94,24 @@ TEST(ValueMap, ReportsChangesAndIteratesRobustly) {
   EXPECT_EQ(visited, (std::vector<std::uint32_t>{1, 3}));
 }
 
+TEST(ValueMap, FirstMissingKeyWalksBothMapsAndFindsTheFirstGapInKeyOrder) {
+  ValueMap<String, bool> wanted;
+  ValueMap<String, int> held;
+  for (const char* k : {"b", "d", "f"}) wanted.valueIs(k, true);
+  EXPECT_EQ(*firstMissingKey(wanted, held), "b");
+  // Many keys between the wanted ones: the walk falls back to lookups.
+  for (int i = 0; i < 40; ++i) held.valueIs("c" + std::to_string(i), i);
+  for (const char* k : {"a", "b", "d", "e"}) held.valueIs(k, 0);
+  EXPECT_EQ(*firstMissingKey(wanted, held), "f");
+  held.valueIs("f", 0);
+  EXPECT_EQ(firstMissingKey(wanted, held), nullptr);
+  held.valueDel("d");
+  EXPECT_EQ(*firstMissingKey(wanted, held), "d");
+  // The null string sorts before every other, the empty one included.
+  wanted.valueIs(String(), true);
+  held.valueIs("", 0);
+  EXPECT_TRUE(firstMissingKey(wanted, held)->isNull());
+}
+
 }  // namespace
 }  // namespace Vex::testing

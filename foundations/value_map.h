@@ -88,4 +88,42 @@ class ValueMap {
   std::uint64_t removals_ = 0;
 };
 
+namespace detail {
+template <class K>
+int compareKeys(const K& a, const K& b) {
+  if constexpr (requires { a.compare(b); }) {
+    return a.compare(b);
+  } else {
+    return a < b ? -1 : (b < a ? 1 : 0);
+  }
+}
+}  // namespace detail
+
+// The first key of `wanted`, in key order, that `held` lacks; null when
+// `held` has them all. Both are walked side by side, one comparison a step;
+// when `held` runs far ahead (it holds many keys `wanted` lacks) a step
+// falls back to a lookup, so the cost stays within that of one lookup per
+// key. Neither map may change during the call.
+template <class K, class V, class W>
+const K* firstMissingKey(const ValueMap<K, V>& wanted, const ValueMap<K, W>& held) {
+  constexpr int stepsBeforeLookup = 8;
+  const auto& have = held.entries();
+  auto at = have.begin();
+  for (const auto& [key, value] : wanted.entries()) {
+    int order = -1;
+    for (int steps = 0; at != have.end(); ++at, ++steps) {
+      if (steps == stepsBeforeLookup) {
+        at = have.lower_bound(key);
+        order = at == have.end() ? 1 : detail::compareKeys(at->first, key);
+        break;
+      }
+      order = detail::compareKeys(at->first, key);
+      if (order >= 0) break;
+    }
+    if (at == have.end() || order != 0) return &key;
+    ++at;
+  }
+  return nullptr;
+}
+
 }  // namespace Vex
