@@ -365,7 +365,10 @@ void BM_CloseOverStaleState(benchmark::State& state) {
       state.ResumeTiming();
       service->closedIs(true);
       state.PauseTiming();
-      if (controller.mountConfig->mountGroupConfigMembers().count() != 0) state.SkipWithError("stale groups left");
+      if (controller.mountConfig->mountGroupConfigMembers().count() != 0 ||
+          controller.publishConfig->systemFilterMembers().count() != 0) {
+        state.SkipWithError("stale configuration left");
+      }
     }
     state.ResumeTiming();
   }
