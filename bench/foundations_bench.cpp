@@ -1,6 +1,5 @@
-// Costs of the framework's per-event operations: dispatch of one change,
-// keyed lookups and updates at switch-fleet sizes, counted-pointer copies and
-// a trace at a disabled level.
+// Costs of the framework's per-event operations: keyed lookups and updates
+// at switch-fleet sizes, and counted-pointer copies.
 
 #include <benchmark/benchmark.h>
 
@@ -16,42 +15,11 @@
 
 namespace {
 
-class CountingReactor : public Vex::NotifieeConstOf<Controller::ServiceMountGroupStatus> {
- public:
-  static const Vex::TypeDescriptor& staticType() {
-    static const Vex::TypeDescriptor type("bench::CountingReactor", {});
-    return type;
-  }
-  const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
-  void onAttribute(Vex::AttributeId, const void*) override { ++calls; }
-  long calls = 0;
-};
-
 std::string switchName(unsigned i) {
   char text[18];
   std::snprintf(text, sizeof text, "00:1c:73:%02x:%02x:%02x", (i >> 16) & 0xff, (i >> 8) & 0xff, i & 0xff);
   return text;
 }
-
-// One mountState change dispatched to N reactors.
-void BM_NotifyOneChange(benchmark::State& state) {
-  auto status = Controller::ServiceMountGroupStatus::ServiceMountGroupStatusIs("g1");
-  std::vector<Vex::Ptr<CountingReactor>> reactors;
-  for (int i = 0; i < state.range(0); ++i) {
-    auto reactor = Vex::make<CountingReactor>();
-    reactor->notifierIs(status);
-    reactor->isRegisteredNotifieeIs(true);
-    reactor->hasNotificationActiveIs(true);
-    reactors.push_back(reactor);
-  }
-  bool mounted = false;
-  for (auto _ : state) {
-    mounted = !mounted;
-    status->mountStateIs(mounted ? Controller::mountStateMounted : Controller::mountStateMounting);
-  }
-  state.counters["notifiees"] = static_cast<double>(state.range(0));
-}
-BENCHMARK(BM_NotifyOneChange)->Arg(1)->Arg(4)->Arg(16);
 
 struct Fleet {
   std::vector<Vex::Name> names;
@@ -123,15 +91,5 @@ void BM_PtrCopyThreadSafe(benchmark::State& state) {
   Vex::threadSafePointersIs(false);
 }
 BENCHMARK(BM_PtrCopyThreadSafe);
-
-void BM_TraceDisabled(benchmark::State& state) {
-  Controller::ferrolink.levelsIs(0);
-  Vex::String group("g1");
-  for (auto _ : state) {
-    HUBSTORE_TRACE(8) << "HubstoreServiceMountGroup::" << "handlePathPrefix" << " : " << group;
-    benchmark::ClobberMemory();
-  }
-}
-BENCHMARK(BM_TraceDisabled);
 
 }  // namespace

@@ -500,11 +500,11 @@ bool Group::doCheckMountStatusComplete() {
   // A closed group with mounts needs the mount status.
   VEX_ASSERT(mountStatus());
   const Vex::Ptr<const ServiceMountStatus> status = mountStatus();
-  for (auto it = config->mountConfigMembers().begin(); it != nullptr; ++it) {
-    if (!status->mountedPathPrefix(it->key)) {
-      HUBSTORE_TRACE(5) << "doCheckMountStatusComplete" << " : no path prefix for " << it->key;
-      return false;
-    }
+  // One walk of both collections, in key order: nothing runs during it.
+  const auto& mounted = status->mountedPathPrefixMembers();
+  if (const Vex::Name* missing = Vex::firstMissingKey(config->mountConfigMembers(), mounted)) {
+    HUBSTORE_TRACE(5) << "doCheckMountStatusComplete" << " : no path prefix for " << *missing;
+    return false;
   }
   return true;
 }
@@ -527,11 +527,10 @@ bool Group::doCheckPublishStatusComplete() {
     HUBSTORE_TRACE(5) << "doCheckPublishStatusComplete" << " no groupStatus for " << groupName_;
     return false;
   }
-  for (auto it = config->publishConfigMembers().begin(); it != nullptr; ++it) {
-    if (!groupStatus->publishStatus(it->key)) {
-      HUBSTORE_TRACE(5) << "doCheckPublishStatusComplete" << " : no publish status for " << it->key;
-      return false;
-    }
+  const auto& published = groupStatus->publishStatusMembers();
+  if (const Vex::Name* missing = Vex::firstMissingKey(config->publishConfigMembers(), published)) {
+    HUBSTORE_TRACE(5) << "doCheckPublishStatusComplete" << " : no publish status for " << *missing;
+    return false;
   }
   return true;
 }

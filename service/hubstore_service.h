@@ -47,6 +47,7 @@
 #include <hubstore/service/hubstore_service_mounter.h>
 #include <hubstore/service/service_report.h>
 #include <hubstore/status/service_mount_status_sm.h>
+#include <hubstore/foundations/framework/indexed_collection.h>
 
 namespace Controller {
 
@@ -98,7 +99,7 @@ class HubstoreService : public Vex::PtrInterface {
   // Lookup without taking a reference, for per-event paths.
   HubstoreServiceMountGroup* serviceMountGroupRaw(const Vex::String& groupName) const;
   const Vex::Collection<Vex::String, HubstoreServiceMountGroup>& serviceMountGroupMembers() const {
-    return serviceMountGroup_;
+    return serviceMountGroup_.ordered();
   }
   Vex::Ptr<HubstoreServiceMountGroup> serviceMountGroupIs(const Vex::String& groupName,
                                                           const Vex::Ptr<HubstoreServiceMounter>& mounter);
@@ -160,7 +161,8 @@ class HubstoreService : public Vex::PtrInterface {
   Vex::Ptr<const ServicePublishStatus> servicePublishStatus_;
   Vex::Ptr<ServiceMountStatusSm> mountStatusSm_;
   // Declared groups first so that the version lists are destroyed first.
-  Vex::Collection<Vex::String, HubstoreServiceMountGroup> serviceMountGroup_;
+  // Hashed: every mount state event looks its group up by name.
+  Vex::IndexedCollection<Vex::String, HubstoreServiceMountGroup> serviceMountGroup_;
   Vex::Collection<Vex::String, SwitchWhiteList> switchWhiteList_;
   Vex::Collection<Vex::String, VersionWhiteList> versionWhiteList_;
   bool publishMountsSynchronized_ = false;

@@ -209,12 +209,13 @@ void ServiceMountStatusSm::serviceMountStatusDel() {
   serviceMountStatusReactor_ = nullptr;
 }
 
+// Setting flags calls nobody, so the machines are walked directly; each one
+// passes its flag on only when it changes.
 void ServiceMountStatusSm::hasNotificationActiveIs(bool active) {
+  if (hasNotificationActive() == active) return;
   PtrInterface::hasNotificationActiveIs(active);
   if (serviceMountStatusReactor_) serviceMountStatusReactor_->hasNotificationActiveIs(active);
-  for (auto machine = systemStatusSm_.begin(); machine != nullptr; ++machine) {
-    (*machine)->hasNotificationActiveIs(active);
-  }
+  for (const auto& [systemName, machine] : systemStatusSm_.members()) machine->hasNotificationActiveIs(active);
 }
 
 void ServiceMountStatusSm::vexDoZombieReactors(bool zombie) {

@@ -39,11 +39,16 @@ void SystemStatusSm::VexSystemStatus::notifierIs(const Vex::Ptr<const Vex::PtrIn
   if (status && owner_ && !vexMarkedForDeletion()) {
     // Bring the owner's reactors in line with the new record: one per group
     // status it holds, none for a group it does not.
+    owner_->serviceMountGroupStatus_.reserve(status->serviceMountGroupStatusMembers().count());
     for (auto entry = status->serviceMountGroupStatusMembers().begin(); entry != nullptr; ++entry) {
       owner_->serviceMountGroupStatusIs(*entry);
     }
-    for (auto reactor = owner_->serviceMountGroupStatusMembers().begin(); reactor != nullptr; ++reactor) {
-      if (!status->serviceMountGroupStatusRaw(reactor.key())) owner_->serviceMountGroupStatusDel(reactor.key());
+    // Every group status has its reactor now: equal counts leave none over.
+    const auto& reactors = owner_->serviceMountGroupStatusMembers();
+    if (reactors.count() != status->serviceMountGroupStatusMembers().count()) {
+      for (auto reactor = reactors.begin(); reactor != nullptr; ++reactor) {
+        if (!status->serviceMountGroupStatusRaw(reactor.key())) owner_->serviceMountGroupStatusDel(reactor.key());
+      }
     }
   }
   isRegisteredNotifieeIs(true);
@@ -88,7 +93,7 @@ void SystemStatusSm::VexServiceMountGroupStatus::onAttribute(Vex::AttributeId at
   if (attribute != ServiceMountGroupStatus::Attr::mountState || vexMarkedForDeletion()) return;
   const ServiceMountGroupStatus* status = notifier();
   if (!status || !owner_) return;
-  owner_->handleMountState(status->name());
+  owner_->handleMountState(*status);
 }
 
 // --- SystemStatusSm ----------------------------------------------------------
@@ -126,8 +131,8 @@ SystemStatusSm::SystemStatusSm(const Vex::Ptr<const SystemStatus>& systemStatus,
                             &SystemStatusSm::tearDown) {
   if (systemStatus) {
     // Binding creates a silent reactor for every group status already there.
+    // All stay off until the owner turns the machine on.
     systemStatusReactor_ = Vex::make<VexSystemStatus>(systemStatus, this);
-    systemStatusReactor_->hasNotificationActiveIs(true);
   }
 }
 
@@ -168,26 +173,39 @@ void SystemStatusSm::handleMountState() {
   const Vex::Ptr<const SystemStatus> record(status);
   for (auto entry = record->serviceMountGroupStatusMembers().begin(); entry != nullptr; ++entry) {
     if (vexMarkedForDeletion()) return;
-    handleMountState(entry.key());
+    handleMountState(**entry);
   }
 }
 
 void SystemStatusSm::handleMountState(const Vex::Name& groupName) {
   HUBSTORE_TRACE(8) << "SystemStatusSm::" << "handleMountState" << ": " << groupName;
   if (!initialized_ || vexMarkedForDeletion()) return;
-  // Runs on every mount state event: raw lookups only, nothing allocated.
   const SystemStatus* status = systemStatusReactor_ ? systemStatusReactor_->notifier() : nullptr;
   if (!status) return;
-  const ServiceMountGroupStatus* groupStatus = status->serviceMountGroupStatusRaw(groupName);
-  if (!groupStatus) return;
-  const MountState mountState = groupStatus->mountState();
+  if (const ServiceMountGroupStatus* groupStatus = status->serviceMountGroupStatusRaw(groupName)) {
+    reportMountState(*groupStatus);
+  }
+}
+
+void SystemStatusSm::handleMountState(const ServiceMountGroupStatus& groupStatus) {
+  HUBSTORE_TRACE(8) << "SystemStatusSm::" << "handleMountState" << ": " << groupStatus.name();
+  if (!initialized_ || vexMarkedForDeletion()) return;
+  // The record in hand is the switch's while the switch record holds it.
+  const SystemStatus* status = systemStatusReactor_ ? systemStatusReactor_->notifier() : nullptr;
+  if (!status || groupStatus.parent() != status) return;
+  reportMountState(groupStatus);
+}
+
+void SystemStatusSm::reportMountState(const ServiceMountGroupStatus& groupStatus) {
+  // Runs on every mount state event: raw lookups only, nothing allocated.
+  const Vex::Name& groupName = groupStatus.name();
+  const MountState mountState = groupStatus.mountState();
   HubstoreService* service = serviceMountStatusSm_ ? serviceMountStatusSm_->hubstoreService() : nullptr;
   HubstoreServiceMountGroup* group = service ? service->serviceMountGroupRaw(groupName) : nullptr;
   if (!group) {
     HUBSTORE_TRACE(5) << "handleMountState" << ": mount group " << groupName << " does not exist.";
     return;
   }
-  if (!(group->name() == groupName)) return;
   // Held here: the hook may delete the group, and with it these references.
   const Vex::Ptr<HubstoreServiceMounter> mounter = group->mounter();
   const Vex::Ptr<Mirra::EntityManager> entityManager = group->hubstoreEntityManager();
@@ -201,7 +219,7 @@ Vex::Ptr<SystemStatusSm::VexServiceMountGroupStatus> SystemStatusSm::serviceMoun
   Vex::Ptr<VexServiceMountGroupStatus> existing = serviceMountGroupStatus_.member(key);
   if (existing && existing->notifier() == status.get()) return existing;
   Vex::Ptr<VexServiceMountGroupStatus> reactor = Vex::make<VexServiceMountGroupStatus>(status, this);
-  reactor->hasNotificationActiveIs(true);
+  reactor->hasNotificationActiveIs(hasNotificationActive());
   serviceMountGroupStatus_.newMember(key, reactor);
   if (existing) retire(existing);
   return reactor;
@@ -213,9 +231,10 @@ void SystemStatusSm::serviceMountGroupStatusDel(Vex::Name groupName) {
   }
 }
 
+// Last group first, so that no reactor moves.
 void SystemStatusSm::serviceMountGroupStatusDelAll() {
-  for (auto reactor = serviceMountGroupStatus_.begin(); reactor != nullptr; ++reactor) {
-    serviceMountGroupStatusDel(reactor.key());
+  while (!serviceMountGroupStatus_.empty()) {
+    serviceMountGroupStatusDel(Vex::Name(serviceMountGroupStatus_.members().back().first));
   }
 }
 
@@ -228,20 +247,20 @@ void SystemStatusSm::systemStatusDel() {
   serviceMountGroupStatusDelAll();
 }
 
+// Reactors always carry the machine's flag, so an unchanged flag has nothing
+// to pass on. Setting flags calls nobody: the members are walked directly.
 void SystemStatusSm::hasNotificationActiveIs(bool active) {
+  if (hasNotificationActive() == active) return;
   PtrInterface::hasNotificationActiveIs(active);
   if (systemStatusReactor_) systemStatusReactor_->hasNotificationActiveIs(active);
-  for (auto reactor = serviceMountGroupStatus_.begin(); reactor != nullptr; ++reactor) {
-    (*reactor)->hasNotificationActiveIs(active);
-  }
+  for (const auto& [groupName, reactor] : serviceMountGroupStatus_.members()) reactor->hasNotificationActiveIs(active);
 }
 
 void SystemStatusSm::vexDoZombieReactors(bool zombie) {
   PtrInterface::vexDoZombieReactors(zombie);
   if (systemStatusReactor_) systemStatusReactor_->vexDoZombieReactors(zombie);
-  for (auto reactor = serviceMountGroupStatus_.begin(); reactor != nullptr; ++reactor) {
-    (*reactor)->vexDoZombieReactors(zombie);
-  }
+  // Marking calls nobody: the reactors are walked directly.
+  for (const auto& [groupName, reactor] : serviceMountGroupStatus_.members()) reactor->vexDoZombieReactors(zombie);
 }
 
 }  // namespace Controller

@@ -22,6 +22,7 @@
 #include <hubstore/foundations/records/system_id.h>
 #include <hubstore/foundations/records/system_status.h>
 #include <hubstore/foundations/framework/type_descriptor.h>
+#include <hubstore/foundations/framework/flat_collection.h>
 
 namespace Controller {
 
@@ -75,11 +76,14 @@ class SystemStatusSm : public Vex::PtrInterface {
 
   void handleMountState();
   void handleMountState(const Vex::Name& groupName);
+  // The same for a group status already in hand (no lookup by name); it
+  // reports only while the switch record holds it.
+  void handleMountState(const ServiceMountGroupStatus& groupStatus);
 
   Vex::Ptr<VexServiceMountGroupStatus> serviceMountGroupStatus(const Vex::Name& groupName) const {
     return serviceMountGroupStatus_.member(groupName);
   }
-  const Vex::Collection<Vex::Name, VexServiceMountGroupStatus>& serviceMountGroupStatusMembers() const {
+  const Vex::FlatCollection<Vex::Name, VexServiceMountGroupStatus>& serviceMountGroupStatusMembers() const {
     return serviceMountGroupStatus_;
   }
   Vex::Ptr<VexServiceMountGroupStatus> serviceMountGroupStatusIs(const Vex::Ptr<const ServiceMountGroupStatus>& status);
@@ -104,10 +108,14 @@ class SystemStatusSm : public Vex::PtrInterface {
  private:
   // The destructor's work; also run when the owner goes first.
   void tearDown();
+  // Tells the group's mounter the state of `groupStatus`, a member of the
+  // switch record.
+  void reportMountState(const ServiceMountGroupStatus& groupStatus);
 
   SystemId systemId_;
   Vex::Ptr<VexSystemStatus> systemStatusReactor_;
-  Vex::Collection<Vex::Name, VexServiceMountGroupStatus> serviceMountGroupStatus_;
+  // One reactor per group of the switch: tens, in one array.
+  Vex::FlatCollection<Vex::Name, VexServiceMountGroupStatus> serviceMountGroupStatus_;
   bool initialized_ = false;
   Vex::OwnerLink<ServiceMountStatusSm, SystemStatusSm> serviceMountStatusSm_;
 };

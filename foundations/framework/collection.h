@@ -6,12 +6,16 @@
 // to the current member, and steps to the first key after the current one.
 // So the member under the iterator (or any other) may be deleted, and members
 // may be added; an added member is visited if its key sorts after the current
-// one. Each step costs one ordered lookup.
+// one. A step is a plain step to the next entry while nothing was removed
+// since the last one (additions move no entry); after a removal it is one
+// ordered lookup of the first key after the current one.
 //
 // Members that are entities are told their parent when they join
 // (Entity::parentIs) and lose it when they leave or the collection dies.
 
 #include <cstddef>
+#include <cstdint>
+#include <iterator>
 #include <map>
 #include <type_traits>
 #include <utility>
@@ -56,6 +60,7 @@ class Collection {
     if (found == members_.end()) return Ptr<T>();
     Ptr<T> removed = std::move(found->second);
     members_.erase(found);
+    ++removals_;
     detach(removed.get());
     return removed;
   }
@@ -68,12 +73,18 @@ class Collection {
 
   class Iterator {
    public:
-    Iterator(const Members* members, typename Members::const_iterator at) : members_(members) { load(at); }
+    Iterator(const Collection* collection, typename Members::const_iterator at) : collection_(collection) {
+      load(at);
+    }
     const K& key() const { return key_; }
     const Ptr<T>& operator*() const { return current_; }
     const Ptr<T>& operator->() const { return current_; }
     Iterator& operator++() {
-      load(members_->upper_bound(key_));
+      if (collection_->removals_ == removalsSeen_) {
+        load(std::next(at_));
+      } else {
+        load(collection_->members_.upper_bound(key_));
+      }
       return *this;
     }
     bool operator!=(std::nullptr_t) const { return static_cast<bool>(current_); }
@@ -81,19 +92,23 @@ class Collection {
 
    private:
     void load(typename Members::const_iterator at) {
-      if (at == members_->end()) {
+      at_ = at;
+      removalsSeen_ = collection_->removals_;
+      if (at == collection_->members_.end()) {
         current_ = nullptr;
       } else {
         key_ = at->first;
         current_ = at->second;
       }
     }
-    const Members* members_;
+    const Collection* collection_;
+    typename Members::const_iterator at_;
+    std::uint64_t removalsSeen_ = 0;
     K key_{};
     Ptr<T> current_;
   };
 
-  Iterator begin() const { return Iterator(&members_, members_.begin()); }
+  Iterator begin() const { return Iterator(this, members_.begin()); }
   std::nullptr_t end() const { return nullptr; }
 
  private:
@@ -109,6 +124,8 @@ class Collection {
   }
 
   Members members_;
+  // Counts removals: an iterator steps on directly while it has seen them all.
+  std::uint64_t removals_ = 0;
   const Entity* owner_;
   const char* attribute_;
 };

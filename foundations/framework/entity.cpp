@@ -14,10 +14,4 @@ String Entity::fullName() const {
   return String(text);
 }
 
-void Entity::notify(AttributeId attribute, const void* key) const {
-  if (notifiees_.empty()) return;
-  Ptr<const Entity> keepAlive(this);
-  notifiees_.visit(attribute, key);
-}
-
 }  // namespace Vex

@@ -35,7 +35,15 @@ class Entity : public PtrInterface {
 
   // Reports a change to the notifiees. The entity keeps itself alive for the
   // dispatch, so a notifiee may release the last reference to it.
-  void notify(AttributeId attribute, const void* key = nullptr) const;
+  void notify(AttributeId attribute, const void* key = nullptr) const {
+    if (notifiees_.empty()) return;
+    if (threadSafePointers()) [[unlikely]] {
+      notifiees_.visitCounted(attribute, key, this);
+      return;
+    }
+    const Ptr<const Entity> keepAlive(this);
+    notifiees_.visit(attribute, key);
+  }
 
   // Create-or-return of a collection member, notifying on creation.
   template <class Members, class Factory>

@@ -6,35 +6,56 @@
 
 namespace Vex {
 
-NotifieeList::~NotifieeList() { deleteAll(); }
+NotifieeList::~NotifieeList() {
+  deleteAll();
+  if (slots_ != &inPlace_) delete[] slots_;
+}
 
-void NotifieeList::visit(AttributeId attribute, const void* key) {
-  struct DispatchScope {
-    NotifieeList& list;
-    explicit DispatchScope(NotifieeList& l) : list(l) { ++list.dispatchDepth_; }
-    ~DispatchScope() {
-      if (--list.dispatchDepth_ == 0 && list.hasClearedSlots_) list.compact();
-    }
-  } scope(*this);
-  const std::size_t end = notifiees_.size();  // members added now wait for the next round
-  for (std::size_t i = 0; i < end; ++i) {
-    PtrInterface::NotifieeConst* notifiee = notifiees_[i];
+void NotifieeList::visitAll(AttributeId attribute, const void* key) {
+  const DispatchScope scope(*this);
+  // Slots are read afresh each time: an addition may move the array.
+  // Members added now wait for the next round.
+  const std::uint32_t end = size_;
+  for (std::uint32_t i = 0; i < end; ++i) {
+    PtrInterface::NotifieeConst* notifiee = slots_[i];
     if (!notifiee || !notifiee->hasNotificationActive()) continue;
-    Ptr<PtrInterface::NotifieeConst> held(notifiee);
+    call(notifiee, attribute, key);
+  }
+}
+
+void NotifieeList::visitCounted(AttributeId attribute, const void* key, const PtrInterface* notifier) {
+  const Ptr<const PtrInterface> notifierHeld(notifier);
+  const DispatchScope scope(*this);
+  const std::uint32_t end = size_;
+  for (std::uint32_t i = 0; i < end; ++i) {
+    PtrInterface::NotifieeConst* notifiee = slots_[i];
+    if (!notifiee || !notifiee->hasNotificationActive()) continue;
+    const Ptr<PtrInterface::NotifieeConst> held(notifiee);
     notifiee->onAttribute(attribute, key);
   }
 }
 
-void NotifieeList::add(PtrInterface::NotifieeConst* notifiee) { notifiees_.push_back(notifiee); }
+void NotifieeList::add(PtrInterface::NotifieeConst* notifiee) {
+  if (size_ == capacity_) {
+    auto** grown = new PtrInterface::NotifieeConst*[2 * capacity_];
+    std::copy(slots_, slots_ + size_, grown);
+    if (slots_ != &inPlace_) delete[] slots_;
+    slots_ = grown;
+    capacity_ *= 2;
+  }
+  slots_[size_++] = notifiee;
+}
 
 void NotifieeList::remove(PtrInterface::NotifieeConst* notifiee) {
-  auto found = std::find(notifiees_.begin(), notifiees_.end(), notifiee);
-  if (found == notifiees_.end()) return;
+  PtrInterface::NotifieeConst** end = slots_ + size_;
+  PtrInterface::NotifieeConst** found = std::find(slots_, end, notifiee);
+  if (found == end) return;
   if (dispatchDepth_ > 0) {
     *found = nullptr;
     hasClearedSlots_ = true;
   } else {
-    notifiees_.erase(found);
+    std::copy(found + 1, end, found);
+    --size_;
   }
 }
 
@@ -42,18 +63,19 @@ void NotifieeList::deleteAll() {
   // Each unregistration comes back through remove(), which clears or erases
   // the slot depending on whether a dispatch is running.
   while (true) {
-    auto member = std::find_if(notifiees_.begin(), notifiees_.end(), [](auto* n) { return n; });
-    if (member == notifiees_.end()) return;
+    PtrInterface::NotifieeConst** end = slots_ + size_;
+    PtrInterface::NotifieeConst** member = std::find_if(slots_, end, [](auto* n) { return n; });
+    if (member == end) return;
     (*member)->isRegisteredNotifieeIs(false);
   }
 }
 
 std::size_t NotifieeList::count() const {
-  return static_cast<std::size_t>(std::count_if(notifiees_.begin(), notifiees_.end(), [](auto* n) { return n; }));
+  return static_cast<std::size_t>(std::count_if(slots_, slots_ + size_, [](auto* n) { return n; }));
 }
 
 void NotifieeList::compact() {
-  notifiees_.erase(std::remove(notifiees_.begin(), notifiees_.end(), nullptr), notifiees_.end());
+  size_ = static_cast<std::uint32_t>(std::remove(slots_, slots_ + size_, nullptr) - slots_);
   hasClearedSlots_ = false;
 }
 

@@ -70,6 +70,16 @@ TEST_F(ThreeProbes, TheRecordAndTheCallerSurviveReleasingEverythingMidDispatch) 
   EXPECT_EQ(liveObjectCount(), 0);
 }
 
+TEST_F(ThreeProbes, WithThreadSafePointersTheDispatchHoldsCountedReferences) {
+  threadSafePointersIs(true);
+  b->action = [this] { a = b = c = nullptr, counter = nullptr; };
+  Counter* raw = counter.get();
+  raw->valueIs(1);
+  threadSafePointersIs(false);
+  EXPECT_EQ(log, (Log{"a", "b"}));
+  EXPECT_EQ(liveObjectCount(), 0);
+}
+
 TEST_F(ThreeProbes, AnExceptionLeavesTheListConsistent) {
   b->action = [this] {
     c = nullptr;
@@ -103,6 +113,49 @@ TEST_F(ThreeProbes, RebindingMovesTheRegistrationToTheNewNotifier) {
   EXPECT_EQ(log, (Log{"a", "c", "b"}));
   b = nullptr;
   EXPECT_EQ(other->notifieeList()->count(), 0u);
+}
+
+// A record with one notifiee takes the direct path; the rules are the same.
+struct OneProbe : ::testing::Test {
+  Ptr<Counter> counter = Counter::CounterIs("c");
+  Log log;
+  Ptr<Probe> a = Probe::ProbeIs("a", &log, counter);
+  void TearDown() override {
+    a = nullptr;
+    counter = nullptr;
+    EXPECT_EQ(liveObjectCount(), 0);
+  }
+};
+
+TEST_F(OneProbe, ReleasingTheRecordAndItselfMidCallFinishesTheCall) {
+  a->action = [this] {
+    a->notifierIs(nullptr);  // the probe no longer holds the record
+    a = nullptr;
+    counter = nullptr;
+    log.push_back(std::to_string(liveObjectCount()));  // both still alive
+  };
+  Counter* raw = counter.get();
+  raw->valueIs(1);
+  EXPECT_EQ(log, (Log{"a", "2"}));
+  EXPECT_EQ(liveObjectCount(), 0);
+}
+
+TEST_F(OneProbe, ANotifieeAddedDuringTheCallWaitsAndOneThatThrowsLeavesTheListWhole) {
+  Ptr<Probe> late;
+  a->action = [&] {
+    if (!late) late = Probe::ProbeIs("late", &log, counter);
+  };
+  counter->valueIs(1);
+  EXPECT_EQ(log, (Log{"a"}));
+  late->action = [] { throw std::runtime_error("hook failed"); };
+  EXPECT_THROW(counter->valueIs(2), std::runtime_error);
+  late = nullptr;  // back to one notifiee
+  a->action = [] { throw std::runtime_error("hook failed"); };
+  EXPECT_THROW(counter->valueIs(3), std::runtime_error);
+  a->action = nullptr;
+  counter->valueIs(4);
+  EXPECT_EQ(log, (Log{"a", "a", "late", "a", "a"}));
+  EXPECT_EQ(counter->notifieeList()->count(), 1u);
 }
 
 }  // namespace

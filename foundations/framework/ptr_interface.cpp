@@ -17,6 +17,11 @@ void PtrInterface::allocationTrackedIs(const TypeDescriptor& type) {
   trackedType_ = &type;
 }
 
+void PtrInterface::finishUse() const {
+  releasedInUse_ = false;
+  if (references_ == 0) handleZeroRef();
+}
+
 PtrInterface::~PtrInterface() {
   if (trackedType_) {
 #ifndef NDEBUG

@@ -37,9 +37,38 @@ class PtrInterface {
 
   void referencesInc() const { countIncrement(references_); }
   void referencesDec() const {
-    if (countDecrement(references_)) handleZeroRef();
+    if (!countDecrement(references_)) return;
+    if (inUse_) {
+      releasedInUse_ = true;  // the UseScope that ends last finishes it
+    } else {
+      handleZeroRef();
+    }
   }
   std::uint32_t references() const { return references_; }
+
+  // Keeps an object alive for one scope, as a counted reference would, at the
+  // cost of a flag: a release of the last reference inside the scope only
+  // marks the object, and the outermost scope on it deletes it as it ends
+  // (unless it was taken again meanwhile). A dispatch does this for every
+  // notifiee it calls. Only while threadSafePointers() is off: another thread
+  // could release the object at any moment, and only a count stops that.
+  class UseScope {
+   public:
+    explicit UseScope(const PtrInterface* object) : object_(object), outermost_(!object->inUse_) {
+      object_->inUse_ = true;
+    }
+    UseScope(const UseScope&) = delete;
+    UseScope& operator=(const UseScope&) = delete;
+    ~UseScope() {
+      if (!outermost_) return;
+      object_->inUse_ = false;
+      if (object_->releasedInUse_) [[unlikely]] object_->finishUse();
+    }
+
+   private:
+    const PtrInterface* object_;
+    bool outermost_;
+  };
 
   // Objects that can be watched return their list; others have none.
   virtual NotifieeList* notifieeList() const { return nullptr; }
@@ -67,9 +96,14 @@ class PtrInterface {
   virtual void handleZeroRef() const { delete this; }
 
  private:
+  // The end of the outermost UseScope on an object released inside it.
+  void finishUse() const;
+
   mutable std::uint32_t references_ = 1;
   bool notificationActive_ = false;
   bool markedForDeletion_ = false;
+  mutable bool inUse_ = false;
+  mutable bool releasedInUse_ = false;
   std::uint32_t serialNumber_ = 0;
   const TypeDescriptor* trackedType_ = nullptr;
 };

@@ -72,6 +72,26 @@ TEST(Ptr, ThreadSafeSwitchKeepsCountsExact) {
   EXPECT_EQ(log, "~a ");
 }
 
+TEST(Ptr, AnObjectReleasedInsideAUseScopeDiesWhenTheOutermostScopeEnds) {
+  std::string log;
+  Ptr<Logged> a = make<Logged>("a", &log);
+  Ptr<Logged> b = make<Logged>("b", &log);
+  {
+    const PtrInterface::UseScope outer(a.get());
+    {
+      const PtrInterface::UseScope inner(a.get());
+      a = nullptr;
+    }
+    EXPECT_EQ(log, "");  // the inner scope leaves it to the outer one
+    const PtrInterface::UseScope other(b.get());
+    Logged* raw = b.get();
+    b = nullptr;
+    b = Ptr<Logged>(raw);  // taken again before the scope ends
+  }
+  EXPECT_EQ(log, "~a ");
+  EXPECT_EQ(b->references(), 1u);
+}
+
 TEST(TypeDescriptor, InvokesOperationsByNameWithNamedArguments) {
   Ptr<Counter> counter = Counter::CounterIs("c");
   EXPECT_THROW(invoke(*counter, "valueIs", {}), InternalException);

@@ -52,6 +52,14 @@ class String {
     if (!b.rep_) return false;
     return a.view() < b.view();
   }
+  // <0, 0 or >0 as this string sorts before, equal to or after `other`, in
+  // the order of operator< (one comparison of the texts).
+  int compare(const String& other) const noexcept {
+    if (rep_ == other.rep_) return 0;
+    if (!rep_) return -1;
+    if (!other.rep_) return 1;
+    return view().compare(other.view());
+  }
   friend bool operator==(const String& a, std::string_view b) noexcept { return !a.isNull() && a.view() == b; }
   friend bool operator==(const String& a, const char* b) noexcept { return a == std::string_view(b); }
 

@@ -4,6 +4,7 @@
 // switch allow-list of the same name.
 
 #include <hubstore/foundations/records/record.h>
+#include <hubstore/foundations/framework/flat_value_map.h>
 
 namespace Controller {
 
@@ -22,7 +23,7 @@ class MountFilterSystem : public Vex::Entity {
     const bool* value = includedSystem_.value(system);
     return value && *value;
   }
-  const Vex::ValueMap<Vex::String, bool>& includedSystemMembers() const { return includedSystem_; }
+  const Vex::FlatValueMap<Vex::String, bool>& includedSystemMembers() const { return includedSystem_; }
   void includedSystemIs(const Vex::String& system, bool included);
   void includedSystemDel(Vex::String system);
 
@@ -32,7 +33,8 @@ class MountFilterSystem : public Vex::Entity {
   friend Vex::Ptr<T> Vex::make(Args&&...);
 
  private:
-  Vex::ValueMap<Vex::String, bool> includedSystem_;
+  // Built once, read, and mostly dropped whole at a service's close.
+  Vex::FlatValueMap<Vex::String, bool> includedSystem_;
 };
 
 }  // namespace Controller
