@@ -53,7 +53,8 @@ class RedisConnection {
 
   void command(const std::vector<std::string_view>& args, Callback onReply);
   void pushHandlerIs(Callback handler) { pushHandler_ = std::move(handler); }
-  // Writes what the socket takes; false (with error()) when the connection is lost.
+  // Writes what the socket takes; false (with error()) when that lost the
+  // connection.
   bool flush();
   bool wantsWrite() const;
   // Reads what has arrived and hands each reply on; false (with error()) when

@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include <hubstore/foundations/records/service_mount_status.h>
 #include <hubstore/redis/redis_store_error.h>
 
 namespace hubstore::redis {
@@ -215,6 +216,7 @@ void RedisStore::handshakeStepDone() {
 
 void RedisStore::lose(const std::string& why) {
   if (state_ == State::closed && !fatalError_.empty()) return;
+  if (state_ == State::disconnected && !data_.isOpen() && !notifications_.isOpen()) return;
   watchFd(data_.fd(), false, false);
   watchFd(notifications_.fd(), false, false);
   data_.close();
@@ -224,6 +226,8 @@ void RedisStore::lose(const std::string& why) {
   toApply_.clear();
   seen_.clear();
   ownedInRedis_.clear();
+  followedInRedis_.clear();
+  unansweredInBatch_.clear();
   pongPending_ = false;
   lastError_ = why;
   backoff_ = backoff_.count() == 0 ? options_.backoffMin : std::min(backoff_ * 2, options_.backoffMax);
@@ -357,13 +361,17 @@ void RedisStore::onNotification(const std::string& key) {
 }
 
 void RedisStore::requestArrived() {
+  if (arrived_.empty()) return;
+  const std::uint64_t batch = ++lastBatch_;
+  unansweredInBatch_[batch] = arrived_.size();
   for (const std::string& key : arrived_) {
-    data_.command({"HGETALL", key}, [this, key](const redisReply& reply) {
+    data_.command({"HGETALL", key}, [this, key, batch](const redisReply& reply) {
+      --unansweredInBatch_[batch];
       if (isError(reply)) {
         VEX_TRACE(redisStoreTrace, 5) << "RedisStore::read " << std::string_view(key) << ": " << text(reply);
         return;
       }
-      toApply_.push_back({key, hashFields(reply), false});
+      toApply_.push_back({key, hashFields(reply), false, batch});
     });
   }
   arrived_.clear();
@@ -415,9 +423,12 @@ void RedisStore::resyncKeyRead(const std::string& key, std::optional<Fields> fie
   --resyncReads_;
   const Side side = sideOf(keys_.parse(key)->record);
   if (fields) {
-    if (!loaded_ || !owned(side)) {
+    if (!loaded_) {
       seen_.insert(key);
-      toApply_.push_back({key, std::move(fields), !loaded_});
+      toApply_.push_back({key, std::move(fields), true, 0});
+    } else if (!owned(side)) {
+      seen_.insert(key);
+      followedInRedis_[key] = std::move(*fields);
     } else {
       ownedInRedis_[key] = std::move(*fields);
     }
@@ -431,11 +442,14 @@ void RedisStore::finishResync() {
   for (Side side : {Side::config, Side::status}) {
     const std::map<std::string, Fields> local = localKeys(side);
     if (!loaded_ || !owned(side)) {
-      // Followed: what Redis no longer holds leaves the records, members
-      // before the records that hold them.
+      // Followed: records first, then their members; what Redis no longer
+      // holds leaves the records, members before their records.
+      for (auto& [key, fields] : followedInRedis_) {
+        if (sideOf(keys_.parse(key)->record) == side) toApply_.push_back({key, std::move(fields), false, 0});
+      }
       for (auto it = local.rbegin(); it != local.rend(); ++it) {
         if (!seen_.count(it->first)) {
-          toApply_.push_back({it->first, std::nullopt, !loaded_});
+          toApply_.push_back({it->first, std::nullopt, !loaded_, 0});
           ++removed;
         }
       }
@@ -461,6 +475,7 @@ void RedisStore::finishResync() {
                                 << " rewritten:" << rewritten << " removed:" << removed;
   seen_.clear();
   ownedInRedis_.clear();
+  followedInRedis_.clear();
   backoff_ = milliseconds(0);
   timerIs(milliseconds(0));
   loaded_ = true;
@@ -470,10 +485,39 @@ void RedisStore::finishResync() {
 
 void RedisStore::applyQueued() {
   while (!toApply_.empty()) {
+    const std::uint64_t batch = toApply_.front().batch;
+    if (batch != 0) {
+      auto unanswered = unansweredInBatch_.find(batch);
+      if (unanswered != unansweredInBatch_.end()) {
+        if (unanswered->second > 0) return;
+        unansweredInBatch_.erase(unanswered);
+      }
+    }
     const Applied change = std::move(toApply_.front());
     toApply_.pop_front();
     apply(change);
   }
+}
+
+bool RedisStore::applyNewSystemStatus(const Applied& change, const RedisKeySchema::Path& path) {
+  auto* status = dynamic_cast<Controller::ServiceMountStatus*>(root(RecordSlot::mountStatus));
+  if (!status || !change.fields || path.steps.size() != 1 || path.steps[0].attribute != "systemStatus" ||
+      status->systemStatusRaw(Vex::Name(path.steps[0].key))) {
+    return false;
+  }
+  auto system = Controller::SystemStatus::SystemStatusIs(Vex::Name(path.steps[0].key));
+  for (auto it = toApply_.begin(); it != toApply_.end();) {
+    const auto member = it->fields && RedisKeySchema::isWithin(it->key, change.key) ? keys_.parse(it->key) : std::nullopt;
+    if (member && member->steps.size() == 2 && member->steps[1].attribute == "serviceMountGroupStatus") {
+      const auto state = Controller::mountStateFromName(it->fields->count("mountState") ? it->fields->at("mountState") : "");
+      system->serviceMountGroupStatusIs(Vex::Name(member->steps[1].key), state.value_or(Controller::mountStateUnknown));
+      it = toApply_.erase(it);
+    } else {
+      ++it;
+    }
+  }
+  status->systemStatusIs(system);
+  return true;
 }
 
 Vex::Entity* RedisStore::root(RecordSlot slot) const {
@@ -499,6 +543,7 @@ void RedisStore::apply(const Applied& change) {
     entity = RecordCodec::newRecord(path->record, Vex::Name(name));
     em_->entityIs(Vex::String(keys_.recordPath(path->record)), entity);
   }
+  if (path->record == RecordSlot::mountStatus && applyNewSystemStatus(change, *path)) return;
   RecordCodec::applyPath(*entity, path->steps, fields, roots);
 }
 

@@ -132,6 +132,7 @@ class RedisStore : private RecordWatcher::Owner {
     std::string key;
     std::optional<Fields> fields;  // nullopt: the key is gone
     bool load;                     // the first read, which fills the owned side too
+    std::uint64_t batch;           // the notifications read together; 0 for a resynchronisation
   };
 
   void recordChanged(const RecordWatcher& watcher, Vex::AttributeId attribute, const void* key) override;
@@ -158,6 +159,8 @@ class RedisStore : private RecordWatcher::Owner {
   void finishResync();
   void applyQueued();
   void apply(const Applied& change);
+  // A new switch status, built with the group statuses queued behind it.
+  bool applyNewSystemStatus(const Applied& change, const RedisKeySchema::Path& path);
   Vex::Entity* root(RecordSlot slot) const;
 
   // Writing
@@ -199,6 +202,12 @@ class RedisStore : private RecordWatcher::Owner {
   std::vector<std::string> arrived_;
   std::unordered_set<std::string> arrivedSet_;
   std::deque<Applied> toApply_;
+  // Reads of each batch not answered yet: a batch is applied whole, so a
+  // switch status written with its group statuses arrives holding them.
+  std::map<std::uint64_t, std::size_t> unansweredInBatch_;
+  std::uint64_t lastBatch_ = 0;
+  // A later resynchronisation of the followed side applies in key order.
+  std::map<std::string, Fields> followedInRedis_;
   bool pongPending_ = false;
 
   std::map<std::string, Vex::Ptr<RecordWatcher>> watchers_;

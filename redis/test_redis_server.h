@@ -8,6 +8,7 @@
 //
 // Every wait is bounded; a server that does not come up fails the test.
 
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <signal.h>
 #include <sys/socket.h>
@@ -49,6 +50,9 @@ class TestRedisServer {
     }
     pid_ = fork();
     if (pid_ == 0) {
+      const int null = open("/dev/null", O_WRONLY);
+      dup2(null, 1);
+      dup2(null, 2);
       std::vector<char*> argv;
       for (std::string& arg : args) argv.push_back(arg.data());
       argv.push_back(nullptr);
