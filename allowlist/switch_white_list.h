@@ -27,7 +27,8 @@ class SwitchWhiteList : public SwitchWhiteListBase {
   HubstoreService* service() const { return service_.get(); }
   void handleInitialized();
   // Withdraws the filters from the service's configurations; an orphan has
-  // none to withdraw.
+  // none to withdraw, and a list the service has since replaced by another of
+  // its name leaves them to that list.
   void doCleanup();
 
  protected:

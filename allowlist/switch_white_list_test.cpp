@@ -76,5 +76,17 @@ TEST_F(SwitchWhiteListTest, RewritingEveryEntryRestoresTamperedFilters) {
                            "8 SwitchWhiteList::handleAllowedSwitch whiteList: L switchId: 00:1c:73:0a:0b:0d"}));
 }
 
+TEST_F(SwitchWhiteListTest, AListDeclaredAgainKeepsTheFiltersItsPredecessorLeavesLate) {
+  auto group = service->serviceMountGroupIs("g1", mounter);
+  group->switchWhiteListIs(service->switchWhiteListIs("L"));
+  service->switchWhiteListDel("L");  // the group still holds the old list
+  auto again = service->switchWhiteListIs("L");
+  EXPECT_EQ(again->mountSystemFilter(), mountConfig->systemFilter("L"));
+  group->switchWhiteListIs(again);  // the old list goes now
+  EXPECT_EQ(mountConfig->systemFilter("L"), again->mountSystemFilter());
+  EXPECT_EQ(publishConfig->systemFilter("L"), again->publishSystemFilter());
+  group = nullptr;
+}
+
 }  // namespace
 }  // namespace Controller::testing

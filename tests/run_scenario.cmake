@@ -6,6 +6,8 @@
 get_filename_component(dir ${SCENARIO} DIRECTORY)
 get_filename_component(file ${SCENARIO} NAME)
 separate_arguments(launcher UNIX_COMMAND "${LAUNCHER}")
+# A developer's VEX_TRACE would add trace lines to every transcript.
+unset(ENV{VEX_TRACE})
 execute_process(COMMAND ${launcher} ${SIM} ${file}
   WORKING_DIRECTORY ${dir}
   OUTPUT_VARIABLE out ERROR_VARIABLE err RESULT_VARIABLE status)

@@ -5,7 +5,7 @@
 // records from a snapshot of the lines.
 //
 //   ConfigDump config(*em, "agentB");
-//   for (const std::string& line : config.lines()) out.line(line);
+//   for (const std::string& line : config.lines()) std::puts(line.c_str());
 //   config.set(command);   // command: `set mountConfig.warm = true`
 //
 // The records are looked up at their paths on every call, so a ConfigDump may

@@ -1,105 +1,172 @@
 // hubstore-sim: runs scenario files against the library in a simulated
-// controller and prints what the library does as a transcript.
+// controller and prints what the library does as a transcript; at a terminal
+// with no file named, runs commands as they are typed. docs/scenarios.md is
+// its manual.
 //
-//   hubstore-sim [--trace=LEVELS] [--quiet] FILE...   (FILE may be - for standard input)
-//   hubstore-sim --help
+//   hubstore-sim [--trace=LEVELS] [--quiet] [--json] [FILE...]   (FILE may be - for standard input)
+//   hubstore-sim help [COMMAND]
+//   hubstore-sim --help | -h | --version | --reference
 //
 // Exit status: 0 when every command ran, 1 when a command could not run,
-// 2 for a usage or syntax error (every file is parsed before anything runs).
+// 2 for a usage or syntax error or a file that cannot be read (every file is
+// read and parsed before anything runs).
 
+#include <unistd.h>
+
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
-#include <fstream>
+#include <cstdlib>
+#include <cstring>
 #include <iostream>
 #include <iterator>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include <hubstore/foundations/framework/ferrolink.h>
+#include <hubstore/version.h>
+#include "tools/sim/command_reference.h"
+#include "tools/sim/interactive_session.h"
 #include "tools/sim/output.h"
 #include "tools/sim/scenario_parser.h"
 #include "tools/sim/simulator.h"
+#include "tools/sim/trace_environment.h"
 
 namespace {
 
+using namespace hubstore::sim;
+
 constexpr std::string_view kUsage =
-    "usage: hubstore-sim [--trace=LEVELS] [--quiet] FILE...\n"
-    "       hubstore-sim --help\n";
+    "usage: hubstore-sim [--trace=LEVELS] [--quiet] [--json] [FILE...]\n"
+    "       hubstore-sim help [COMMAND]\n"
+    "       hubstore-sim --help | -h | --version | --reference\n";
 
 constexpr std::string_view kHelp =
-    "Runs scenario files against the library in a simulated controller.\n"
+    "Runs scenario files against the library in a simulated controller. With no\n"
+    "FILE and a terminal on standard input, runs each command as it is typed.\n"
     "\n"
     "  FILE            a scenario; - reads standard input. Several files run\n"
     "                  one after the other in one simulated world.\n"
     "  --trace=LEVELS  enable these levels of the trace facility Ferrolink from\n"
-    "                  the start: a comma list of levels and ranges, e.g. 5,7-8\n"
-    "  --quiet         print no transcript lines; errors and the exit status stay\n"
-    "  --help          print this text\n"
-    "\n"
-    "Commands that make a recording mounter's hooks act (HOOK is\n"
-    "doHandleControllerMountState, doMountsComplete or doInitialSwitchMountsComplete):\n"
-    "  mounter M throwing HOOK   a recording mounter whose HOOK throws\n"
-    "                            Vex::InternalException \"hook failed\" after its line\n"
-    "  when M HOOK G COMMAND...  each time M's HOOK fires for group G (* for any),\n"
-    "                            run COMMAND, an agent or mount machinery command,\n"
-    "                            after the hook's line\n"
-    "  whenDel M                 forget every 'when' of M\n"
+    "                  the start: a comma list of levels and ranges, e.g. 5,7-8,\n"
+    "                  or off. Without it, VEX_TRACE=\"Ferrolink/LEVELS\" does.\n"
+    "  --quiet         print no transcript lines but the error lines; messages\n"
+    "                  and the exit status stay\n"
+    "  --json          print each transcript line as one JSON object\n"
+    "  --reference     print the command reference in Markdown (docs/scenarios.md)\n"
+    "  --version       print the version\n"
+    "  -h, --help      print this text\n"
+    "  help [COMMAND]  as the first word: print the commands, or one command's\n"
+    "                  entry (a scenario file named help is ./help)\n"
     "\n"
     "Exit status: 0 when every command ran, 1 when a command could not run,\n"
-    "2 for a usage or syntax error.\n";
+    "2 for a usage or syntax error or a file that cannot be read.\n"
+    "\n";
 
 int usageError(const std::string& message) {
   std::fprintf(stderr, "hubstore-sim: %s\n%.*s", message.c_str(), static_cast<int>(kUsage.size()), kUsage.data());
   return 2;
 }
 
-std::optional<std::string> readScenario(const std::string& file) {
-  std::ostringstream text;
-  if (file == "-") {
-    text << std::cin.rdbuf();
-    return text.str();
+void print(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stdout); }
+
+// hubstore-sim help [COMMAND]
+int help(int argc, char** argv) {
+  if (argc > 3) return usageError("'help' takes one COMMAND");
+  if (argc == 2) {
+    print(commandList());
+    return 0;
   }
-  std::ifstream in(file, std::ios::binary);
-  if (!in) return std::nullopt;
-  text << in.rdbuf();
-  return text.str();
+  const CommandEntry* entry = findCommand(argv[2]);
+  if (!entry) {
+    std::fprintf(stderr, "hubstore-sim: no command '%s' ('hubstore-sim help' lists them)\n", argv[2]);
+    return 2;
+  }
+  print(commandHelp(*entry));
+  return 0;
 }
+
+// The text of a scenario, or the reason it cannot be read.
+struct ScenarioText {
+  std::string text;
+  std::optional<std::string> error;
+};
+
+ScenarioText readScenario(const std::string& file) {
+  std::FILE* in = file == "-" ? stdin : std::fopen(file.c_str(), "rb");
+  if (!in) return {"", std::strerror(errno)};
+  ScenarioText scenario;
+  char buffer[8192];
+  std::size_t got;
+  // A directory opens, and its first read fails with EISDIR.
+  while ((got = std::fread(buffer, 1, sizeof buffer, in)) > 0) scenario.text.append(buffer, got);
+  if (std::ferror(in)) scenario.error = std::strerror(errno);
+  if (in != stdin) std::fclose(in);
+  return scenario;
+}
+
+struct Options {
+  std::vector<std::string> files;
+  bool quiet = false;
+  bool json = false;
+  std::optional<std::uint32_t> traceLevels;
+};
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::vector<std::string> files;
-  bool quiet = false;
-  std::uint32_t traceLevels = 0;
+  if (argc > 1 && std::string_view(argv[1]) == "help") return help(argc, argv);
+  Options options;
   for (int i = 1; i < argc; ++i) {
     const std::string_view arg = argv[i];
-    if (arg == "--help") {
-      std::fwrite(kUsage.data(), 1, kUsage.size(), stdout);
-      std::fwrite(kHelp.data(), 1, kHelp.size(), stdout);
+    if (arg == "--help" || arg == "-h") {
+      print(kUsage);
+      print(kHelp);
+      print(commandList());
+      return 0;
+    }
+    if (arg == "--version") {
+      print("hubstore-sim " HUBSTORE_VERSION_STRING "\n");
+      return 0;
+    }
+    if (arg == "--reference") {
+      print(markdownReference());
       return 0;
     }
     if (arg == "--quiet") {
-      quiet = true;
+      options.quiet = true;
+    } else if (arg == "--json") {
+      options.json = true;
     } else if (arg.substr(0, 8) == "--trace=") {
-      const auto levels = hubstore::sim::parseTraceLevels(arg.substr(8));
-      if (!levels) return usageError("bad trace levels '" + std::string(arg.substr(8)) + "'");
-      traceLevels = *levels;
+      options.traceLevels = parseTraceLevels(arg.substr(8));
+      if (!options.traceLevels) return usageError("bad trace levels '" + std::string(arg.substr(8)) + "'");
     } else if (arg.size() > 1 && arg[0] == '-') {
       return usageError("unknown option '" + std::string(arg) + "'");
     } else {
-      files.emplace_back(arg);
+      options.files.emplace_back(arg);
     }
   }
-  if (files.empty()) return usageError("no scenario file");
+  const bool interactive = options.files.empty() && ::isatty(STDIN_FILENO);
+  if (options.files.empty() && !interactive) {
+    return usageError("no scenario file (name one, - for standard input, or type commands at a terminal)");
+  }
 
-  std::vector<hubstore::sim::Command> commands;
+  // The library read VEX_TRACE when it started; --trace= overrides it.
+  if (auto problem = traceEnvironmentProblem(std::getenv("VEX_TRACE"), Controller::ferrolink.facility())) {
+    std::fprintf(stderr, "hubstore-sim: %s\n", problem->c_str());
+  }
+
+  std::vector<Command> commands;
   std::vector<std::string> errors;
-  for (const std::string& file : files) {
-    const auto text = readScenario(file);
-    if (!text) return usageError("cannot read '" + file + "'");
-    hubstore::sim::ParseResult parsed = hubstore::sim::parseScenario(file == "-" ? "<stdin>" : file, *text);
+  for (const std::string& file : options.files) {
+    const ScenarioText scenario = readScenario(file);
+    if (scenario.error) {
+      std::fprintf(stderr, "hubstore-sim: cannot read '%s': %s\n", file.c_str(), scenario.error->c_str());
+      return 2;
+    }
+    ParseResult parsed = parseScenario(file == "-" ? "<stdin>" : file, scenario.text);
     errors.insert(errors.end(), parsed.errors.begin(), parsed.errors.end());
     commands.insert(commands.end(), std::make_move_iterator(parsed.commands.begin()),
                     std::make_move_iterator(parsed.commands.end()));
@@ -109,9 +176,14 @@ int main(int argc, char** argv) {
     return 2;
   }
 
-  hubstore::sim::Output out(stdout);
-  out.quietIs(quiet);
-  hubstore::sim::Simulator simulator(out);
-  simulator.traceLevelsIs(traceLevels);
-  return simulator.run(commands, stderr);
+  Output out(stdout);
+  out.quietIs(options.quiet);
+  out.formatIs(options.json ? OutputFormat::Json : OutputFormat::Transcript);
+  Simulator simulator(out);
+  if (options.traceLevels) simulator.traceLevelsIs(*options.traceLevels);
+  if (!interactive) return simulator.run(commands, stderr);
+  std::fprintf(stderr, "hubstore-sim %s: type a command, 'help' for the list, 'quit' or Ctrl-D to end\n",
+               HUBSTORE_VERSION_STRING);
+  runInteractiveSession(simulator, std::cin, stderr);
+  return 0;
 }

@@ -12,28 +12,38 @@ const Vex::TypeDescriptor& RecordingMounter::staticType() {
 }
 
 void RecordingMounter::doMountsComplete(Vex::String groupName, const Vex::Ptr<Mirra::EntityManager>&) {
-  hookCalled(MounterHook::MountsComplete, groupName, "hook " + name_ + " doMountsComplete " + groupName.stdString());
+  groupHookCalled(MounterHook::MountsComplete, groupName);
 }
 
 void RecordingMounter::doHandleControllerMountState(const Controller::SystemId& systemId, Vex::String groupName,
                                                     Controller::MountState mountState,
                                                     const Vex::Ptr<Mirra::EntityManager>&) {
-  hookCalled(MounterHook::HandleControllerMountState, groupName,
-             "hook " + name_ + " doHandleControllerMountState " + systemId.stringValue().stdString() + " " +
-                 groupName.stdString() + " " + Controller::mountStateName(mountState));
+  const std::string system = systemId.stringValue().stdString();
+  const std::string group = groupName.stdString();
+  const std::string state = Controller::mountStateName(mountState);
+  const std::string_view hook = mounterHookName(MounterHook::HandleControllerMountState);
+  out_.line(LineKind::Hook, "hook " + name_ + " " + std::string(hook) + " " + system + " " + group + " " + state,
+            {{"mounter", name_}, {"hook", std::string(hook)}, {"group", group}, {"system", system}, {"state", state}});
+  act(MounterHook::HandleControllerMountState, groupName);
 }
 
 void RecordingMounter::doInitialSwitchMountsComplete(Vex::String groupName, const Vex::Ptr<Mirra::EntityManager>&) {
-  hookCalled(MounterHook::InitialSwitchMountsComplete, groupName,
-             "hook " + name_ + " doInitialSwitchMountsComplete " + groupName.stdString());
+  groupHookCalled(MounterHook::InitialSwitchMountsComplete, groupName);
 }
 
 void RecordingMounter::actionIs(MounterHook hook, std::string group, std::shared_ptr<const Command> command) {
   actions_.push_back({hook, std::move(group), std::move(command)});
 }
 
-void RecordingMounter::hookCalled(MounterHook hook, const Vex::String& groupName, const std::string& line) {
-  out_.line(line);
+void RecordingMounter::groupHookCalled(MounterHook hook, const Vex::String& groupName) {
+  const std::string group = groupName.stdString();
+  const std::string name(mounterHookName(hook));
+  out_.line(LineKind::Hook, "hook " + name_ + " " + name + " " + group,
+            {{"mounter", name_}, {"hook", name}, {"group", group}});
+  act(hook, groupName);
+}
+
+void RecordingMounter::act(MounterHook hook, const Vex::String& groupName) {
   // A command may change the actions (whenDel): run those there were.
   const std::vector<Action> actions = actions_;
   for (const Action& action : actions) {

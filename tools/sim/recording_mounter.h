@@ -63,9 +63,11 @@ class RecordingMounter : public Controller::HubstoreServiceMounter {
     std::shared_ptr<const Command> command;
   };
 
-  // Prints `line`, runs the actions of `hook` for `groupName`, and throws
-  // when `hook` is the throwing one.
-  void hookCalled(MounterHook hook, const Vex::String& groupName, const std::string& line);
+  // Prints the line of a hook that names a group and nothing else, then acts.
+  void groupHookCalled(MounterHook hook, const Vex::String& groupName);
+  // Runs the actions of `hook` for `groupName`, then throws when `hook` is
+  // the throwing one.
+  void act(MounterHook hook, const Vex::String& groupName);
 
   std::string name_;
   Output& out_;

@@ -180,6 +180,7 @@ enum class Arg {
   Default,
   LeaderGenId,
   GroupState,
+  CommandName,
 };
 
 struct Param {
@@ -193,12 +194,13 @@ using WordsParser = std::optional<std::string> (*)(std::span<const Word>,
                                                    Command&);
 
 // params[required..] are optional; when variadic the last one repeats. A verb
-// with its own words parser has no params.
+// with its own words parser has no params but a synopsis.
 struct VerbShape {
   std::vector<Param> params;
   std::size_t required = 0;
   bool variadic = false;
   WordsParser parser = nullptr;
+  std::string_view synopsis = {};
   // An agent or mount machinery command: one that a hook may run (`when`).
   bool hookAction = false;
 };
@@ -212,7 +214,7 @@ VerbShape lastOptional(std::initializer_list<Param> params) {
 VerbShape lastRepeated(std::initializer_list<Param> params) {
   return {params, params.size() - 1, true};
 }
-VerbShape parsedBy(WordsParser parser) { return {{}, 0, false, parser}; }
+VerbShape parsedBy(WordsParser parser, std::string_view synopsis) { return {{}, 0, false, parser, synopsis}; }
 
 std::optional<std::string> parseMounter(std::span<const Word> words,
                                         Command& cmd);
@@ -243,14 +245,16 @@ const VerbTable& verbTable() {
         {"recordDel", fixed({{"PATH"}})},
         {"leaderGenId", fixed({{"ID"}})},
         {"restart", fixed({})},
-        {"set", parsedBy(parseSetOrUnset)},
-        {"unset", parsedBy(parseSetOrUnset)},
+        {"set", parsedBy(parseSetOrUnset, "set LHS = VALUE")},
+        {"unset", parsedBy(parseSetOrUnset, "unset LHS")},
         // Tool
         {"trace", fixed({{"LEVELS|off", Arg::Levels}})},
         {"dump", fixed({})},
         {"echo", lastRepeated({{"TEXT"}})},
+        {"help", lastOptional({{"COMMAND", Arg::CommandName}})},
+        {"quit", fixed({})},
         // A hook runs no `when` of its own.
-        {"when", parsedBy(parseWhen)},
+        {"when", parsedBy(parseWhen, "when M HOOK G|* COMMAND ...")},
     });
     section(true, {
         // Status records. SYS here is the record's name, not checked: a badly
@@ -270,7 +274,7 @@ const VerbTable& verbTable() {
         {"publishStatus", fixed({G, H})},
         {"publishStatusDel", fixed({G, H})},
         // The agent
-        {"mounter", parsedBy(parseMounter)},
+        {"mounter", parsedBy(parseMounter, "mounter M [default | throwing HOOK]")},
         {"service", fixed({{"NAME"}})},
         {"serviceDel", fixed({})},
         {"closed", fixed({BOOL})},
@@ -309,6 +313,7 @@ const VerbTable& verbTable() {
 }
 
 std::string usage(std::string_view verb, const VerbShape& shape) {
+  if (shape.parser) return std::string(shape.synopsis);
   std::string out(verb);
   for (std::size_t i = 0; i < shape.params.size(); ++i) {
     const bool optional = i >= shape.required;
@@ -392,6 +397,9 @@ std::optional<std::string> checkArg(const Param& param, const Word& word,
         return std::nullopt;
       }
       return "G=STATE after SYS, STATE one of " + std::string(kStates);
+    case Arg::CommandName:
+      if (verbTable().count(word.text)) return std::nullopt;
+      return "the name of a command";
   }
   return std::nullopt;
 }
@@ -716,8 +724,7 @@ std::optional<std::string> checkHook(std::string_view verb, const Word& word,
 std::optional<std::string> parseMounter(std::span<const Word> words,
                                         Command& cmd) {
   if (words.empty() || words.size() > 3) {
-    return "'mounter' takes 1 to 3 words (mounter M [default | throwing "
-           "HOOK]), got " +
+    return "'mounter' takes 1 to 3 words (" + usage("mounter", verbTable().at("mounter")) + "), got " +
            std::to_string(words.size());
   }
   for (const Word& word : words) cmd.args.push_back(word.text);
@@ -736,7 +743,7 @@ std::optional<std::string> parseMounter(std::span<const Word> words,
 std::optional<std::string> parseWhen(std::span<const Word> words,
                                      Command& cmd) {
   if (words.size() < 4) {
-    return "'when' takes at least 4 words (when M HOOK G|* COMMAND ...), got " +
+    return "'when' takes at least 4 words (" + usage("when", verbTable().at("when")) + "), got " +
            std::to_string(words.size());
   }
   if (auto error = checkHook("when", words[1], cmd)) return error;
@@ -751,6 +758,7 @@ std::optional<std::string> parseWhen(std::span<const Word> words,
   auto action = std::make_shared<Command>();
   action->file = cmd.file;
   action->line = cmd.line;
+  action->source = joinRaw(command);
   if (auto error = parseCommand(command, *action)) {
     return "in the command of 'when': " + *error;
   }
@@ -760,9 +768,9 @@ std::optional<std::string> parseWhen(std::span<const Word> words,
 
 }  // namespace
 
-ParseResult parseScenario(std::string_view fileName, std::string_view text) {
+ParseResult parseScenario(std::string_view fileName, std::string_view text, int firstLine) {
   ParseResult result;
-  int lineNo = 0;
+  int lineNo = firstLine - 1;
   while (!text.empty()) {
     const std::size_t end = text.find('\n');
     const std::string_view line = text.substr(0, end);
@@ -776,7 +784,10 @@ ParseResult parseScenario(std::string_view fileName, std::string_view text) {
     cmd.line = lineNo;
     auto error = lexLine(line, words);
     if (!error && words.empty()) continue;
-    if (!error) error = parseCommand(words, cmd);
+    if (!error) {
+      cmd.source = joinRaw(words);
+      error = parseCommand(words, cmd);
+    }
     if (error) {
       result.errors.push_back(std::string(fileName) + ":" +
                               std::to_string(lineNo) + ": error: " + *error);
@@ -785,6 +796,19 @@ ParseResult parseScenario(std::string_view fileName, std::string_view text) {
     }
   }
   return result;
+}
+
+std::vector<std::string> commandNames() {
+  std::vector<std::string> names;
+  for (const auto& [verb, shape] : verbTable()) names.push_back(verb);
+  return names;
+}
+
+std::optional<std::string> commandSynopsis(std::string_view verb) {
+  const auto& table = verbTable();
+  const auto shape = table.find(verb);
+  if (shape == table.end()) return std::nullopt;
+  return usage(verb, shape->second);
 }
 
 std::optional<unsigned> parseTraceLevels(std::string_view text) {

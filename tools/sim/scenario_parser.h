@@ -5,8 +5,9 @@
 // at once; the executor then walks ParseResult::commands in order. Everything
 // whose form is fixed is checked here: the verb, the word count, BOOL, STATE,
 // N, LEVELS, the record TYPE, the Ethernet address of an allow-list entry, the
-// LHS / VALUE of set and unset, and the HOOK and inner command of `when`. What
-// is left to the executor is whether the named objects exist.
+// LHS / VALUE of set and unset, the HOOK and inner command of `when`, and the
+// COMMAND of `help`. What is left to the executor is whether the named objects
+// exist.
 //
 //   ParseResult r = parseScenario("basic.scn", text);
 //   for (const std::string& e : r.errors) std::cerr << e << '\n';
@@ -56,6 +57,9 @@ struct Command {
   std::string file;
   int line = 0;  // 1-based
   std::string verb;  // e.g. "controllerMount"
+  // The words as written, one blank between them, without the comment: what
+  // the command is called in messages.
+  std::string source;
 
   // The words after the verb, quotes removed; empty for set and unset.
   std::vector<std::string> args;
@@ -95,9 +99,17 @@ struct ParseResult {
   std::vector<std::string> errors;  // "FILE:LINE: error: MESSAGE", by line
 };
 
-// Parses a whole scenario. A line with an error yields no command; parsing
-// goes on with the next line.
-ParseResult parseScenario(std::string_view fileName, std::string_view text);
+// Parses a whole scenario, whose first line is numbered firstLine (a session
+// that reads one line at a time counts on). A line with an error yields no
+// command; parsing goes on with the next line.
+ParseResult parseScenario(std::string_view fileName, std::string_view text, int firstLine = 1);
+
+// The commands of the language, in name order.
+std::vector<std::string> commandNames();
+
+// A command's words as its errors name them, e.g. "mountState SYS G STATE",
+// "records [leaderGenId=ID]"; nullopt for a name that is no command.
+std::optional<std::string> commandSynopsis(std::string_view verb);
 
 // The LEVELS of `trace` and --trace=: a comma list of levels 0-9 and ranges
 // ("5", "5,7", "0-8"), or "off". Returns the mask with bit L set for each

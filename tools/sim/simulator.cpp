@@ -5,6 +5,7 @@
 
 #include <hubstore/allowlist/switch_white_list.h>
 #include <hubstore/allowlist/version_white_list.h>
+#include <hubstore/foundations/framework/assert.h>
 #include <hubstore/foundations/framework/exception.h>
 #include <hubstore/foundations/framework/ferrolink.h>
 #include <hubstore/foundations/records/hubstore_status.h>
@@ -15,6 +16,7 @@
 #include <hubstore/foundations/records/service_publish_status.h>
 #include <hubstore/foundations/records/system_id.h>
 #include <hubstore/mountgroup/hubstore_service_mount_group.h>
+#include "tools/sim/command_reference.h"
 #include "tools/sim/config_dump.h"
 #include "tools/sim/recording_mounter.h"
 #include "tools/sim/scenario_error.h"
@@ -69,10 +71,24 @@ Vex::Ptr<Record> recordAt(const Mirra::EntityManager& em, const std::string& pat
 
 }  // namespace
 
+// Holds a command in the list of those running for as long as it runs, so that
+// a failed assertion can name them.
+class Simulator::Running {
+ public:
+  Running(Simulator& simulator, const Command& command) : running_(simulator.running_) {
+    running_.push_back(&command);
+  }
+  ~Running() { running_.pop_back(); }
+  Running(const Running&) = delete;
+  Running& operator=(const Running&) = delete;
+
+ private:
+  std::vector<const Command*>& running_;
+};
+
 Simulator::Simulator(Output& out) : out_(out), em_(Mirra::EntityManager::EntityManagerIs()) {
   Vex::traceSinkIs(&out_);
-  // Tracing starts off, whatever the environment enables.
-  Controller::ferrolink.levelsIs(0);
+  Vex::assertionContextIs(&Simulator::writeAssertionContext, this);
 }
 
 Simulator::~Simulator() {
@@ -84,6 +100,15 @@ Simulator::~Simulator() {
   agent_ = nullptr;
   em_ = nullptr;
   Vex::traceSinkIs(nullptr);
+  Vex::assertionContextIs(nullptr, nullptr);
+}
+
+void Simulator::writeAssertionContext(void* simulator) {
+  const std::vector<const Command*>& running = static_cast<Simulator*>(simulator)->running_;
+  for (std::size_t i = 0; i < running.size(); ++i) {
+    std::fprintf(stderr, "%s:%d: %swhile running: %s\n", running[i]->file.c_str(), running[i]->line,
+                 i == 0 ? "" : "in a hook, ", running[i]->source.c_str());
+  }
 }
 
 void Simulator::traceLevelsIs(std::uint32_t mask) { Controller::ferrolink.levelsIs(mask); }
@@ -92,6 +117,7 @@ int Simulator::run(const std::vector<Command>& commands, std::FILE* errors) {
   errors_ = errors;
   hookActionFailed_ = false;
   for (const Command& command : commands) {
+    if (ended_) break;
     try {
       execute(command);
     } catch (const ScenarioError& error) {
@@ -109,6 +135,7 @@ void Simulator::reportError(const Command& command, const char* message) {
 }
 
 void Simulator::execute(const Command& command) {
+  const Running running(*this, command);
   try {
     dispatch(command);
   } catch (const ScenarioError&) {
@@ -129,17 +156,14 @@ void Simulator::dispatch(const Command& command) {
 
 void Simulator::runHookAction(const Command& command) {
   // Hooks whose commands call them again without end would exhaust the stack.
-  constexpr int kMaxDepth = 100;
-  if (hookActionDepth_ == kMaxDepth) {
+  // The scenario's own line runs below them.
+  constexpr std::size_t kMaxDepth = 100;
+  if (running_.size() > kMaxDepth) {
     reportError(command, ("not run: commands run by hooks nest " + std::to_string(kMaxDepth) + " deep").c_str());
     hookActionFailed_ = true;
     return;
   }
-  struct Nested {
-    int& depth;
-    explicit Nested(int& d) : depth(++d) {}
-    ~Nested() { --depth; }
-  } nested(hookActionDepth_);
+  const Running running(*this, command);
   try {
     dispatch(command);
   } catch (const ScenarioError& error) {
@@ -207,6 +231,8 @@ const std::map<std::string, Simulator::Handler, std::less<>>& Simulator::handler
       {"trace", &Simulator::traceCommand},
       {"dump", &Simulator::dumpCommand},
       {"echo", &Simulator::echoCommand},
+      {"help", &Simulator::helpCommand},
+      {"quit", &Simulator::quitCommand},
   };
   return table;
 }
@@ -540,15 +566,32 @@ void Simulator::traceCommand(const Command& c) { traceLevelsIs(*parseTraceLevels
 void Simulator::dumpCommand(const Command&) {
   ConfigDump config(*em_, agentName());
   const std::vector<std::string> lines = config.lines();
-  out_.line("dump begin");
-  for (const std::string& line : lines) out_.line(line);
-  out_.line("dump end");
+  auto dumpLine = [this](const std::string& line) { out_.line(LineKind::Dump, line, {{"line", line}}); };
+  dumpLine("dump begin");
+  for (const std::string& line : lines) dumpLine(line);
+  dumpLine("dump end");
 }
 
 void Simulator::echoCommand(const Command& c) {
-  std::string text = "#";
-  for (const std::string& word : c.args) text += " " + word;
-  out_.line(text);
+  std::string text;
+  for (const std::string& word : c.args) text += (&word == &c.args.front() ? "" : " ") + word;
+  out_.line(LineKind::Echo, c.args.empty() ? "#" : "# " + text, {{"text", text}});
 }
+
+void Simulator::helpCommand(const Command& c) {
+  const CommandEntry* entry = c.args.empty() ? nullptr : findCommand(c.args[0]);
+  if (!c.args.empty() && !entry) throw ScenarioError("no help for " + c.args[0]);
+  const std::string text = entry ? commandHelp(*entry) : commandList();
+  for (std::size_t start = 0; start < text.size();) {
+    const std::size_t end = text.find('\n', start);
+    const std::string line = text.substr(start, end - start);
+    out_.line(LineKind::Help, line, {{"line", line}});
+    start = end + 1;
+  }
+}
+
+void Simulator::quitCommand(const Command&) { ended_ = true; }
+
+bool Simulator::knows(std::string_view verb) { return handlers().count(verb) > 0; }
 
 }  // namespace hubstore::sim

@@ -27,12 +27,14 @@
 // returns.
 //
 // The world lives as long as the Simulator; several runs share it. When it is
-// destroyed the simulated process ends: its teardown prints nothing.
+// destroyed the simulated process ends: its teardown prints nothing. Its trace
+// sink and assertion context are the process's: one Simulator at a time.
 
 #include <cstdint>
 #include <cstdio>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <hubstore/foundations/platform/agent.h>
@@ -58,7 +60,11 @@ class RecordingMounter;
 
 class Simulator {
  public:
-  // Installs itself as the library's trace sink, with every level off.
+  // Installs itself as the library's trace sink, leaving the levels as the
+  // environment set them (VEX_TRACE), and as the writer of the context of a
+  // failed assertion: "FILE:LINE: while running: COMMAND" for the scenario's
+  // line, then "FILE:LINE: in a hook, while running: COMMAND" for each
+  // command a hook runs inside it, with the line of its `when`.
   explicit Simulator(Output& out);
   ~Simulator();
   Simulator(const Simulator&) = delete;
@@ -70,11 +76,26 @@ class Simulator {
   // Runs `commands` in order. Returns 0 when every command ran; at the first
   // that could not, writes "FILE:LINE: error: MESSAGE" to `errors` and
   // returns 1 without running the rest. A command run by a hook that could
-  // not run is written there too, and the run goes on to return 1.
+  // not run is written there too, and the run goes on to return 1. After
+  // `quit` nothing runs, in this run or any later one.
   int run(const std::vector<Command>& commands, std::FILE* errors);
 
+  // `quit` has run.
+  bool ended() const { return ended_; }
+
+  // Whether `verb` is a command it runs.
+  static bool knows(std::string_view verb);
+
+  // The world as the library sees it, for tools that check it from outside
+  // between commands (the fuzzer's invariants). The service is null when
+  // there is none.
+  const Vex::Ptr<Controller::HubstoreService>& currentService() const { return service_; }
+  Mirra::EntityManager& entityManager() const { return *em_; }
+
  private:
+  class Running;
   using Handler = void (Simulator::*)(const Command&);
+  static void writeAssertionContext(void* simulator);
   static const std::map<std::string, Handler, std::less<>>& handlers();
   // Runs a line: what leaves its library call is printed.
   void execute(const Command& command);
@@ -157,6 +178,8 @@ class Simulator {
   void traceCommand(const Command& c);
   void dumpCommand(const Command& c);
   void echoCommand(const Command& c);
+  void helpCommand(const Command& c);
+  void quitCommand(const Command& c);
 
   Output& out_;
   Vex::Ptr<Mirra::EntityManager> em_;
@@ -167,8 +190,10 @@ class Simulator {
   std::FILE* errors_ = stderr;
   // A command run by a hook could not run.
   bool hookActionFailed_ = false;
-  // Commands run by hooks that are running now, one inside the other.
-  int hookActionDepth_ = 0;
+  // The scenario's line that is running now, then the commands run by hooks
+  // inside it, one inside the other.
+  std::vector<const Command*> running_;
+  bool ended_ = false;
 };
 
 }  // namespace hubstore::sim
