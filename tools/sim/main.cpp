@@ -3,7 +3,8 @@
 // with no file named, runs commands as they are typed. docs/scenarios.md is
 // its manual.
 //
-//   hubstore-sim [--trace=LEVELS] [--quiet] [--json] [FILE...]   (FILE may be - for standard input)
+//   hubstore-sim [--trace=LEVELS] [--quiet] [--json] [--store URL [--follow]] [FILE...]
+//                (FILE may be - for standard input)
 //   hubstore-sim help [COMMAND]
 //   hubstore-sim --help | -h | --version | --reference
 //
@@ -11,6 +12,8 @@
 // 2 for a usage or syntax error or a file that cannot be read (every file is
 // read and parsed before anything runs).
 
+#include <signal.h>
+#include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -20,6 +23,7 @@
 #include <cstring>
 #include <iostream>
 #include <iterator>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -33,13 +37,16 @@
 #include "tools/sim/scenario_parser.h"
 #include "tools/sim/simulator.h"
 #include "tools/sim/trace_environment.h"
+#ifdef HUBSTORE_SIM_REDIS
+#include "tools/sim/redis_record_store.h"
+#endif
 
 namespace {
 
 using namespace hubstore::sim;
 
 constexpr std::string_view kUsage =
-    "usage: hubstore-sim [--trace=LEVELS] [--quiet] [--json] [FILE...]\n"
+    "usage: hubstore-sim [--trace=LEVELS] [--quiet] [--json] [--store URL [--follow]] [FILE...]\n"
     "       hubstore-sim help [COMMAND]\n"
     "       hubstore-sim --help | -h | --version | --reference\n";
 
@@ -55,6 +62,13 @@ constexpr std::string_view kHelp =
     "  --quiet         print no transcript lines but the error lines; messages\n"
     "                  and the exit status stay\n"
     "  --json          print each transcript line as one JSON object\n"
+    "  --store URL     keep the records in a Redis database shared with other\n"
+    "                  processes: redis://[user:password@]host:port[/db] or\n"
+    "                  unix:///path. A process keeps the configuration once it\n"
+    "                  creates a service (or sets, unsets, restarts), and the\n"
+    "                  status once it writes one; it follows the other side\n"
+    "  --follow        with --store: after the last command, go on reacting to\n"
+    "                  what other processes write, until SIGINT or SIGTERM\n"
     "  --reference     print the command reference in Markdown (docs/scenarios.md)\n"
     "  --version       print the version\n"
     "  -h, --help      print this text\n"
@@ -112,7 +126,20 @@ struct Options {
   bool quiet = false;
   bool json = false;
   std::optional<std::uint32_t> traceLevels;
+  std::optional<std::string> store;
+  bool follow = false;
 };
+
+// SIGINT and SIGTERM, held back from the start so that a process under
+// --follow ends through its teardown; readable once one has come.
+int stopSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGINT);
+  sigaddset(&signals, SIGTERM);
+  sigprocmask(SIG_BLOCK, &signals, nullptr);
+  return signalfd(-1, &signals, SFD_CLOEXEC);
+}
 
 }  // namespace
 
@@ -139,6 +166,11 @@ int main(int argc, char** argv) {
       options.quiet = true;
     } else if (arg == "--json") {
       options.json = true;
+    } else if (arg == "--store" || arg.substr(0, 8) == "--store=") {
+      if (arg == "--store" && i + 1 == argc) return usageError("--store needs a URL");
+      options.store = arg == "--store" ? std::string(argv[++i]) : std::string(arg.substr(8));
+    } else if (arg == "--follow") {
+      options.follow = true;
     } else if (arg.substr(0, 8) == "--trace=") {
       options.traceLevels = parseTraceLevels(arg.substr(8));
       if (!options.traceLevels) return usageError("bad trace levels '" + std::string(arg.substr(8)) + "'");
@@ -148,6 +180,7 @@ int main(int argc, char** argv) {
       options.files.emplace_back(arg);
     }
   }
+  if (options.follow && !options.store) return usageError("--follow needs --store");
   const bool interactive = options.files.empty() && ::isatty(STDIN_FILENO);
   if (options.files.empty() && !interactive) {
     return usageError("no scenario file (name one, - for standard input, or type commands at a terminal)");
@@ -176,11 +209,38 @@ int main(int argc, char** argv) {
     return 2;
   }
 
+  [[maybe_unused]] const int stopFd = options.follow ? stopSignals() : -1;
+#ifdef HUBSTORE_SIM_REDIS
+  // Declared before the simulator: the teardown's writes reach it.
+  std::unique_ptr<RedisRecordStore> store;
+  if (options.store) {
+    try {
+      store = std::make_unique<RedisRecordStore>(*options.store);
+    } catch (const std::invalid_argument& error) {
+      return usageError(error.what());
+    } catch (const std::exception& error) {
+      std::fprintf(stderr, "hubstore-sim: --store %s: %s\n", options.store->c_str(), error.what());
+      return 2;
+    }
+  }
+#else
+  if (options.store) return usageError("--store: this hubstore-sim is built without hubstore::redis");
+#endif
+
   Output out(stdout);
   out.quietIs(options.quiet);
   out.formatIs(options.json ? OutputFormat::Json : OutputFormat::Transcript);
   Simulator simulator(out);
   if (options.traceLevels) simulator.traceLevelsIs(*options.traceLevels);
+#ifdef HUBSTORE_SIM_REDIS
+  simulator.storeIs(store.get());
+  if (!interactive && store) {
+    const int status = simulator.run(commands, stderr);
+    if (!store->flush()) std::fprintf(stderr, "hubstore-sim: --store: writes not answered by the server\n");
+    if (status == 0 && options.follow) store->follow(simulator, stopFd);
+    return status;
+  }
+#endif
   if (!interactive) return simulator.run(commands, stderr);
   std::fprintf(stderr, "hubstore-sim %s: type a command, 'help' for the list, 'quit' or Ctrl-D to end\n",
                HUBSTORE_VERSION_STRING);
