@@ -210,10 +210,12 @@ def test_follow(ctx):
         agent = Sim(ctx.sim, server.url(), "agent A\nrecords\n" + DECLARE_G1 + "closed true\necho ready\n",
                     follow=True)
         agent.wait_for(["# ready"], "agent")
-        machinery = Sim(ctx.sim, server.url(),
-                        f"agent A\nsystemStatus {SWITCH} g1=mounting\nmountState {SWITCH} g1 mounted\n"
-                        "initialMountsComplete g1 true\n")
-        machinery.finish("machinery")
+        # Each state is read when it is there: the agent reads levels, and a
+        # state overwritten before it was read is not reported.
+        Sim(ctx.sim, server.url(), f"agent A\nsystemStatus {SWITCH} g1=mounting\n").finish("machinery")
+        agent.wait_for([f"hook m1 doHandleControllerMountState {SWITCH} g1 mounting"], "agent")
+        Sim(ctx.sim, server.url(), f"agent A\nmountState {SWITCH} g1 mounted\ninitialMountsComplete g1 true\n"
+            ).finish("machinery")
         agent.wait_for([f"hook m1 doHandleControllerMountState {SWITCH} g1 mounting",
                         f"hook m1 doHandleControllerMountState {SWITCH} g1 mounted",
                         "hook m1 doInitialSwitchMountsComplete g1"], "agent")
