@@ -644,7 +644,8 @@ void RedisStore::rewriteFilterUsers(const std::string& filterName) {
 }
 
 void RedisStore::write(const std::string& key, const Fields& fields) {
-  if (!data_.isOpen()) return;  // the resynchronisation after the reconnect writes it
+  // Before the login nothing is sent; the resynchronisation writes it.
+  if (!data_.isOpen() || state_ == State::connecting) return;
   std::vector<std::string_view> args{"HSET", key};
   for (const auto& [name, value] : fields) {
     args.push_back(name);
@@ -660,7 +661,7 @@ void RedisStore::write(const std::string& key, const Fields& fields) {
 }
 
 void RedisStore::erase(const std::vector<std::string>& keys) {
-  if (!data_.isOpen() || keys.empty()) return;
+  if (!data_.isOpen() || state_ == State::connecting || keys.empty()) return;
   const bool idle = !data_.wantsWrite();
   for (std::size_t from = 0; from < keys.size(); from += kDeleteBatch) {
     std::vector<std::string_view> args{"DEL"};
