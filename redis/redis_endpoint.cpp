@@ -8,14 +8,18 @@ namespace hubstore::redis {
 namespace {
 
 [[noreturn]] void invalid(std::string_view url, const std::string& why) {
-  throw std::invalid_argument("bad store URL '" + std::string(url) + "': " + why);
+  std::string message = "bad store URL '";
+  message.append(url).append("': ").append(why);
+  throw std::invalid_argument(message);
 }
 
 int number(std::string_view url, std::string_view text, const char* what, int max) {
   int value = -1;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
   if (text.empty() || error != std::errc() || end != text.data() + text.size() || value < 0 || value > max) {
-    invalid(url, std::string(what) + " '" + std::string(text) + "' is not a number from 0 to " + std::to_string(max));
+    std::string why(what);
+    why.append(" '").append(text).append("' is not a number from 0 to ").append(std::to_string(max));
+    invalid(url, why);
   }
   return value;
 }
@@ -86,8 +90,13 @@ RedisEndpoint RedisEndpoint::parse(std::string_view url) {
 }
 
 std::string RedisEndpoint::describe() const {
-  std::string text = socketPath.empty() ? host + ":" + std::to_string(port) : "unix:" + socketPath;
-  if (database != 0) text += "/" + std::to_string(database);
+  std::string text;
+  if (socketPath.empty()) {
+    text.append(host).append(":").append(std::to_string(port));
+  } else {
+    text.append("unix:").append(socketPath);
+  }
+  if (database != 0) text.append("/").append(std::to_string(database));
   return text;
 }
 

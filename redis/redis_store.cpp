@@ -335,11 +335,14 @@ void RedisStore::process() {
       sendHandshake();
     }
   }
+  const std::size_t awaited = data_.pending();
   for (RedisConnection* connection : {&notifications_, &data_}) {
     if (connection->isOpen() && !connection->connecting() && !connection->read() && !connection->isOpen()) {
       if (fatalError_.empty() && state_ != State::disconnected) lose(connection->error());
     }
   }
+  // A long resynchronisation is no lost connection while replies keep coming.
+  if (state_ == State::syncing && data_.pending() != awaited) timerIs(options_.attemptTimeout);
   if (state_ == State::live) requestArrived();
   applyQueued();
   for (RedisConnection* connection : {&data_, &notifications_}) {

@@ -75,7 +75,8 @@ class RedisStore : private RecordWatcher::Owner {
     std::string agentName;
     // open() gives up after this long (a server that is not there).
     std::chrono::milliseconds openTimeout{5000};
-    // One connection attempt, up to the end of its first resynchronisation.
+    // A connection attempt, or a resynchronisation, that gets no answer for
+    // this long counts as lost.
     std::chrono::milliseconds attemptTimeout{3000};
     std::chrono::milliseconds backoffMin{50};
     std::chrono::milliseconds backoffMax{2000};

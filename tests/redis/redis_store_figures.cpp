@@ -71,7 +71,8 @@ void populate(const testing::TestRedisServer& server, int switches, int groups) 
     const std::string system = RedisKeySchema::memberKey(status, "systemStatus", switchName(s));
     hset(system, {"name", switchName(s)});
     for (int g = 0; g < groups; ++g) {
-      const std::string group = "g" + std::to_string(g);
+      std::string group = "g";
+      group += std::to_string(g);
       hset(RedisKeySchema::memberKey(system, "serviceMountGroupStatus", group), {"name", group, "mountState", "mounted"});
     }
   }
@@ -128,8 +129,7 @@ void hookLatency(const testing::TestRedisServer& server, int samples) {
   RedisStore store(em, {RedisEndpoint::parse(server.url()), "agentB"});
   store.ownedIs(Side::config, true);
   store.open();
-  for (RecordSlot slot : {RecordSlot::status, RecordSlot::mountConfig, RecordSlot::publishConfig,
-                          RecordSlot::publishStatus}) {
+  for (RecordSlot slot : kRecordSlots) {
     if (!em->getEntity(Vex::String(store.keys().recordPath(slot)))) {
       store.recordIs(Vex::String(store.keys().recordPath(slot)),
                      RecordCodec::newRecord(slot, slot == RecordSlot::status ? "status" : "agentB"));
