@@ -124,10 +124,9 @@ std::string filterPlace(const Filter* filter, const char* attribute) {
 }
 
 template <class Filter, class Config>
-Vex::Ptr<Filter> memberFilter(Config* config, const char* attribute, const Vex::Name& name) {
+Vex::Ptr<Filter> memberFilter(Config* config, const Vex::Name& name) {
   if (!config) return nullptr;
   if constexpr (std::is_same_v<Filter, MountFilterSystem>) {
-    (void)attribute;
     return config->systemFilterIs(name);
   } else {
     return config->versionFilterIs(name);
@@ -152,11 +151,11 @@ Vex::Ptr<Filter> resolveFilter(const std::string& place, const char* attribute, 
   const Vex::Name name(parsed->steps[0].key);
   if (parsed->record == RecordSlot::mountConfig) {
     auto* config = roots ? dynamic_cast<ServiceMountConfig*>(roots(RecordSlot::mountConfig)) : nullptr;
-    return memberFilter<Filter>(config, attribute, name);
+    return memberFilter<Filter>(config, name);
   }
   if (parsed->record == RecordSlot::publishConfig) {
     auto* config = roots ? dynamic_cast<ServicePublishConfig*>(roots(RecordSlot::publishConfig)) : nullptr;
-    return memberFilter<Filter>(config, attribute, name);
+    return memberFilter<Filter>(config, name);
   }
   return current;
 }
@@ -361,13 +360,37 @@ Vex::Entity* RecordCodec::recordMember(const Vex::Entity& entity, const Collecti
   return found;
 }
 
-std::optional<Fields> RecordCodec::valueMember(const Vex::Entity& entity, const Collection& collection,
-                                               const std::string& key) {
-  std::optional<Fields> found;
-  visitMembers(entity, collection, [&](const std::string& memberKey, const Vex::Entity*, const Fields* values) {
-    if (values && memberKey == key) found = *values;
-  });
-  return found;
+std::optional<Fields> RecordCodec::valueMember(const Vex::Entity& e, const Collection& c, const std::string& key) {
+  // One lookup: a filter of thousands of switches changes one member at a time.
+  const Vex::Name name(key);
+  const std::string_view attribute = c.name;
+  if (auto* r = as<ServiceMountGroupConfig>(e)) {
+    if (const MountConfig* m = r->mountConfig(name)) {
+      return Fields{{"vexcType", text(m->vexcType)}, {"vexcFlags", text(m->vexcFlags)},
+                    {"hubstorePath", text(m->hubstorePath)}};
+    }
+  } else if (auto* r = as<ServicePublishGroupConfig>(e)) {
+    if (const PublishConfig* p = attribute == "publishConfig" ? r->publishConfig(name) : nullptr) {
+      return Fields{{"remotePath", text(p->remotePath)}, {"vexcType", text(p->vexcType)}};
+    }
+  } else if (auto* r = as<MountFilterSystem>(e)) {
+    if (const bool* included = r->includedSystemMembers().value(name)) return boolValue(*included);
+  } else if (auto* r = as<MountFilterServiceVersion>(e)) {
+    const auto version = numberKey(key);
+    if (const bool* included = version ? r->includedServiceVersionMembers().value(*version) : nullptr) {
+      return boolValue(*included);
+    }
+  } else if (auto* r = as<ServiceMountStatus>(e)) {
+    if (attribute == "initialMountsComplete") {
+      if (const bool* complete = r->initialMountsCompleteMembers().value(name)) return boolValue(*complete);
+    }
+    if (attribute == "mountedPathPrefix") {
+      if (const Vex::String* prefix = r->mountedPathPrefix(name)) return Fields{{"value", text(*prefix)}};
+    }
+  } else if (auto* r = as<ServicePublishGroupStatus>(e)) {
+    if (const bool* published = r->publishStatusMembers().value(name)) return boolValue(*published);
+  }
+  return std::nullopt;
 }
 
 void RecordCodec::applyFields(Vex::Entity& e, const Fields& fields, const Roots& roots) {

@@ -93,7 +93,6 @@ RedisStore::RedisStore(Vex::Ptr<Mirra::EntityManager> entityManager, Options opt
     event.data.fd = fd;
     epoll_ctl(poll_, EPOLL_CTL_ADD, fd, &event);
   }
-  data_.pushHandlerIs(nullptr);
   notifications_.pushHandlerIs([this](const redisReply& message) {
     // ["pmessage", pattern, "__keyspace@DB__:KEY", event]
     if (message.elements < 4) return;
