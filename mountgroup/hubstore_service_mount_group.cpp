@@ -590,6 +590,8 @@ void Group::handlePublishGroupStatus() {
   for (auto it = status->publishGroupStatusMembers().begin(); it != nullptr; ++it) handlePublishGroupStatus(it.key());
 }
 
+MountGroupReport Group::completionReport(std::size_t listLimit) const { return MountGroupReport::of(*this, listLimit); }
+
 // ---------------------------------------------------------------------------
 // Close, preservation
 

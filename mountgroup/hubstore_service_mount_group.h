@@ -44,6 +44,7 @@
 #include <hubstore/foundations/framework/string.h>
 #include <hubstore/foundations/framework/type_descriptor.h>
 #include <hubstore/mountgroup/controller_mount.h>
+#include <hubstore/mountgroup/mount_group_report.h>
 #include <hubstore/mountgroup/per_switch_publish_mount.h>
 #include <hubstore/mountgroup/per_switch_publish_mount_sm.h>
 #include <hubstore/mountgroup/publish_mount.h>
@@ -216,6 +217,9 @@ class HubstoreServiceMountGroup : public Vex::PtrInterface {
   void doCheckMountAndPublishStatus();
   void handlePublishGroupStatus(const Vex::Name& groupName);
   void handlePublishGroupStatus();
+  // What the completion check would find, and what else the group waits for;
+  // reads only (see MountGroupReport).
+  MountGroupReport completionReport(std::size_t listLimit = MountGroupReport::defaultListLimit) const;
 
   void doCleanup();
   void hasNotificationActiveIs(bool active) override;

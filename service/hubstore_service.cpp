@@ -299,6 +299,10 @@ void HubstoreService::handlePublishMountsSynchronized() {
   servicePublishConfig_->readyIs(true);
 }
 
+ServiceReport HubstoreService::completionReport(std::size_t listLimit) const {
+  return ServiceReport::of(*this, listLimit);
+}
+
 void HubstoreService::doCleanup() { HUBSTORE_TRACE(8) << "HubstoreService::" << "doCleanup"; }
 
 void HubstoreService::cleanupOldMountState() {

@@ -45,6 +45,7 @@
 #include <hubstore/foundations/framework/type_descriptor.h>
 #include <hubstore/mountgroup/hubstore_service_mount_group.h>
 #include <hubstore/service/hubstore_service_mounter.h>
+#include <hubstore/service/service_report.h>
 #include <hubstore/status/service_mount_status_sm.h>
 
 namespace Controller {
@@ -126,6 +127,10 @@ class HubstoreService : public Vex::PtrInterface {
   bool initialized() const { return initialized_; }
   void initializedIs(bool initialized) { initialized_ = initialized; }
   void handleInitialized();
+
+  // Each group's completion, and the fleet's mount states; reads only (see
+  // ServiceReport).
+  ServiceReport completionReport(std::size_t listLimit = MountGroupReport::defaultListLimit) const;
 
   // Passes the flag to the status machine, the groups and the allow-lists.
   void hasNotificationActiveIs(bool active) override;

@@ -240,6 +240,18 @@ constexpr CommandEntry kTool[] = {
      "Prints `dump begin`, one `LHS = VALUE` line per value of the agent's mount and publish configurations, "
      "and `dump end` (see Configuration lines). Equal configurations dump as equal text.",
      "dump"},
+    {"explain", "say what group G, or every group, waits for",
+     "Prints `explain begin G`, what group G waits for, and `explain end`. The first line is `group G: "
+     "complete` or `group G: not complete; waits for ...`, naming each thing still missing: closing, a version "
+     "allow-list, the service mount status, mounted path prefixes, its publish group status, publish "
+     "statuses, initial switch mounts. One line each follows for closed, the version allow-list, the "
+     "controller mounts without a mounted path prefix, the publish mounts without a publish status, the "
+     "publish group status, the mounter, the initial switch mounts, the group's switches by mount state, and "
+     "the switches not mounted (ten listed, then a count). Without G it prints the service: closed, warm and "
+     "ready, each group's first line, and the fleet's switches and group statuses by mount state. It reads "
+     "only: no record changes, nothing is traced, no hook runs. The group's report says complete exactly "
+     "when its completion check would.",
+     "explain g1"},
     {"echo", "print a line of your own",
      "Prints `#` and the words, one blank between them: a heading in the transcript.",
      "echo the group closes"},

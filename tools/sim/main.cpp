@@ -3,8 +3,8 @@
 // with no file named, runs commands as they are typed. docs/scenarios.md is
 // its manual.
 //
-//   hubstore-sim [--trace=LEVELS] [--quiet] [--json] [--store URL [--follow]] [FILE...]
-//                (FILE may be - for standard input)
+//   hubstore-sim [--trace=LEVELS] [--quiet] [--json] [--timeline PAGE.html] [--store URL [--follow]]
+//                [FILE...]   (FILE may be -)
 //   hubstore-sim help [COMMAND]
 //   hubstore-sim --help | -h | --version | --reference
 //
@@ -21,6 +21,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <iostream>
 #include <iterator>
 #include <memory>
@@ -36,6 +37,7 @@
 #include "tools/sim/output.h"
 #include "tools/sim/scenario_parser.h"
 #include "tools/sim/simulator.h"
+#include "tools/sim/timeline.h"
 #include "tools/sim/trace_environment.h"
 #ifdef HUBSTORE_SIM_REDIS
 #include "tools/sim/redis_record_store.h"
@@ -46,7 +48,8 @@ namespace {
 using namespace hubstore::sim;
 
 constexpr std::string_view kUsage =
-    "usage: hubstore-sim [--trace=LEVELS] [--quiet] [--json] [--store URL [--follow]] [FILE...]\n"
+    "usage: hubstore-sim [--trace=LEVELS] [--quiet] [--json] [--timeline PAGE.html]\n"
+    "                    [--store URL [--follow]] [FILE...]\n"
     "       hubstore-sim help [COMMAND]\n"
     "       hubstore-sim --help | -h | --version | --reference\n";
 
@@ -62,6 +65,12 @@ constexpr std::string_view kHelp =
     "  --quiet         print no transcript lines but the error lines; messages\n"
     "                  and the exit status stay\n"
     "  --json          print each transcript line as one JSON object\n"
+    "  --timeline PAGE.html\n"
+    "                  also write the run as one self-contained web page: a lane\n"
+    "                  per group summarising its switches' mount states over the\n"
+    "                  steps (one per command), its hook calls marked; a click\n"
+    "                  opens a lane per switch, hovering shows the step's line.\n"
+    "                  Written when the run ends, not after a failed assertion\n"
     "  --store URL     keep the records in a Redis database shared with other\n"
     "                  processes: redis://[user:password@]host:port[/db] or\n"
     "                  unix:///path. A process keeps the configuration once it\n"
@@ -126,6 +135,7 @@ struct Options {
   bool quiet = false;
   bool json = false;
   std::optional<std::uint32_t> traceLevels;
+  std::optional<std::string> timeline;
   std::optional<std::string> store;
   bool follow = false;
 };
@@ -166,6 +176,10 @@ int main(int argc, char** argv) {
       options.quiet = true;
     } else if (arg == "--json") {
       options.json = true;
+    } else if (arg == "--timeline" || arg.substr(0, 11) == "--timeline=") {
+      if (arg == "--timeline" && i + 1 == argc) return usageError("--timeline needs a file");
+      options.timeline = arg == "--timeline" ? std::string(argv[++i]) : std::string(arg.substr(11));
+      if (options.timeline->empty()) return usageError("--timeline needs a file");
     } else if (arg == "--store" || arg.substr(0, 8) == "--store=") {
       if (arg == "--store" && i + 1 == argc) return usageError("--store needs a URL");
       options.store = arg == "--store" ? std::string(argv[++i]) : std::string(arg.substr(8));
@@ -209,6 +223,12 @@ int main(int argc, char** argv) {
     return 2;
   }
 
+  // Opened before the run, so that a page that cannot be written stops it.
+  std::ofstream page;
+  if (options.timeline) {
+    page.open(*options.timeline, std::ios::binary | std::ios::trunc);
+    if (!page) return usageError("cannot write '" + *options.timeline + "'");
+  }
   [[maybe_unused]] const int stopFd = options.follow ? stopSignals() : -1;
 #ifdef HUBSTORE_SIM_REDIS
   // Declared before the simulator: the teardown's writes reach it.
@@ -230,20 +250,36 @@ int main(int argc, char** argv) {
   Output out(stdout);
   out.quietIs(options.quiet);
   out.formatIs(options.json ? OutputFormat::Json : OutputFormat::Transcript);
+  Timeline timeline;
   Simulator simulator(out);
   if (options.traceLevels) simulator.traceLevelsIs(*options.traceLevels);
+  if (options.timeline) simulator.timelineIs(&timeline);
 #ifdef HUBSTORE_SIM_REDIS
   simulator.storeIs(store.get());
-  if (!interactive && store) {
-    const int status = simulator.run(commands, stderr);
-    if (!store->flush()) std::fprintf(stderr, "hubstore-sim: --store: writes not answered by the server\n");
-    if (status == 0 && options.follow) store->follow(simulator, stopFd);
-    return status;
-  }
 #endif
-  if (!interactive) return simulator.run(commands, stderr);
-  std::fprintf(stderr, "hubstore-sim %s: type a command, 'help' for the list, 'quit' or Ctrl-D to end\n",
-               HUBSTORE_VERSION_STRING);
-  runInteractiveSession(simulator, std::cin, stderr);
-  return 0;
+  int status = 0;
+  if (!interactive) {
+    status = simulator.run(commands, stderr);
+  } else {
+    std::fprintf(stderr, "hubstore-sim %s: type a command, 'help' for the list, 'quit' or Ctrl-D to end\n",
+                 HUBSTORE_VERSION_STRING);
+    runInteractiveSession(simulator, std::cin, stderr);
+  }
+#ifdef HUBSTORE_SIM_REDIS
+  if (store && !store->flush()) std::fprintf(stderr, "hubstore-sim: --store: writes not answered by the server\n");
+#endif
+  if (options.timeline) {
+    std::string title;
+    for (const std::string& file : options.files) title += (title.empty() ? "" : " ") + file;
+    timeline.writeHtml(page, interactive ? "<stdin>" : title);
+    page.close();
+    if (!page) {
+      std::fprintf(stderr, "hubstore-sim: cannot write '%s'\n", options.timeline->c_str());
+      return 2;
+    }
+  }
+#ifdef HUBSTORE_SIM_REDIS
+  if (store && options.follow && !interactive && status == 0) store->follow(simulator, stopFd);
+#endif
+  return status;
 }

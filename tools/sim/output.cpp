@@ -18,6 +18,8 @@ std::string_view lineKindName(LineKind kind) {
       return "echo";
     case LineKind::Help:
       return "help";
+    case LineKind::Explain:
+      return "explain";
   }
   return "?";
 }

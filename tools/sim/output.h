@@ -1,6 +1,6 @@
 #pragma once
 // The simulator's transcript on standard output: hook calls, trace lines,
-// echo, dump and help lines, and the exceptions that left a library call, one
+// echo, dump, help and explain lines, and the exceptions that left a library call, one
 // line per event in the order they happen.
 //
 // Each line has a kind and named fields besides its text. The transcript
@@ -35,7 +35,7 @@
 
 namespace hubstore::sim {
 
-enum class LineKind { Hook, Trace, Error, Dump, Echo, Help };
+enum class LineKind { Hook, Trace, Error, Dump, Echo, Help, Explain };
 
 // The kind's name in a JSON line: "hook", "trace", ...
 std::string_view lineKindName(LineKind kind);

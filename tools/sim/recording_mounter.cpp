@@ -24,6 +24,7 @@ void RecordingMounter::doHandleControllerMountState(const Controller::SystemId& 
   const std::string_view hook = mounterHookName(MounterHook::HandleControllerMountState);
   out_.line(LineKind::Hook, "hook " + name_ + " " + std::string(hook) + " " + system + " " + group + " " + state,
             {{"mounter", name_}, {"hook", std::string(hook)}, {"group", group}, {"system", system}, {"state", state}});
+  if (listener_) listener_({MounterHook::HandleControllerMountState, name_, group, system, mountState});
   act(MounterHook::HandleControllerMountState, groupName);
 }
 
@@ -40,6 +41,7 @@ void RecordingMounter::groupHookCalled(MounterHook hook, const Vex::String& grou
   const std::string name(mounterHookName(hook));
   out_.line(LineKind::Hook, "hook " + name_ + " " + name + " " + group,
             {{"mounter", name_}, {"hook", name}, {"group", group}});
+  if (listener_) listener_({hook, name_, group, "", std::nullopt});
   act(hook, groupName);
 }
 

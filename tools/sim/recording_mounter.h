@@ -29,6 +29,8 @@ class RecordingMounter : public Controller::HubstoreServiceMounter {
  public:
   // Runs one command of the scenario as if it were the next line.
   using CommandRunner = std::function<void(const Command&)>;
+  // Hears of each hook call after its line is printed, before its actions.
+  using HookListener = std::function<void(const HookCall&)>;
 
   static const Vex::TypeDescriptor& staticType();
   const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
@@ -50,8 +52,13 @@ class RecordingMounter : public Controller::HubstoreServiceMounter {
 
  protected:
   // `out` must outlive the mounter; `runner` runs the actions' commands.
-  RecordingMounter(std::string name, Output& out, CommandRunner runner, std::optional<MounterHook> throwingHook)
-      : name_(std::move(name)), out_(out), runner_(std::move(runner)), throwingHook_(throwingHook) {}
+  RecordingMounter(std::string name, Output& out, CommandRunner runner, std::optional<MounterHook> throwingHook,
+                   HookListener listener = nullptr)
+      : name_(std::move(name)),
+        out_(out),
+        runner_(std::move(runner)),
+        throwingHook_(throwingHook),
+        listener_(std::move(listener)) {}
   ~RecordingMounter() override = default;
   template <class T, class... Args>
   friend Vex::Ptr<T> Vex::make(Args&&...);
@@ -73,6 +80,7 @@ class RecordingMounter : public Controller::HubstoreServiceMounter {
   Output& out_;
   CommandRunner runner_;
   std::optional<MounterHook> throwingHook_;
+  HookListener listener_;
   std::vector<Action> actions_;
 };
 

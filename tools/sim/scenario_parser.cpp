@@ -250,6 +250,7 @@ const VerbTable& verbTable() {
         // Tool
         {"trace", fixed({{"LEVELS|off", Arg::Levels}})},
         {"dump", fixed({})},
+        {"explain", lastOptional({G})},
         {"echo", lastRepeated({{"TEXT"}})},
         {"help", lastOptional({{"COMMAND", Arg::CommandName}})},
         {"quit", fixed({})},

@@ -37,6 +37,7 @@ TEST(ScenarioLexing, QuotesEscapesAndComments) {
             (Args{"a#b", "#c", "xy zw", "", "q\"b\\", "a\\nb"}));
   EXPECT_EQ(one("\techo\t tab   \r").args, Args{"tab"});
   EXPECT_EQ(one("echo #").args, Args{});
+  EXPECT_EQ(one("  group\t g  \"m 1\"  # the mounter").source, "group g \"m 1\"");
 }
 
 TEST(ScenarioLexing, EveryBadLineIsReportedWithItsNumber) {
@@ -69,7 +70,7 @@ TEST(ScenarioCommands, OptionalWordsAndNameValueWords) {
         "serviceMountGroupStatus s g failed", "allowedSwitch l 00:1C:73:00:00:0a true",
         "allowedSwitchDel l 001c.7300.00AB", "allowedSwitch l 00-1c-73-00-00-01 false",
         "allowedVersion v 4294967295 true", "trace 0-2,5", "trace off", "echo",
-        R"(controllerMount g /r /h nfs "")", "restart"}) {
+        R"(controllerMount g /r /h nfs "")", "restart", "explain", "explain g"}) {
     one(line);
   }
 }
@@ -94,6 +95,7 @@ TEST(ScenarioCommands, RejectsWrongCountsAndForms) {
       {"record p Controller::Status", "takes TYPE, one of"},
       {"records genId=x", "'records' takes leaderGenId=ID, got 'genId=x'"},
       {"dump now", "'dump' takes no words (dump), got 1"},
+      {"explain g h", "'explain' takes 0 or 1 word (explain [G]), got 2"},
   });
 }
 
@@ -153,7 +155,7 @@ TEST(ScenarioHookCommands, WhenRejectsWhatAHookCannotRun) {
       {when + "whenDel", "'whenDel' takes 1 word"},
   });
   for (const char* verb : {"agent a", "records", "restart", "set mountConfig.warm = true",
-                           "unset mountConfig.warm", "trace 5", "dump", "echo x"}) {
+                           "unset mountConfig.warm", "trace 5", "dump", "explain", "echo x"}) {
     EXPECT_NE(error(when + verb).find("a hook runs an agent or mount machinery command, not '"),
               std::string::npos)
         << verb;

@@ -128,9 +128,21 @@ TEST_F(SimCommandLine, HooksThatSetEachOtherOffWithoutEndAreStopped) {
   EXPECT_EQ(run.out.substr(run.out.size() - 7), "# done\n");
 }
 
+TEST_F(SimCommandLine, TheTimelineIsWrittenWhenTheRunEndsAlsoAfterAnError) {
+  write("a.scn", kWorld + "systemStatus 00:1c:73:00:00:01\ngroupDel nothing\n");
+  const SimRun run = sim("--timeline page.html a.scn");
+  EXPECT_EQ(run.status, 1);
+  const std::string page = slurp(dir_ / "page.html");
+  EXPECT_EQ(page.rfind("<!doctype html>", 0), 0u);
+  EXPECT_NE(page.find("[0,6,\"groupDel nothing\"]"), std::string::npos) << "the last step, file 0 line 6";
+  EXPECT_EQ(sim("--timeline=page2.html a.scn").status, 1);
+  EXPECT_EQ(slurp(dir_ / "page2.html"), page);
+}
+
 TEST_F(SimCommandLine, UsageErrorsEndWithStatusTwo) {
   // No file and standard input not a terminal is a usage error too.
-  for (const char* args : {"", "--trace=5-x a.scn", "--loud a.scn", "help when echo"}) {
+  for (const char* args : {"", "--trace=5-x a.scn", "--loud a.scn", "help when echo", "a.scn --timeline",
+                           "--timeline= a.scn", "--timeline no/such/dir/page.html a.scn"}) {
     write("a.scn", "echo x\n");
     const SimRun run = sim(args);
     EXPECT_EQ(run.status, 2) << args;

@@ -21,6 +21,7 @@
 #include "tools/sim/config_dump.h"
 #include "tools/sim/recording_mounter.h"
 #include "tools/sim/scenario_error.h"
+#include "tools/sim/timeline.h"
 
 namespace hubstore::sim {
 
@@ -119,12 +120,15 @@ int Simulator::run(const std::vector<Command>& commands, std::FILE* errors) {
   hookActionFailed_ = false;
   for (const Command& command : commands) {
     if (ended_) break;
+    if (timeline_) timeline_->stepBegin(command);
     try {
       execute(command);
     } catch (const ScenarioError& error) {
       reportError(command, error.what());
+      stepEnd();
       return 1;
     }
+    stepEnd();
   }
   return hookActionFailed_ ? 1 : 0;
 }
@@ -133,6 +137,22 @@ void Simulator::reportError(const Command& command, const char* message) {
   std::fflush(stdout);
   std::fprintf(errors_, "%s:%d: error: %s\n", command.file.c_str(), command.line, message);
   std::fflush(errors_);
+  if (timeline_) timeline_->errorRaised(command.file + ":" + std::to_string(command.line) + ": error: " + message);
+}
+
+void Simulator::switchTouched(const std::string& system) {
+  if (timeline_) timeline_->switchTouched(system);
+}
+
+void Simulator::everythingTouched() {
+  if (timeline_) timeline_->everythingTouched();
+}
+
+void Simulator::stepEnd() {
+  if (!timeline_) return;
+  Vex::Ptr<ServiceMountStatus> status;
+  if (agent_) status = Vex::ptr_cast<ServiceMountStatus>(em_->getEntity(mountStatusPath(agent_->name())));
+  timeline_->stepEnd(status.get(), service_.get());
 }
 
 template <class Work>
@@ -143,8 +163,10 @@ void Simulator::printingExceptions(Work work) {
     throw;
   } catch (const Vex::Exception& e) {
     out_.exceptionLine(e.typeName(), e.message().view());
+    if (timeline_) timeline_->errorRaised(std::string(e.typeName()) + ": " + e.message().stdString());
   } catch (const std::exception& e) {
     out_.exceptionLine("std::exception", e.what());
+    if (timeline_) timeline_->errorRaised(std::string("std::exception: ") + e.what());
   }
 }
 
@@ -251,6 +273,7 @@ const std::map<std::string, Simulator::Handler, std::less<>>& Simulator::handler
       {"whenDel", &Simulator::whenDelCommand},
       {"trace", &Simulator::traceCommand},
       {"dump", &Simulator::dumpCommand},
+      {"explain", &Simulator::explainCommand},
       {"echo", &Simulator::echoCommand},
       {"help", &Simulator::helpCommand},
       {"quit", &Simulator::quitCommand},
@@ -323,6 +346,7 @@ void Simulator::agentCommand(const Command& c) {
   agent_ = Mirra::Agent::AgentIs(Vex::String(c.args[0]));
   Controller::globalAgent = agent_.get();
   if (store_) store_->agentIs(c.args[0], *em_);
+  everythingTouched();
 }
 
 void Simulator::placeRecord(const Vex::String& path, const Vex::Ptr<Vex::Entity>& record) {
@@ -338,16 +362,19 @@ void Simulator::recordsCommand(const Command& c) {
   placeRecord(mountStatusPath(agent), ServiceMountStatus::ServiceMountStatusIs(agent));
   placeRecord(ConfigDump::publishConfigPath(agent), Controller::ServicePublishConfig::ServicePublishConfigIs(agent));
   placeRecord(publishStatusPath(agent), ServicePublishStatus::ServicePublishStatusIs(agent));
+  everythingTouched();
 }
 
 void Simulator::recordCommand(const Command& c) {
   // The parser put the qualified type name in `scalar`.
   placeRecord(Vex::String(c.args[0]), newRecord(c.scalar, recordName(c.args[0])));
+  everythingTouched();
 }
 
 void Simulator::recordDelCommand(const Command& c) {
   const Vex::String path(c.args[0]);
   if (!(store_ ? store_->recordDel(path) : em_->entityDel(path))) throw ScenarioError("no record at " + c.args[0]);
+  everythingTouched();
 }
 
 void Simulator::leaderGenIdCommand(const Command& c) {
@@ -379,17 +406,21 @@ void Simulator::systemStatusCommand(const Command& c) {
   // The switch record arrives already holding its group statuses.
   auto system = SystemStatus::SystemStatusIs(Vex::Name(c.args[0]));
   for (const auto& [group, state] : c.fields) system->serviceMountGroupStatusIs(Vex::Name(group), stateArg(state));
+  switchTouched(c.args[0]);
   status->systemStatusIs(system);
 }
 
 void Simulator::systemStatusDelCommand(const Command& c) {
   systemStatusRecord(c.args[0]);
+  switchTouched(c.args[0]);
   mountStatusRecord()->systemStatusDel(Vex::Name(c.args[0]));
 }
 
 void Simulator::serviceMountGroupStatusCommand(const Command& c) {
   const auto state = c.args.size() > 2 ? stateArg(c.args[2]) : Controller::mountStateUnknown;
-  systemStatusRecord(c.args[0])->serviceMountGroupStatusIs(Vex::Name(c.args[1]), state);
+  auto system = systemStatusRecord(c.args[0]);
+  switchTouched(c.args[0]);
+  system->serviceMountGroupStatusIs(Vex::Name(c.args[1]), state);
 }
 
 void Simulator::serviceMountGroupStatusDelCommand(const Command& c) {
@@ -397,6 +428,7 @@ void Simulator::serviceMountGroupStatusDelCommand(const Command& c) {
   if (!system->serviceMountGroupStatusRaw(Vex::Name(c.args[1]))) {
     throw ScenarioError("switch status " + c.args[0] + " has no group status " + c.args[1]);
   }
+  switchTouched(c.args[0]);
   system->serviceMountGroupStatusDel(Vex::Name(c.args[1]));
 }
 
@@ -405,6 +437,7 @@ void Simulator::mountStateCommand(const Command& c) {
   if (!system->serviceMountGroupStatusRaw(Vex::Name(c.args[1]))) {
     throw ScenarioError("switch status " + c.args[0] + " has no group status " + c.args[1]);
   }
+  switchTouched(c.args[0]);
   system->serviceMountGroupStatusIs(Vex::Name(c.args[1]))->mountStateIs(stateArg(c.args[2]));
 }
 
@@ -463,7 +496,10 @@ void Simulator::mounterCommand(const Command& c) {
   } else {
     // c.hook names the throwing hook of `mounter M throwing HOOK`.
     mounters_[name] = Vex::make<RecordingMounter>(
-        name, out_, [this](const Command& action) { runHookAction(action); }, c.hook);
+        name, out_, [this](const Command& action) { runHookAction(action); }, c.hook,
+        [this](const HookCall& call) {
+          if (timeline_) timeline_->hookCalled(call);
+        });
   }
 }
 
@@ -597,6 +633,18 @@ void Simulator::dumpCommand(const Command&) {
   dumpLine("dump begin");
   for (const std::string& line : lines) dumpLine(line);
   dumpLine("dump end");
+}
+
+void Simulator::explainCommand(const Command& c) {
+  const std::string text =
+      c.args.empty() ? service().completionReport().text() : group(c.args[0])->completionReport().text();
+  auto explainLine = [this](const std::string& line) { out_.line(LineKind::Explain, line, {{"line", line}}); };
+  explainLine(c.args.empty() ? "explain begin" : "explain begin " + quoteIfNeeded(c.args[0]));
+  for (std::size_t start = 0, end; start < text.size(); start = end + 1) {
+    end = text.find('\n', start);
+    explainLine(text.substr(start, end - start));
+  }
+  explainLine("explain end");
 }
 
 void Simulator::echoCommand(const Command& c) {

@@ -58,6 +58,7 @@ class VersionWhiteList;
 namespace hubstore::sim {
 
 class RecordingMounter;
+class Timeline;
 
 class Simulator {
  public:
@@ -73,6 +74,9 @@ class Simulator {
 
   // Bit L enables trace level L, as parseTraceLevels() gives it.
   void traceLevelsIs(std::uint32_t mask);
+  // Records every step of the runs that follow into `timeline` (null: none),
+  // which must outlive them.
+  void timelineIs(Timeline* timeline) { timeline_ = timeline; }
 
   // Runs `commands` in order. Returns 0 when every command ran; at the first
   // that could not, writes "FILE:LINE: error: MESSAGE" to `errors` and
@@ -118,6 +122,10 @@ class Simulator {
   // Runs a command for a hook (the recording mounters' runner).
   void runHookAction(const Command& command);
   void reportError(const Command& command, const char* message);
+  // Tell the timeline, if there is one, what a command wrote.
+  void switchTouched(const std::string& system);
+  void everythingTouched();
+  void stepEnd();
 
   // Lookups that raise ScenarioError when the object is not there.
   const Vex::String& agentName() const;
@@ -191,6 +199,7 @@ class Simulator {
   // The tool
   void traceCommand(const Command& c);
   void dumpCommand(const Command& c);
+  void explainCommand(const Command& c);
   void echoCommand(const Command& c);
   void helpCommand(const Command& c);
   void quitCommand(const Command& c);
@@ -201,6 +210,7 @@ class Simulator {
   std::map<std::string, Vex::Ptr<Controller::HubstoreServiceMounter>> mounters_;
   Vex::Ptr<Controller::HubstoreService> service_;
 
+  Timeline* timeline_ = nullptr;
   std::FILE* errors_ = stderr;
   // A command run by a hook could not run.
   bool hookActionFailed_ = false;
