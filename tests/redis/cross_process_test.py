@@ -53,6 +53,11 @@ class Failure(Exception):
     pass
 
 
+# The sim processes a test started; whatever a failed test leaves running is
+# killed before the next one.
+SPAWNED = []
+
+
 def free_port():
     with socket.socket() as s:
         s.bind(("127.0.0.1", 0))
@@ -112,6 +117,7 @@ class Sim:
         args = [sim, "--store", url] + (["--follow"] if follow else []) + ["-"]
         self.process = subprocess.Popen(args, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                         stderr=subprocess.PIPE, text=True, cwd=cwd)
+        SPAWNED.append(self.process)
         self.process.stdin.write(scenario)
         self.process.stdin.close()
         self.lines = []
@@ -338,6 +344,12 @@ def main():
             except Failure as failure:
                 failed += 1
                 print(f"FAIL {name}: {failure}", flush=True)
+            finally:
+                for process in SPAWNED:
+                    if process.poll() is None:
+                        process.kill()
+                        process.wait(timeout=WAIT)
+                SPAWNED.clear()
     return 1 if failed else 0
 
 

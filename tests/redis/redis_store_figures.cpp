@@ -17,6 +17,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <string>
 #include <vector>
 
@@ -199,11 +200,17 @@ int main(int argc, char** argv) {
   const int switches = argc > 1 ? std::atoi(argv[1]) : 10000;
   const int groups = argc > 2 ? std::atoi(argv[2]) : 50;
   const int samples = argc > 3 ? std::atoi(argv[3]) : 1000;
-  {
+  // Caught here so that the servers are stopped whatever fails.
+  try {
+    {
+      testing::TestRedisServer server;
+      initialSync(server, switches, groups);
+    }
     testing::TestRedisServer server;
-    initialSync(server, switches, groups);
+    hookLatency(server, samples);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "hubstore_redis_figures: %s\n", error.what());
+    return 1;
   }
-  testing::TestRedisServer server;
-  hookLatency(server, samples);
   return 0;
 }
