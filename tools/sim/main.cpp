@@ -3,7 +3,8 @@
 // with no file named, runs commands as they are typed. docs/scenarios.md is
 // its manual.
 //
-//   hubstore-sim [--trace=LEVELS] [--quiet] [--json] [--timeline PAGE.html] [FILE...]   (FILE may be -)
+//   hubstore-sim [--trace=LEVELS] [--quiet] [--json] [--timeline PAGE.html] [--store URL [--follow]]
+//                [FILE...]   (FILE may be -)
 //   hubstore-sim help [COMMAND]
 //   hubstore-sim --help | -h | --version | --reference
 //
@@ -11,6 +12,8 @@
 // 2 for a usage or syntax error or a file that cannot be read (every file is
 // read and parsed before anything runs).
 
+#include <signal.h>
+#include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -21,6 +24,7 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -35,13 +39,17 @@
 #include "tools/sim/simulator.h"
 #include "tools/sim/timeline.h"
 #include "tools/sim/trace_environment.h"
+#ifdef HUBSTORE_SIM_REDIS
+#include "tools/sim/redis_record_store.h"
+#endif
 
 namespace {
 
 using namespace hubstore::sim;
 
 constexpr std::string_view kUsage =
-    "usage: hubstore-sim [--trace=LEVELS] [--quiet] [--json] [--timeline PAGE.html] [FILE...]\n"
+    "usage: hubstore-sim [--trace=LEVELS] [--quiet] [--json] [--timeline PAGE.html]\n"
+    "                    [--store URL [--follow]] [FILE...]\n"
     "       hubstore-sim help [COMMAND]\n"
     "       hubstore-sim --help | -h | --version | --reference\n";
 
@@ -63,6 +71,13 @@ constexpr std::string_view kHelp =
     "                  steps (one per command), its hook calls marked; a click\n"
     "                  opens a lane per switch, hovering shows the step's line.\n"
     "                  Written when the run ends, not after a failed assertion\n"
+    "  --store URL     keep the records in a Redis database shared with other\n"
+    "                  processes: redis://[user:password@]host:port[/db] or\n"
+    "                  unix:///path. A process keeps the configuration once it\n"
+    "                  creates a service (or sets, unsets, restarts), and the\n"
+    "                  status once it writes one; it follows the other side\n"
+    "  --follow        with --store: after the last command, go on reacting to\n"
+    "                  what other processes write, until SIGINT or SIGTERM\n"
     "  --reference     print the command reference in Markdown (docs/scenarios.md)\n"
     "  --version       print the version\n"
     "  -h, --help      print this text\n"
@@ -121,7 +136,20 @@ struct Options {
   bool json = false;
   std::optional<std::uint32_t> traceLevels;
   std::optional<std::string> timeline;
+  std::optional<std::string> store;
+  bool follow = false;
 };
+
+// SIGINT and SIGTERM, held back from the start so that a process under
+// --follow ends through its teardown; readable once one has come.
+int stopSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGINT);
+  sigaddset(&signals, SIGTERM);
+  sigprocmask(SIG_BLOCK, &signals, nullptr);
+  return signalfd(-1, &signals, SFD_CLOEXEC);
+}
 
 }  // namespace
 
@@ -152,6 +180,11 @@ int main(int argc, char** argv) {
       if (arg == "--timeline" && i + 1 == argc) return usageError("--timeline needs a file");
       options.timeline = arg == "--timeline" ? std::string(argv[++i]) : std::string(arg.substr(11));
       if (options.timeline->empty()) return usageError("--timeline needs a file");
+    } else if (arg == "--store" || arg.substr(0, 8) == "--store=") {
+      if (arg == "--store" && i + 1 == argc) return usageError("--store needs a URL");
+      options.store = arg == "--store" ? std::string(argv[++i]) : std::string(arg.substr(8));
+    } else if (arg == "--follow") {
+      options.follow = true;
     } else if (arg.substr(0, 8) == "--trace=") {
       options.traceLevels = parseTraceLevels(arg.substr(8));
       if (!options.traceLevels) return usageError("bad trace levels '" + std::string(arg.substr(8)) + "'");
@@ -161,6 +194,7 @@ int main(int argc, char** argv) {
       options.files.emplace_back(arg);
     }
   }
+  if (options.follow && !options.store) return usageError("--follow needs --store");
   const bool interactive = options.files.empty() && ::isatty(STDIN_FILENO);
   if (options.files.empty() && !interactive) {
     return usageError("no scenario file (name one, - for standard input, or type commands at a terminal)");
@@ -195,6 +229,23 @@ int main(int argc, char** argv) {
     page.open(*options.timeline, std::ios::binary | std::ios::trunc);
     if (!page) return usageError("cannot write '" + *options.timeline + "'");
   }
+  [[maybe_unused]] const int stopFd = options.follow ? stopSignals() : -1;
+#ifdef HUBSTORE_SIM_REDIS
+  // Declared before the simulator: the teardown's writes reach it.
+  std::unique_ptr<RedisRecordStore> store;
+  if (options.store) {
+    try {
+      store = std::make_unique<RedisRecordStore>(*options.store);
+    } catch (const std::invalid_argument& error) {
+      return usageError(error.what());
+    } catch (const std::exception& error) {
+      std::fprintf(stderr, "hubstore-sim: --store %s: %s\n", options.store->c_str(), error.what());
+      return 2;
+    }
+  }
+#else
+  if (options.store) return usageError("--store: this hubstore-sim is built without hubstore::redis");
+#endif
 
   Output out(stdout);
   out.quietIs(options.quiet);
@@ -203,6 +254,9 @@ int main(int argc, char** argv) {
   Simulator simulator(out);
   if (options.traceLevels) simulator.traceLevelsIs(*options.traceLevels);
   if (options.timeline) simulator.timelineIs(&timeline);
+#ifdef HUBSTORE_SIM_REDIS
+  simulator.storeIs(store.get());
+#endif
   int status = 0;
   if (!interactive) {
     status = simulator.run(commands, stderr);
@@ -211,6 +265,9 @@ int main(int argc, char** argv) {
                  HUBSTORE_VERSION_STRING);
     runInteractiveSession(simulator, std::cin, stderr);
   }
+#ifdef HUBSTORE_SIM_REDIS
+  if (store && !store->flush()) std::fprintf(stderr, "hubstore-sim: --store: writes not answered by the server\n");
+#endif
   if (options.timeline) {
     std::string title;
     for (const std::string& file : options.files) title += (title.empty() ? "" : " ") + file;
@@ -221,5 +278,8 @@ int main(int argc, char** argv) {
       return 2;
     }
   }
+#ifdef HUBSTORE_SIM_REDIS
+  if (store && options.follow && !interactive && status == 0) store->follow(simulator, stopFd);
+#endif
   return status;
 }

@@ -1,6 +1,7 @@
 #include "tools/sim/simulator.h"
 
 #include <exception>
+#include <set>
 #include <string_view>
 
 #include <hubstore/allowlist/switch_white_list.h>
@@ -154,10 +155,10 @@ void Simulator::stepEnd() {
   timeline_->stepEnd(status.get(), service_.get());
 }
 
-void Simulator::execute(const Command& command) {
-  const Running running(*this, command);
+template <class Work>
+void Simulator::printingExceptions(Work work) {
   try {
-    dispatch(command);
+    work();
   } catch (const ScenarioError&) {
     throw;
   } catch (const Vex::Exception& e) {
@@ -169,10 +170,30 @@ void Simulator::execute(const Command& command) {
   }
 }
 
+void Simulator::execute(const Command& command) {
+  const Running running(*this, command);
+  printingExceptions([&] { dispatch(command); });
+  if (store_) printingExceptions([this] { store_->process(); });
+}
+
+void Simulator::followStore() {
+  if (store_) printingExceptions([this] { store_->process(); });
+}
+
 void Simulator::dispatch(const Command& command) {
   const auto& table = handlers();
   const auto handler = table.find(command.verb);
   if (handler == table.end()) throw ScenarioError("no such command '" + command.verb + "'");
+  if (store_) {
+    // The side a process writes is the side it keeps in the store.
+    static const std::set<std::string, std::less<>> configWrites = {"service", "set", "unset", "restart"};
+    static const std::set<std::string, std::less<>> statusWrites = {
+        "systemStatus", "systemStatusDel", "serviceMountGroupStatus", "serviceMountGroupStatusDel", "mountState",
+        "initialMountsComplete", "initialMountsCompleteDel", "mountedPathPrefix", "mountedPathPrefixDel",
+        "publishGroupStatus", "publishGroupStatusDel", "publishStatus", "publishStatusDel", "leaderGenId"};
+    if (configWrites.count(command.verb)) store_->ownedIs(RecordStore::Side::config);
+    if (statusWrites.count(command.verb)) store_->ownedIs(RecordStore::Side::status);
+  }
   (this->*handler->second)(command);
 }
 
@@ -324,29 +345,35 @@ Vex::Ptr<SystemStatus> Simulator::systemStatusRecord(const std::string& system) 
 void Simulator::agentCommand(const Command& c) {
   agent_ = Mirra::Agent::AgentIs(Vex::String(c.args[0]));
   Controller::globalAgent = agent_.get();
+  if (store_) store_->agentIs(c.args[0], *em_);
   everythingTouched();
+}
+
+void Simulator::placeRecord(const Vex::String& path, const Vex::Ptr<Vex::Entity>& record) {
+  store_ ? store_->recordIs(path, record) : em_->entityIs(path, record);
 }
 
 void Simulator::recordsCommand(const Command& c) {
   const Vex::String agent = agentName();
   auto status = Hubstore::Status::StatusIs(recordName(kHubstoreStatusPath));
   status->leaderGenIdIs(Vex::String(c.fields.empty() ? std::string("gen-1") : c.fields[0].second));
-  em_->entityIs(Vex::String(kHubstoreStatusPath), status);
-  em_->entityIs(ConfigDump::mountConfigPath(agent), Controller::ServiceMountConfig::ServiceMountConfigIs(agent));
-  em_->entityIs(mountStatusPath(agent), ServiceMountStatus::ServiceMountStatusIs(agent));
-  em_->entityIs(ConfigDump::publishConfigPath(agent), Controller::ServicePublishConfig::ServicePublishConfigIs(agent));
-  em_->entityIs(publishStatusPath(agent), ServicePublishStatus::ServicePublishStatusIs(agent));
+  placeRecord(Vex::String(kHubstoreStatusPath), status);
+  placeRecord(ConfigDump::mountConfigPath(agent), Controller::ServiceMountConfig::ServiceMountConfigIs(agent));
+  placeRecord(mountStatusPath(agent), ServiceMountStatus::ServiceMountStatusIs(agent));
+  placeRecord(ConfigDump::publishConfigPath(agent), Controller::ServicePublishConfig::ServicePublishConfigIs(agent));
+  placeRecord(publishStatusPath(agent), ServicePublishStatus::ServicePublishStatusIs(agent));
   everythingTouched();
 }
 
 void Simulator::recordCommand(const Command& c) {
   // The parser put the qualified type name in `scalar`.
-  em_->entityIs(Vex::String(c.args[0]), newRecord(c.scalar, recordName(c.args[0])));
+  placeRecord(Vex::String(c.args[0]), newRecord(c.scalar, recordName(c.args[0])));
   everythingTouched();
 }
 
 void Simulator::recordDelCommand(const Command& c) {
-  if (!em_->entityDel(Vex::String(c.args[0]))) throw ScenarioError("no record at " + c.args[0]);
+  const Vex::String path(c.args[0]);
+  if (!(store_ ? store_->recordDel(path) : em_->entityDel(path))) throw ScenarioError("no record at " + c.args[0]);
   everythingTouched();
 }
 

@@ -43,6 +43,7 @@
 #include <hubstore/service/hubstore_service.h>
 #include <hubstore/service/hubstore_service_mounter.h>
 #include "tools/sim/output.h"
+#include "tools/sim/record_store.h"
 #include "tools/sim/scenario_parser.h"
 
 namespace Controller {
@@ -87,6 +88,15 @@ class Simulator {
   // `quit` has run.
   bool ended() const { return ended_; }
 
+  // Keeps the records in `store` too (not owned; null for none): the agent's
+  // records are placed and removed through it, and it has a turn after each
+  // command.
+  void storeIs(RecordStore* store) { store_ = store; }
+  // A turn of the store outside a command (--follow): what other processes
+  // wrote reaches the records, and an exception that leaves a hook is printed
+  // as a command's is.
+  void followStore();
+
   // Whether `verb` is a command it runs.
   static bool knows(std::string_view verb);
 
@@ -103,6 +113,10 @@ class Simulator {
   static const std::map<std::string, Handler, std::less<>>& handlers();
   // Runs a line: what leaves its library call is printed.
   void execute(const Command& command);
+  // Runs `work`, printing what leaves a library call.
+  template <class Work>
+  void printingExceptions(Work work);
+  void placeRecord(const Vex::String& path, const Vex::Ptr<Vex::Entity>& record);
   // Runs a command's handler; everything it throws leaves.
   void dispatch(const Command& command);
   // Runs a command for a hook (the recording mounters' runner).
@@ -204,6 +218,7 @@ class Simulator {
   // inside it, one inside the other.
   std::vector<const Command*> running_;
   bool ended_ = false;
+  RecordStore* store_ = nullptr;
 };
 
 }  // namespace hubstore::sim
