@@ -206,9 +206,11 @@ void SystemStatusSm::reportMountState(const ServiceMountGroupStatus& groupStatus
     HUBSTORE_TRACE(5) << "handleMountState" << ": mount group " << groupName << " does not exist.";
     return;
   }
-  // Held here: the hook may delete the group, and with it these references.
+  // Held here: the hook may delete the group, and with it these references,
+  // or remove this switch, whose machine owns the systemId the hook is given.
   const Vex::Ptr<HubstoreServiceMounter> mounter = group->mounter();
   const Vex::Ptr<Mirra::EntityManager> entityManager = group->hubstoreEntityManager();
+  const Vex::Ptr<SystemStatusSm> self(this);
   if (mounter) mounter->doHandleControllerMountState(systemId_, groupName, mountState, entityManager);
 }
 

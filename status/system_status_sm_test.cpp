@@ -187,5 +187,31 @@ TEST_F(SystemStatusSmTest, ThrowingHookLeavesLaterChangesReported) {
   EXPECT_EQ(hooks.back(), "doHandleControllerMountState 00:1c:73:0a:0b:0c g1 mounting");
 }
 
+// Reads the switch it is told about only after removing that switch.
+class RemovingMounter : public HubstoreServiceMounter {
+ public:
+  explicit RemovingMounter(ServiceMountStatus* status) : status_(status) {}
+  void doHandleControllerMountState(const SystemId& systemId, Vex::String, MountState,
+                                    const Vex::Ptr<Mirra::EntityManager>&) override {
+    status_->systemStatusDel(systemId.stringValue());
+    seen.push_back(systemId.stringValue().stdString());
+  }
+  Log seen;
+
+ private:
+  ServiceMountStatus* status_;
+};
+
+TEST_F(SystemStatusSmTest, AHookThatRemovesItsSwitchMayStillReadTheSwitchItWasGiven) {
+  auto service = serviceIs("svcA");
+  auto record = switchIs(sw, {"g1"});
+  auto remover = Vex::make<RemovingMounter>(mountStatus.get());
+  service->serviceMountGroupIs("g1", remover);
+  record->serviceMountGroupStatusIs("g1")->mountStateIs(mountStateFailed);
+  EXPECT_EQ(remover->seen, Log{sw});
+  EXPECT_FALSE(service->mountStatusSm()->systemStatusSm(sw));
+  service = nullptr;
+}
+
 }  // namespace
 }  // namespace Controller::testing
