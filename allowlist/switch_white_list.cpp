@@ -1,7 +1,7 @@
-#include "allowlist/switch_white_list.h"
+#include <hubstore/allowlist/switch_white_list.h>
 
-#include "foundations/ferrolink.h"
-#include "service/hubstore_service.h"
+#include <hubstore/foundations/framework/ferrolink.h>
+#include <hubstore/service/hubstore_service.h>
 
 namespace Controller {
 
@@ -55,6 +55,10 @@ void SwitchWhiteList::handleInitialized() {
 void SwitchWhiteList::doCleanup() {
   HUBSTORE_TRACE(8) << "SwitchWhiteList::" << "doCleanup" << " " << name();
   if (!service_) return;
+  // A list the service has let go of and then declared again took over these
+  // very filter records: they are the new list's now.
+  const Vex::Ptr<SwitchWhiteList> current = service_->switchWhiteList(name());
+  if (current && current.get() != this) return;
   // Publish config first, then mount config. Our own pointers keep the
   // removed records until the base goes.
   service_->servicePublishConfig()->systemFilterDel(name());

@@ -11,8 +11,8 @@
 // own filter records, which no configuration holds any more, and its own
 // destruction withdraws nothing further.
 
-#include "allowlist/switch_white_list_base.h"
-#include "foundations/owner_link.h"
+#include <hubstore/allowlist/switch_white_list_base.h>
+#include <hubstore/foundations/framework/owner_link.h>
 
 namespace Controller {
 
@@ -27,7 +27,8 @@ class SwitchWhiteList : public SwitchWhiteListBase {
   HubstoreService* service() const { return service_.get(); }
   void handleInitialized();
   // Withdraws the filters from the service's configurations; an orphan has
-  // none to withdraw.
+  // none to withdraw, and a list the service has since replaced by another of
+  // its name leaves them to that list.
   void doCleanup();
 
  protected:

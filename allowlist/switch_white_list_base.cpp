@@ -1,6 +1,6 @@
-#include "allowlist/switch_white_list_base.h"
+#include <hubstore/allowlist/switch_white_list_base.h>
 
-#include "foundations/ferrolink.h"
+#include <hubstore/foundations/framework/ferrolink.h>
 
 namespace Controller {
 

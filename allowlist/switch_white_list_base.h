@@ -7,11 +7,11 @@
 // service's configuration records. Both filters must be set before an entry
 // changes; the base does not check.
 
-#include "foundations/mount_filter_system.h"
-#include "foundations/ptr.h"
-#include "foundations/system_id.h"
-#include "foundations/type_descriptor.h"
-#include "foundations/value_map.h"
+#include <hubstore/foundations/records/mount_filter_system.h>
+#include <hubstore/foundations/framework/ptr.h>
+#include <hubstore/foundations/records/system_id.h>
+#include <hubstore/foundations/framework/type_descriptor.h>
+#include <hubstore/foundations/framework/value_map.h>
 
 namespace Controller {
 

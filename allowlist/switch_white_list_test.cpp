@@ -1,7 +1,7 @@
-#include "allowlist/switch_white_list.h"
+#include <hubstore/allowlist/switch_white_list.h>
 
-#include "foundations/test_record.h"
-#include "service/test_world.h"
+#include <hubstore/foundations/framework/test_record.h>
+#include <hubstore/testing/world.h>
 
 namespace Controller::testing {
 namespace {
@@ -57,6 +57,35 @@ TEST_F(SwitchWhiteListTest, OnlyAChangedEntryReachesBothFiltersPublishFirstUnder
   EXPECT_EQ(list->allowedSwitchMembers().count(), 0u);
   EXPECT_EQ(list->mountSystemFilter()->includedSystemMembers().count(), 0u);
   EXPECT_EQ(traces().size(), 6u);  // delAll ran the handler per entry; the last delete found nothing
+}
+
+TEST_F(SwitchWhiteListTest, RewritingEveryEntryRestoresTamperedFilters) {
+  auto list = service->switchWhiteListIs("L");
+  const SystemId t = SystemId::fromString("00:1c:73:0a:0b:0d");
+  list->allowedSwitchIs(s, true), list->allowedSwitchIs(t, false);
+  for (const auto& filter : {list->publishSystemFilter(), list->mountSystemFilter()}) {
+    filter->includedSystemDel(sText), filter->includedSystemIs(t.stringValue(), true);
+  }
+  traceOn("8");
+  list->handleAllowedSwitch();
+  for (const auto& filter : {list->publishSystemFilter(), list->mountSystemFilter()}) {
+    EXPECT_TRUE(filter->includedSystem(sText));
+    EXPECT_FALSE(filter->includedSystem(t.stringValue()));
+  }
+  EXPECT_EQ(traces(), (Log{"8 SwitchWhiteList::handleAllowedSwitch whiteList: L switchId: 00:1c:73:0a:0b:0c",
+                           "8 SwitchWhiteList::handleAllowedSwitch whiteList: L switchId: 00:1c:73:0a:0b:0d"}));
+}
+
+TEST_F(SwitchWhiteListTest, AListDeclaredAgainKeepsTheFiltersItsPredecessorLeavesLate) {
+  auto group = service->serviceMountGroupIs("g1", mounter);
+  group->switchWhiteListIs(service->switchWhiteListIs("L"));
+  service->switchWhiteListDel("L");  // the group still holds the old list
+  auto again = service->switchWhiteListIs("L");
+  EXPECT_EQ(again->mountSystemFilter(), mountConfig->systemFilter("L"));
+  group->switchWhiteListIs(again);  // the old list goes now
+  EXPECT_EQ(mountConfig->systemFilter("L"), again->mountSystemFilter());
+  EXPECT_EQ(publishConfig->systemFilter("L"), again->publishSystemFilter());
+  group = nullptr;
 }
 
 }  // namespace

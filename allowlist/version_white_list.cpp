@@ -1,7 +1,7 @@
-#include "allowlist/version_white_list.h"
+#include <hubstore/allowlist/version_white_list.h>
 
-#include "foundations/ferrolink.h"
-#include "service/hubstore_service.h"
+#include <hubstore/foundations/framework/ferrolink.h>
+#include <hubstore/service/hubstore_service.h>
 
 namespace Controller {
 
@@ -55,6 +55,10 @@ void VersionWhiteList::handleInitialized() {
 void VersionWhiteList::doCleanup() {
   HUBSTORE_TRACE(8) << "VersionWhiteList::" << "doCleanup" << " " << name();
   if (!service_) return;
+  // A list the service has let go of and then declared again took over these
+  // very filter records: they are the new list's now.
+  const Vex::Ptr<VersionWhiteList> current = service_->versionWhiteList(name());
+  if (current && current.get() != this) return;
   // Mount config first, then publish config: the opposite of the switch
   // list, and deliberately so. Our own pointers keep the removed records
   // until the base goes.

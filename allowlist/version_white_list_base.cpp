@@ -1,6 +1,6 @@
-#include "allowlist/version_white_list_base.h"
+#include <hubstore/allowlist/version_white_list_base.h>
 
-#include "foundations/ferrolink.h"
+#include <hubstore/foundations/framework/ferrolink.h>
 
 namespace Controller {
 

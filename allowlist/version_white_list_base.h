@@ -6,10 +6,10 @@
 
 #include <cstdint>
 
-#include "foundations/mount_filter_service_version.h"
-#include "foundations/ptr.h"
-#include "foundations/type_descriptor.h"
-#include "foundations/value_map.h"
+#include <hubstore/foundations/records/mount_filter_service_version.h>
+#include <hubstore/foundations/framework/ptr.h>
+#include <hubstore/foundations/framework/type_descriptor.h>
+#include <hubstore/foundations/framework/value_map.h>
 
 namespace Controller {
 

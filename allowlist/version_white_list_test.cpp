@@ -1,7 +1,7 @@
-#include "allowlist/version_white_list.h"
+#include <hubstore/allowlist/version_white_list.h>
 
-#include "foundations/test_record.h"
-#include "service/test_world.h"
+#include <hubstore/foundations/framework/test_record.h>
+#include <hubstore/testing/world.h>
 
 namespace Controller::testing {
 namespace {
@@ -48,6 +48,22 @@ TEST_F(VersionWhiteListTest, OnlyAChangedEntryReachesBothFiltersPublishFirstUnde
   list->allowedVersionDelAll();
   EXPECT_EQ(list->publishVersionFilter()->includedServiceVersionMembers().count(), 0u);
   EXPECT_EQ(list->mountVersionFilter()->includedServiceVersionMembers().count(), 0u);
+}
+
+TEST_F(VersionWhiteListTest, RewritingEveryEntryRestoresTamperedFilters) {
+  auto list = service->versionWhiteListIs("V");
+  list->allowedVersionIs(3, true), list->allowedVersionIs(7, false);
+  for (const auto& filter : {list->publishVersionFilter(), list->mountVersionFilter()}) {
+    filter->includedServiceVersionDel(3), filter->includedServiceVersionIs(7, true);
+  }
+  traceOn("8");
+  list->handleAllowedVersion();
+  for (const auto& filter : {list->publishVersionFilter(), list->mountVersionFilter()}) {
+    EXPECT_TRUE(filter->includedServiceVersion(3));
+    EXPECT_FALSE(filter->includedServiceVersion(7));
+  }
+  EXPECT_EQ(traces(), (Log{"8 VersionWhiteListBase::handleAllowedVersion whitelist: V version: 3",
+                           "8 VersionWhiteListBase::handleAllowedVersion whitelist: V version: 7"}));
 }
 
 }  // namespace

@@ -11,9 +11,9 @@
 #include <memory>
 #include <vector>
 
-#include "foundations/ferrolink.h"
-#include "foundations/notifiee_const.h"
-#include "foundations/service_mount_group_status.h"
+#include <hubstore/foundations/framework/ferrolink.h>
+#include <hubstore/foundations/framework/notifiee_const.h>
+#include <hubstore/foundations/records/service_mount_group_status.h>
 #include "opaque_notifiee.h"
 
 #ifdef HUBSTORE_BENCH_SIGNALS2

@@ -7,9 +7,11 @@
 #include <string>
 #include <vector>
 
-#include "foundations/collection.h"
-#include "foundations/service_mount_group_status.h"
-#include "foundations/value_map.h"
+#include <hubstore/foundations/framework/collection.h>
+#include <hubstore/foundations/framework/ferrolink.h>
+#include <hubstore/foundations/framework/notifiee_const.h>
+#include <hubstore/foundations/records/service_mount_group_status.h>
+#include <hubstore/foundations/framework/value_map.h>
 
 namespace {
 

@@ -6,7 +6,7 @@
 
 #include <memory>
 
-#include "foundations/ptr_interface.h"
+#include <hubstore/foundations/framework/ptr_interface.h>
 
 namespace bench {
 

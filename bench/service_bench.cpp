@@ -16,17 +16,17 @@
 #include <string>
 #include <vector>
 
+#include <hubstore/allowlist/version_white_list.h>
+#include <hubstore/foundations/platform/agent.h>
+#include <hubstore/foundations/platform/entity_manager.h>
+#include <hubstore/foundations/records/hubstore_status.h>
+#include <hubstore/foundations/records/service_mount_config.h>
+#include <hubstore/foundations/records/service_mount_status.h>
+#include <hubstore/foundations/records/service_publish_config.h>
+#include <hubstore/foundations/records/service_publish_status.h>
+#include <hubstore/mountgroup/hubstore_service_mount_group.h>
+#include <hubstore/service/hubstore_service.h>
 #include "allocation_counter.h"
-#include "allowlist/version_white_list.h"
-#include "foundations/agent.h"
-#include "foundations/entity_manager.h"
-#include "foundations/hubstore_status.h"
-#include "foundations/service_mount_config.h"
-#include "foundations/service_mount_status.h"
-#include "foundations/service_publish_config.h"
-#include "foundations/service_publish_status.h"
-#include "mountgroup/hubstore_service_mount_group.h"
-#include "service/hubstore_service.h"
 
 namespace {
 

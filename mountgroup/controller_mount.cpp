@@ -1,4 +1,4 @@
-#include "mountgroup/controller_mount.h"
+#include <hubstore/mountgroup/controller_mount.h>
 
 namespace Controller {
 

@@ -2,7 +2,7 @@
 // Controller::ControllerMount: a path on every managed switch that is mounted
 // into the controller database. Immutable once declared; keyed by remotePath.
 
-#include "foundations/record.h"
+#include <hubstore/foundations/records/record.h>
 
 namespace Controller {
 

@@ -1,14 +1,14 @@
-#include "mountgroup/hubstore_service_mount_group.h"
+#include <hubstore/mountgroup/hubstore_service_mount_group.h>
 
 #include <utility>
 
-#include "allowlist/switch_white_list_base.h"
-#include "allowlist/version_white_list_base.h"
-#include "foundations/assert.h"
-#include "foundations/exception.h"
-#include "foundations/ferrolink.h"
-#include "service/hubstore_service.h"
-#include "status/service_mount_status_sm.h"
+#include <hubstore/allowlist/switch_white_list_base.h>
+#include <hubstore/allowlist/version_white_list_base.h>
+#include <hubstore/foundations/framework/assert.h>
+#include <hubstore/foundations/framework/exception.h>
+#include <hubstore/foundations/framework/ferrolink.h>
+#include <hubstore/service/hubstore_service.h>
+#include <hubstore/status/service_mount_status_sm.h>
 
 namespace Controller {
 
@@ -588,6 +588,8 @@ void Group::handlePublishGroupStatus() {
   const Vex::Ptr<const ServicePublishStatus> status = publishStatus();
   for (auto it = status->publishGroupStatusMembers().begin(); it != nullptr; ++it) handlePublishGroupStatus(it.key());
 }
+
+MountGroupReport Group::completionReport(std::size_t listLimit) const { return MountGroupReport::of(*this, listLimit); }
 
 // ---------------------------------------------------------------------------
 // Close, preservation

@@ -31,23 +31,24 @@
 //    destruction later does nothing further.
 //  - Per-switch machines that outlive the group are orphaned the same way.
 
-#include "foundations/collection.h"
-#include "foundations/entity_manager.h"
-#include "foundations/hubstore_status.h"
-#include "foundations/notifiee_const.h"
-#include "foundations/owner_link.h"
-#include "foundations/ptr.h"
-#include "foundations/service_mount_config.h"
-#include "foundations/service_mount_status.h"
-#include "foundations/service_publish_config.h"
-#include "foundations/service_publish_status.h"
-#include "foundations/string.h"
-#include "foundations/type_descriptor.h"
-#include "mountgroup/controller_mount.h"
-#include "mountgroup/per_switch_publish_mount.h"
-#include "mountgroup/per_switch_publish_mount_sm.h"
-#include "mountgroup/publish_mount.h"
-#include "service/hubstore_service_mounter.h"
+#include <hubstore/foundations/framework/collection.h>
+#include <hubstore/foundations/platform/entity_manager.h>
+#include <hubstore/foundations/records/hubstore_status.h>
+#include <hubstore/foundations/framework/notifiee_const.h>
+#include <hubstore/foundations/framework/owner_link.h>
+#include <hubstore/foundations/framework/ptr.h>
+#include <hubstore/foundations/records/service_mount_config.h>
+#include <hubstore/foundations/records/service_mount_status.h>
+#include <hubstore/foundations/records/service_publish_config.h>
+#include <hubstore/foundations/records/service_publish_status.h>
+#include <hubstore/foundations/framework/string.h>
+#include <hubstore/foundations/framework/type_descriptor.h>
+#include <hubstore/mountgroup/controller_mount.h>
+#include <hubstore/mountgroup/mount_group_report.h>
+#include <hubstore/mountgroup/per_switch_publish_mount.h>
+#include <hubstore/mountgroup/per_switch_publish_mount_sm.h>
+#include <hubstore/mountgroup/publish_mount.h>
+#include <hubstore/service/hubstore_service_mounter.h>
 
 namespace Controller {
 
@@ -216,6 +217,9 @@ class HubstoreServiceMountGroup : public Vex::PtrInterface {
   void doCheckMountAndPublishStatus();
   void handlePublishGroupStatus(const Vex::Name& groupName);
   void handlePublishGroupStatus();
+  // What the completion check would find, and what else the group waits for;
+  // reads only (see MountGroupReport).
+  MountGroupReport completionReport(std::size_t listLimit = MountGroupReport::defaultListLimit) const;
 
   void doCleanup();
   void hasNotificationActiveIs(bool active) override;

@@ -1,4 +1,4 @@
-#include "mountgroup/hubstore_service_mount_group.h"
+#include <hubstore/mountgroup/hubstore_service_mount_group.h>
 
 #include <gtest/gtest.h>
 
@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "allowlist/switch_white_list.h"
-#include "allowlist/version_white_list.h"
-#include "service/test_world.h"
+#include <hubstore/allowlist/switch_white_list.h>
+#include <hubstore/allowlist/version_white_list.h>
+#include <hubstore/testing/world.h>
 
 namespace Controller {
 namespace {
@@ -130,6 +130,45 @@ TEST_F(MountGroup, ReplacingTheMountStatusRechecksOnceAndNullDropsTheReactor) {
   EXPECT_EQ(HubstoreServiceMountGroup::VexMountStatus::staticType().liveCount(), 0);
 }
 
+TEST_F(MountGroup, ReplacingThePublishStatusRescansItOnceAndReplacingTheGroupStatusRechecksOnce) {
+  groupIs(mounter);
+  close();  // complete as soon as a publish status for g1 is watched
+  Vex::Ptr<ServicePublishStatus> other = ServicePublishStatus::ServicePublishStatusIs("other");
+  Vex::Ptr<ServicePublishGroupStatus> otherOwn = other->publishGroupStatusIs("g1");
+  other->publishGroupStatusIs("g2");
+  traceOn("8");
+  group->publishStatusIs(other);
+  EXPECT_EQ(count("8 HubstoreServiceMountGroup::handlePublishGroupStatus"), 1);
+  EXPECT_EQ(count("8 HubstoreServiceMountGroup::handlePublishGroupStatus: g2"), 1);
+  EXPECT_EQ(group->publishGroupStatus(), otherOwn);
+  EXPECT_EQ(hooks, Log{"doMountsComplete g1"});
+  Vex::Ptr<ServicePublishGroupStatus> stray = publishStatus->publishGroupStatusIs("g1");  // no longer heard
+  EXPECT_EQ(hooks.size(), 1u);
+
+  trace.clear();
+  group->publishGroupStatusIs(stray);
+  group->publishGroupStatusIs(stray);
+  EXPECT_EQ(count("8 HubstoreServiceMountGroup::handlePublishStatus"), 1);
+  EXPECT_EQ(count("8 HubstoreServiceMountGroup:doCheckMountAndPublishStatus g1"), 1);
+  EXPECT_EQ(hooks.size(), 2u);
+  otherOwn->publishStatusIs("/db/p");
+  EXPECT_EQ(hooks.size(), 2u);
+  stray->publishStatusIs("/db/p");
+  EXPECT_EQ(hooks.size(), 3u);
+}
+
+TEST_F(MountGroup, RemovingThePublishGroupStatusReturnsItAndEndsItsChecks) {
+  groupIs(mounter);
+  close();
+  Vex::Ptr<ServicePublishGroupStatus> own = publishStatus->publishGroupStatusIs("g1");
+  EXPECT_EQ(group->publishGroupStatusDel(), own);
+  EXPECT_EQ(group->publishGroupStatus(), nullptr);
+  EXPECT_EQ(HubstoreServiceMountGroup::VexPublishGroupStatus::staticType().liveCount(), 0);
+  own->publishStatusIs("/db/p");
+  EXPECT_EQ(hooks, Log{"doMountsComplete g1"});
+  EXPECT_EQ(group->publishGroupStatusDel(), nullptr);
+}
+
 TEST_F(MountGroup, ControllerMountIsMirroredAndCannotBeRedeclaredDifferently) {
   groupIs(mounter);
   Vex::Ptr<ControllerMount> a = group->controllerMountIs("a", "/db/a", "T", "F");
@@ -149,6 +188,46 @@ TEST_F(MountGroup, ControllerMountIsMirroredAndCannotBeRedeclaredDifferently) {
   group->controllerMountIs("b", "/db/b", "T", "F");
   EXPECT_EQ(traces(), (Log{"8 HubstoreServiceMountGroup::handleControllerMount path: b",
                            "8 handleControllerMount remote path:b type: T hubstore path: /db/b"}));
+}
+
+TEST_F(MountGroup, WholeCollectionHandlersRewriteEveryEntrysConfig) {
+  groupIs(mounter);
+  group->controllerMountIs("a", "/db/a", "T", "F");
+  group->controllerMountIs("b", "/db/b", "T", "F");
+  group->publishMountIs("/db/p", "/sw/p", "T");
+  group->perSwitchPublishMountIs("/db/d", "/sw/d", "D");
+  ServiceMountGroupConfig& mountGroupConfig = *group->mountGroupConfig();
+  ServicePublishGroupConfig& publishGroupConfig = *group->publishGroupConfig();
+  mountGroupConfig.mountConfigDel("a");
+  mountGroupConfig.mountConfigIs("b", "X", "F", "/db/b");
+  publishGroupConfig.publishConfigIs("/db/p", "/sw/elsewhere", "T");
+  publishGroupConfig.publishDirDel("/db/d");
+  group->perSwitchPublishMountSmDel("/db/d");
+  traceOn("8");
+  group->handleControllerMount();
+  group->handlePublishMount();
+  group->handlePerSwitchPublishMount();
+  ASSERT_NE(mountGroupConfig.mountConfig("a"), nullptr);
+  EXPECT_EQ(*mountGroupConfig.mountConfig("a"), (MountConfig{"T", "F", "/db/a"}));
+  EXPECT_EQ(*mountGroupConfig.mountConfig("b"), (MountConfig{"T", "F", "/db/b"}));
+  EXPECT_EQ(*publishGroupConfig.publishConfig("/db/p"), (PublishConfig{"/sw/p", "T"}));
+  Vex::Ptr<PublishDir> dir = publishGroupConfig.publishDir("/db/d");
+  ASSERT_NE(dir, nullptr);
+  EXPECT_EQ(dir->vexcType(), "D");
+  EXPECT_EQ(dir->remoteTargetPath(), "/sw/d") << "the machine made anew writes the target";
+  EXPECT_NE(group->perSwitchPublishMountSm("/db/d"), nullptr);
+  EXPECT_EQ(traces(), (Log{"8 HubstoreServiceMountGroup::handleControllerMount",
+                           "8 HubstoreServiceMountGroup::handleControllerMount path: a",
+                           "8 handleControllerMount remote path:a type: T hubstore path: /db/a",
+                           "8 HubstoreServiceMountGroup::handleControllerMount path: b",
+                           "8 handleControllerMount remote path:b type: T hubstore path: /db/b",
+                           "8 HubstoreServiceMountGroup::handlePublishMount",
+                           "8 HubstoreServiceMountGroup::handlePublishMount path:/db/p",
+                           "8 handlePublishMount target:/sw/p type:T",
+                           "8 HubstoreServiceMountGroup::handlePerSwitchPublishMount",
+                           "8 HubstoreServiceMountGroup::handlePerSwitchPublishMount path: /db/d",
+                           "8 PerSwitchPublishMountSm::handlePerSwitchPublishMountActive path: /db/d",
+                           "8 handlePerSwitchPublishMountActive type:D"}));
 }
 
 TEST_F(MountGroup, ClosingReportsOnceCompleteThenTheStatusMachineFollows) {
@@ -185,10 +264,10 @@ TEST_F(MountGroup, AThrowingHookLeavesTheGroupToReportAgain) {
   groupIs(mounter);
   mountStatus->initialMountsCompleteIs("g1", true);
   publishStatus->publishGroupStatusIs("g1");
-  mounter->throwOnComplete = true;
+  mounter->onMountsComplete = [] { throw Vex::InternalException("hook failed"); };
   EXPECT_THROW(close(), Vex::InternalException);
   EXPECT_TRUE(group->closed());
-  mounter->throwOnComplete = false;
+  mounter->onMountsComplete = nullptr;
   mountStatus->mountedPathPrefixIs("x", "/mnt");
   EXPECT_EQ(hooks, (Log{"doMountsComplete g1", "doMountsComplete g1", "doInitialSwitchMountsComplete g1"}));
 }
@@ -199,10 +278,10 @@ TEST_F(MountGroup, AHookMayDeleteAnEntryOrItsOwnGroup) {
   mountStatus->mountedPathPrefixIs("a", "/mnt");
   publishStatus->publishGroupStatusIs("g1");
   close();
-  mounter->onComplete = [this] { group->controllerMountDel("a"); };
+  mounter->onMountsComplete = [this] { group->controllerMountDel("a"); };
   mountStatus->mountedPathPrefixIs("x", "/mnt");
   EXPECT_EQ(group->controllerMount("a"), nullptr);
-  mounter->onComplete = [this] { service->serviceMountGroupDel("g1"); };
+  mounter->onMountsComplete = [this] { service->serviceMountGroupDel("g1"); };
   group = nullptr;
   mountStatus->mountedPathPrefixIs("y", "/mnt");
   EXPECT_EQ(mountConfig->mountGroupConfig("g1"), nullptr);

@@ -1,4 +1,4 @@
-#include "mountgroup/per_switch_publish_mount.h"
+#include <hubstore/mountgroup/per_switch_publish_mount.h>
 
 namespace Controller {
 

@@ -4,7 +4,7 @@
 // attribute, publishActive, is the event that re-runs the entry's
 // PerSwitchPublishMountSm.
 
-#include "foundations/record.h"
+#include <hubstore/foundations/records/record.h>
 
 namespace Controller {
 

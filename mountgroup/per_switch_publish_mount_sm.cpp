@@ -1,8 +1,8 @@
-#include "mountgroup/per_switch_publish_mount_sm.h"
+#include <hubstore/mountgroup/per_switch_publish_mount_sm.h>
 
-#include "foundations/ferrolink.h"
-#include "foundations/service_publish_group_config.h"
-#include "mountgroup/hubstore_service_mount_group.h"
+#include <hubstore/foundations/framework/ferrolink.h>
+#include <hubstore/foundations/records/service_publish_group_config.h>
+#include <hubstore/mountgroup/hubstore_service_mount_group.h>
 
 namespace Controller {
 

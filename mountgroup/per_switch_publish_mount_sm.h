@@ -10,11 +10,11 @@
 // outlives its group is orphaned when the group goes: it stops following the
 // mount, group() reads null, and its handler does nothing.
 
-#include "foundations/notifiee_const.h"
-#include "foundations/owner_link.h"
-#include "foundations/ptr.h"
-#include "foundations/type_descriptor.h"
-#include "mountgroup/per_switch_publish_mount.h"
+#include <hubstore/foundations/framework/notifiee_const.h>
+#include <hubstore/foundations/framework/owner_link.h>
+#include <hubstore/foundations/framework/ptr.h>
+#include <hubstore/foundations/framework/type_descriptor.h>
+#include <hubstore/mountgroup/per_switch_publish_mount.h>
 
 namespace Controller {
 

@@ -1,9 +1,9 @@
-#include "mountgroup/per_switch_publish_mount_sm.h"
+#include <hubstore/mountgroup/per_switch_publish_mount_sm.h>
 
 #include <gtest/gtest.h>
 
-#include "mountgroup/hubstore_service_mount_group.h"
-#include "service/test_world.h"
+#include <hubstore/mountgroup/hubstore_service_mount_group.h>
+#include <hubstore/testing/world.h>
 
 namespace Controller {
 namespace {

@@ -1,4 +1,4 @@
-#include "mountgroup/publish_mount.h"
+#include <hubstore/mountgroup/publish_mount.h>
 
 namespace Controller {
 

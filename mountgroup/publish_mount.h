@@ -2,7 +2,7 @@
 // Controller::PublishMount: a controller database path published to the
 // switches. Immutable once declared; keyed by hubstorePath.
 
-#include "foundations/record.h"
+#include <hubstore/foundations/records/record.h>
 
 namespace Controller {
 

@@ -1,12 +1,12 @@
-#include "service/hubstore_service.h"
+#include <hubstore/service/hubstore_service.h>
 
-#include "allowlist/switch_white_list.h"
-#include "allowlist/version_white_list.h"
-#include "foundations/assert.h"
-#include "foundations/exception.h"
-#include "foundations/ferrolink.h"
-#include "mountgroup/hubstore_service_mount_group.h"
-#include "status/service_mount_status_sm.h"
+#include <hubstore/allowlist/switch_white_list.h>
+#include <hubstore/allowlist/version_white_list.h>
+#include <hubstore/foundations/framework/assert.h>
+#include <hubstore/foundations/framework/exception.h>
+#include <hubstore/foundations/framework/ferrolink.h>
+#include <hubstore/mountgroup/hubstore_service_mount_group.h>
+#include <hubstore/status/service_mount_status_sm.h>
 
 namespace Controller {
 
@@ -297,6 +297,10 @@ void HubstoreService::handlePublishMountsSynchronized() {
   // Written on any change of the flag, back to false included: consumers read
   // `ready` as "the agent has gone through one synchronization".
   servicePublishConfig_->readyIs(true);
+}
+
+ServiceReport HubstoreService::completionReport(std::size_t listLimit) const {
+  return ServiceReport::of(*this, listLimit);
 }
 
 void HubstoreService::doCleanup() { HUBSTORE_TRACE(8) << "HubstoreService::" << "doCleanup"; }

@@ -29,24 +29,25 @@
 // would had it died with the service, and goes quiet; see each class for what
 // its handle still does afterwards.
 
-#include "allowlist/switch_white_list.h"
-#include "allowlist/version_white_list.h"
-#include "foundations/agent.h"
-#include "foundations/collection.h"
-#include "foundations/entity_manager.h"
-#include "foundations/hubstore_status.h"
-#include "foundations/indexed_collection.h"
-#include "foundations/owner_link.h"
-#include "foundations/ptr.h"
-#include "foundations/service_mount_config.h"
-#include "foundations/service_mount_status.h"
-#include "foundations/service_publish_config.h"
-#include "foundations/service_publish_status.h"
-#include "foundations/string.h"
-#include "foundations/type_descriptor.h"
-#include "mountgroup/hubstore_service_mount_group.h"
-#include "service/hubstore_service_mounter.h"
-#include "status/service_mount_status_sm.h"
+#include <hubstore/allowlist/switch_white_list.h>
+#include <hubstore/allowlist/version_white_list.h>
+#include <hubstore/foundations/platform/agent.h>
+#include <hubstore/foundations/framework/collection.h>
+#include <hubstore/foundations/platform/entity_manager.h>
+#include <hubstore/foundations/records/hubstore_status.h>
+#include <hubstore/foundations/framework/owner_link.h>
+#include <hubstore/foundations/framework/ptr.h>
+#include <hubstore/foundations/records/service_mount_config.h>
+#include <hubstore/foundations/records/service_mount_status.h>
+#include <hubstore/foundations/records/service_publish_config.h>
+#include <hubstore/foundations/records/service_publish_status.h>
+#include <hubstore/foundations/framework/string.h>
+#include <hubstore/foundations/framework/type_descriptor.h>
+#include <hubstore/mountgroup/hubstore_service_mount_group.h>
+#include <hubstore/service/hubstore_service_mounter.h>
+#include <hubstore/service/service_report.h>
+#include <hubstore/status/service_mount_status_sm.h>
+#include <hubstore/foundations/framework/indexed_collection.h>
 
 namespace Controller {
 
@@ -127,6 +128,10 @@ class HubstoreService : public Vex::PtrInterface {
   bool initialized() const { return initialized_; }
   void initializedIs(bool initialized) { initialized_ = initialized; }
   void handleInitialized();
+
+  // Each group's completion, and the fleet's mount states; reads only (see
+  // ServiceReport).
+  ServiceReport completionReport(std::size_t listLimit = MountGroupReport::defaultListLimit) const;
 
   // Passes the flag to the status machine, the groups and the allow-lists.
   void hasNotificationActiveIs(bool active) override;

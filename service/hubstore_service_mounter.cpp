@@ -1,7 +1,7 @@
-#include "service/hubstore_service_mounter.h"
+#include <hubstore/service/hubstore_service_mounter.h>
 
-#include "foundations/exception.h"
-#include "foundations/ferrolink.h"
+#include <hubstore/foundations/framework/exception.h>
+#include <hubstore/foundations/framework/ferrolink.h>
 
 namespace Controller {
 

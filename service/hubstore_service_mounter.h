@@ -13,12 +13,12 @@
 // re-checked while it holds: they must tolerate repeated calls. An exception
 // a hook throws passes to whoever triggered the check.
 
-#include "foundations/entity_manager.h"
-#include "foundations/mount_state.h"
-#include "foundations/ptr.h"
-#include "foundations/string.h"
-#include "foundations/system_id.h"
-#include "foundations/type_descriptor.h"
+#include <hubstore/foundations/platform/entity_manager.h>
+#include <hubstore/foundations/records/mount_state.h>
+#include <hubstore/foundations/framework/ptr.h>
+#include <hubstore/foundations/framework/string.h>
+#include <hubstore/foundations/records/system_id.h>
+#include <hubstore/foundations/framework/type_descriptor.h>
 
 namespace Controller {
 

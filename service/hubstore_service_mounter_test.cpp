@@ -1,8 +1,8 @@
-#include "service/hubstore_service_mounter.h"
+#include <hubstore/service/hubstore_service_mounter.h>
 
 #include <gtest/gtest.h>
 
-#include "service/test_world.h"
+#include <hubstore/testing/world.h>
 
 namespace Controller::testing {
 namespace {

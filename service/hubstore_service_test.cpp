@@ -1,13 +1,13 @@
-#include "service/hubstore_service.h"
+#include <hubstore/service/hubstore_service.h>
 
 #include <gtest/gtest.h>
 
-#include "allowlist/switch_white_list.h"
-#include "allowlist/version_white_list.h"
-#include "mountgroup/hubstore_service_mount_group.h"
-#include "mountgroup/per_switch_publish_mount_sm.h"
-#include "service/test_world.h"
-#include "status/service_mount_status_sm.h"
+#include <hubstore/allowlist/switch_white_list.h>
+#include <hubstore/allowlist/version_white_list.h>
+#include <hubstore/mountgroup/hubstore_service_mount_group.h>
+#include <hubstore/mountgroup/per_switch_publish_mount_sm.h>
+#include <hubstore/testing/world.h>
+#include <hubstore/status/service_mount_status_sm.h>
 
 namespace Controller::testing {
 namespace {
@@ -362,33 +362,33 @@ TEST_F(Lifetime, AHookMayReleaseTheServiceFromEveryRoad) {
   group = nullptr;
 
   // doMountsComplete, reached from a status write: the machine is not told.
-  mounter->onComplete = [&] { service = nullptr; };
+  mounter->onMountsComplete = [&] { service = nullptr; };
   mountStatus->mountedPathPrefixIs("/r", "/db/r");
   EXPECT_EQ(hooks, Log{"doMountsComplete g1"});
   EXPECT_EQ(HubstoreService::staticType().liveCount(), 0);
   expectWithdrawn();
   held = nullptr;
-  mounter->onComplete = nullptr;
+  mounter->onMountsComplete = nullptr;
 
   // doMountsComplete, reached from closing the group.
   hooks.clear();
   SetUp();
   mountStatus->mountedPathPrefixIs("/r", "/db/r");
   publishStatus->publishGroupStatusIs("g1")->publishStatusIs("/db/p");
-  mounter->onComplete = [&] { service = nullptr; };
+  mounter->onMountsComplete = [&] { service = nullptr; };
   group->closedIs(true);
   EXPECT_EQ(hooks, Log{"doMountsComplete g1"});
   EXPECT_EQ(group->service(), nullptr);
-  mounter->onComplete = nullptr;
+  mounter->onMountsComplete = nullptr;
 
   // doInitialSwitchMountsComplete, reached through the group close.
   hooks.clear();
   SetUp();
-  mounter->onInitialMounts = [&] { service = nullptr; };
+  mounter->onInitialSwitchMountsComplete = [&] { service = nullptr; };
   group->closedIs(true);
   EXPECT_EQ(hooks, (Log{"doMountsComplete g1", "doInitialSwitchMountsComplete g1"}));
   EXPECT_EQ(HubstoreService::staticType().liveCount(), 0);
-  mounter->onInitialMounts = nullptr;
+  mounter->onInitialSwitchMountsComplete = nullptr;
 
   // doHandleControllerMountState, during a new switch's first report: the
   // report stops at the first group.
@@ -420,13 +420,14 @@ TEST_F(Lifetime, AHookThatThrowsInAFirstReportLeavesTheSwitchTracked) {
 }
 
 TEST_F(Lifetime, AHookThatRemovesItsSwitchInTheFirstReportLeavesNoMachine) {
+  service->serviceMountGroupIs("g2", mounter);
   mounter->onMountState = [&] { mountStatus->systemStatusDel("00:1c:73:00:00:01"); };
   auto first = SystemStatus::SystemStatusIs("00:1c:73:00:00:01");
   first->serviceMountGroupStatusIs("g1", mountStateMounted);
-  mountStatus->systemStatusIs(first);
+  first->serviceMountGroupStatusIs("g2", mountStateMounted);
+  mountStatus->systemStatusIs(first);  // the report stops at g1
   EXPECT_FALSE(service->mountStatusSm()->systemStatusSm("00:1c:73:00:00:01"));
   mounter->onMountState = nullptr;
-  first->serviceMountGroupStatusIs("g1")->mountStateIs(mountStateFailed);  // no longer followed
   auto again = SystemStatus::SystemStatusIs("00:1c:73:00:00:01");
   again->serviceMountGroupStatusIs("g1", mountStateUnmounted);
   mountStatus->systemStatusIs(again);

@@ -1,10 +1,10 @@
-#include "status/service_mount_status_sm.h"
+#include <hubstore/status/service_mount_status_sm.h>
 
-#include "foundations/exception.h"
-#include "foundations/ferrolink.h"
-#include "foundations/system_id.h"
-#include "mountgroup/hubstore_service_mount_group.h"
-#include "service/hubstore_service.h"
+#include <hubstore/foundations/framework/exception.h>
+#include <hubstore/foundations/framework/ferrolink.h>
+#include <hubstore/foundations/records/system_id.h>
+#include <hubstore/mountgroup/hubstore_service_mount_group.h>
+#include <hubstore/service/hubstore_service.h>
 
 namespace Controller {
 

@@ -18,13 +18,13 @@
 // When the service goes it is orphaned: it drops its switch machines, goes
 // quiet, and hubstoreService() reads null.
 
-#include "foundations/collection.h"
-#include "foundations/notifiee_const.h"
-#include "foundations/owner_link.h"
-#include "foundations/ptr.h"
-#include "foundations/service_mount_status.h"
-#include "foundations/type_descriptor.h"
-#include "status/system_status_sm.h"
+#include <hubstore/foundations/framework/collection.h>
+#include <hubstore/foundations/framework/notifiee_const.h>
+#include <hubstore/foundations/framework/owner_link.h>
+#include <hubstore/foundations/framework/ptr.h>
+#include <hubstore/foundations/records/service_mount_status.h>
+#include <hubstore/foundations/framework/type_descriptor.h>
+#include <hubstore/status/system_status_sm.h>
 
 namespace Controller {
 

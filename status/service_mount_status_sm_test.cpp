@@ -1,10 +1,10 @@
-#include "status/service_mount_status_sm.h"
+#include <hubstore/status/service_mount_status_sm.h>
 
 #include <gtest/gtest.h>
 
-#include "allowlist/version_white_list.h"
-#include "mountgroup/hubstore_service_mount_group.h"
-#include "service/test_world.h"
+#include <hubstore/allowlist/version_white_list.h>
+#include <hubstore/mountgroup/hubstore_service_mount_group.h>
+#include <hubstore/testing/world.h>
 
 namespace Controller::testing {
 namespace {
@@ -84,6 +84,18 @@ TEST_F(ServiceMountStatusSmTest, NewMachineReportsSwitchesThenCompleteGroupsAndD
   second = nullptr;
   g1->mountStateIs(mountStateFailed);
   EXPECT_EQ(hooks.size(), 3u);
+}
+
+TEST_F(ServiceMountStatusSmTest, DroppingTheMountStatusEndsFollowingIt) {
+  auto service = serviceIs("svcA");
+  closedGroupIs(service, "g1");
+  auto sm = service->mountStatusSm();
+  sm->serviceMountStatusDel();
+  mountStatus->systemStatusIs(a);
+  mountStatus->initialMountsCompleteIs("g1", true);
+  EXPECT_EQ(sm->serviceMountStatus(), nullptr);
+  EXPECT_EQ(sm->systemStatusSmMembers().count(), 0u);
+  EXPECT_EQ(hooks, Log{"doMountsComplete g1"});
 }
 
 TEST_F(ServiceMountStatusSmTest, NotificationFlagSwitchesTheWholeTree) {

@@ -15,13 +15,14 @@
 // outlives its owner is orphaned when the owner goes: it stops following the
 // record and reports nothing more.
 
-#include "foundations/flat_collection.h"
-#include "foundations/notifiee_const.h"
-#include "foundations/owner_link.h"
-#include "foundations/ptr.h"
-#include "foundations/system_id.h"
-#include "foundations/system_status.h"
-#include "foundations/type_descriptor.h"
+#include <hubstore/foundations/framework/collection.h>
+#include <hubstore/foundations/framework/notifiee_const.h>
+#include <hubstore/foundations/framework/owner_link.h>
+#include <hubstore/foundations/framework/ptr.h>
+#include <hubstore/foundations/records/system_id.h>
+#include <hubstore/foundations/records/system_status.h>
+#include <hubstore/foundations/framework/type_descriptor.h>
+#include <hubstore/foundations/framework/flat_collection.h>
 
 namespace Controller {
 

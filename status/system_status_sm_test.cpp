@@ -1,10 +1,10 @@
-#include "status/system_status_sm.h"
+#include <hubstore/status/system_status_sm.h>
 
 #include <gtest/gtest.h>
 
-#include "mountgroup/hubstore_service_mount_group.h"
-#include "service/test_world.h"
-#include "status/service_mount_status_sm.h"
+#include <hubstore/mountgroup/hubstore_service_mount_group.h>
+#include <hubstore/testing/world.h>
+#include <hubstore/status/service_mount_status_sm.h>
 
 namespace Controller::testing {
 namespace {
@@ -49,6 +49,62 @@ TEST_F(SystemStatusSmTest, LaterGroupStatusReportsOnlyItsChangesAndRemovalNothin
   g2->mountStateIs(mountStateUnmounted);
   EXPECT_FALSE(machine->serviceMountGroupStatus("g2"));
   EXPECT_EQ(hooks.size(), 1u);
+}
+
+TEST_F(SystemStatusSmTest, RepointedGroupStatusReactorReportsItsNewRecordOnce) {
+  auto service = serviceIs("svcA");
+  service->serviceMountGroupIs("g1", mounter);
+  service->serviceMountGroupIs("g2", mounter);
+  auto record = switchIs(sw, {"g1", "g2"});
+  auto g1 = record->serviceMountGroupStatusIs("g1");
+  auto g2 = record->serviceMountGroupStatusIs("g2");
+  g2->mountStateIs(mountStateFailed);
+  auto reactor = service->mountStatusSm()->systemStatusSm(sw)->serviceMountGroupStatus("g1");
+  hooks.clear();
+  traceOn("8");
+  reactor->notifierIs(g2);
+  reactor->notifierIs(g2);
+  EXPECT_EQ(traces(), Log{"8 SystemStatusSm::handleMountState: g2"});
+  EXPECT_EQ(hooks, Log{"doHandleControllerMountState 00:1c:73:0a:0b:0c g2 failed"});
+  g1->mountStateIs(mountStateUnmounted);  // watched by nobody now
+  reactor->notifierIs(nullptr);
+  EXPECT_EQ(hooks.size(), 1u);
+}
+
+TEST_F(SystemStatusSmTest, RepointedSwitchReactorBringsTheGroupReactorsInLineSilently) {
+  auto service = serviceIs("svcA");
+  for (const char* g : {"g1", "g2", "g3"}) service->serviceMountGroupIs(g, mounter);
+  auto record = switchIs(sw, {"g1", "g2"});
+  auto machine = service->mountStatusSm()->systemStatusSm(sw);
+  auto other = SystemStatus::SystemStatusIs(sw);
+  for (const char* g : {"g2", "g3"}) other->serviceMountGroupStatusIs(g, mountStateMounted);
+  hooks.clear();
+  // The machine's own reactor is not reachable from outside; a second one
+  // over the same machine runs the same code.
+  auto reactor = Vex::make<SystemStatusSm::VexSystemStatus>(record, machine.get());
+  reactor->notifierIs(other);
+  Log groups;
+  for (auto it = machine->serviceMountGroupStatusMembers().begin(); it != nullptr; ++it) {
+    groups.push_back(it.key().stdString());
+    EXPECT_EQ((*it)->notifier(), other->serviceMountGroupStatusRaw(it.key())) << it.key().stdString();
+  }
+  EXPECT_EQ(groups, (Log{"g2", "g3"}));
+  EXPECT_EQ(hooks, Log{});
+}
+
+TEST_F(SystemStatusSmTest, DroppingTheSwitchRecordEndsEveryReport) {
+  auto service = serviceIs("svcA");
+  service->serviceMountGroupIs("g1", mounter);
+  auto record = switchIs(sw, {"g1"});
+  auto machine = service->mountStatusSm()->systemStatusSm(sw);
+  hooks.clear();
+  machine->systemStatusDel();
+  record->serviceMountGroupStatusIs("g1")->mountStateIs(mountStateFailed);
+  record->serviceMountGroupStatusIs("g2", mountStateMounted);
+  machine->handleMountState();
+  EXPECT_EQ(machine->systemStatus(), nullptr);
+  EXPECT_EQ(machine->serviceMountGroupStatusMembers().count(), 0u);
+  EXPECT_EQ(hooks, Log{});
 }
 
 TEST_F(SystemStatusSmTest, UndeclaredGroupIsTracedAndReportsNothing) {
@@ -100,7 +156,7 @@ TEST_F(SystemStatusSmTest, HookMayRemoveTheSwitchOrItsOwnGroup) {
   long mountersInHook = 0;
   solo->onMountState = [&] {
     service->serviceMountGroupDel("g1");
-    mountersInHook = HubstoreServiceMounter::staticType().liveCount();
+    mountersInHook = RecordingMounter::staticType().liveCount();
   };
   solo = nullptr;
   mountStatus->systemStatusIs(record);

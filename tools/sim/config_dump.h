@@ -5,7 +5,7 @@
 // records from a snapshot of the lines.
 //
 //   ConfigDump config(*em, "agentB");
-//   for (const std::string& line : config.lines()) out.line(line);
+//   for (const std::string& line : config.lines()) std::puts(line.c_str());
 //   config.set(command);   // command: `set mountConfig.warm = true`
 //
 // The records are looked up at their paths on every call, so a ConfigDump may
@@ -22,14 +22,14 @@
 #include <string>
 #include <vector>
 
-#include "foundations/entity.h"
-#include "foundations/entity_manager.h"
-#include "foundations/mount_filter_service_version.h"
-#include "foundations/mount_filter_system.h"
-#include "foundations/ptr.h"
-#include "foundations/service_mount_config.h"
-#include "foundations/service_publish_config.h"
-#include "foundations/string.h"
+#include <hubstore/foundations/framework/entity.h>
+#include <hubstore/foundations/platform/entity_manager.h>
+#include <hubstore/foundations/records/mount_filter_service_version.h>
+#include <hubstore/foundations/records/mount_filter_system.h>
+#include <hubstore/foundations/framework/ptr.h>
+#include <hubstore/foundations/records/service_mount_config.h>
+#include <hubstore/foundations/records/service_publish_config.h>
+#include <hubstore/foundations/framework/string.h>
 #include "tools/sim/scenario_parser.h"
 
 namespace hubstore::sim {

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "foundations/type_descriptor.h"
+#include <hubstore/foundations/framework/type_descriptor.h>
 
 namespace hubstore::sim {
 namespace {

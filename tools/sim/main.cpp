@@ -1,96 +1,219 @@
 // hubstore-sim: runs scenario files against the library in a simulated
-// controller and prints what the library does as a transcript.
+// controller and prints what the library does as a transcript; at a terminal
+// with no file named, runs commands as they are typed. docs/scenarios.md is
+// its manual.
 //
-//   hubstore-sim [--trace=LEVELS] [--quiet] FILE...   (FILE may be - for standard input)
-//   hubstore-sim --help
+//   hubstore-sim [--trace=LEVELS] [--quiet] [--json] [--timeline PAGE.html] [--store URL [--follow]]
+//                [FILE...]   (FILE may be -)
+//   hubstore-sim help [COMMAND]
+//   hubstore-sim --help | -h | --version | --reference
 //
 // Exit status: 0 when every command ran, 1 when a command could not run,
-// 2 for a usage or syntax error (every file is parsed before anything runs).
+// 2 for a usage or syntax error or a file that cannot be read (every file is
+// read and parsed before anything runs).
 
+#include <signal.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <memory>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include <hubstore/foundations/framework/ferrolink.h>
+#include <hubstore/version.h>
+#include "tools/sim/command_reference.h"
+#include "tools/sim/interactive_session.h"
 #include "tools/sim/output.h"
 #include "tools/sim/scenario_parser.h"
 #include "tools/sim/simulator.h"
+#include "tools/sim/timeline.h"
+#include "tools/sim/trace_environment.h"
+#ifdef HUBSTORE_SIM_REDIS
+#include "tools/sim/redis_record_store.h"
+#endif
 
 namespace {
 
+using namespace hubstore::sim;
+
 constexpr std::string_view kUsage =
-    "usage: hubstore-sim [--trace=LEVELS] [--quiet] FILE...\n"
-    "       hubstore-sim --help\n";
+    "usage: hubstore-sim [--trace=LEVELS] [--quiet] [--json] [--timeline PAGE.html]\n"
+    "                    [--store URL [--follow]] [FILE...]\n"
+    "       hubstore-sim help [COMMAND]\n"
+    "       hubstore-sim --help | -h | --version | --reference\n";
 
 constexpr std::string_view kHelp =
-    "Runs scenario files against the library in a simulated controller.\n"
+    "Runs scenario files against the library in a simulated controller. With no\n"
+    "FILE and a terminal on standard input, runs each command as it is typed.\n"
     "\n"
     "  FILE            a scenario; - reads standard input. Several files run\n"
     "                  one after the other in one simulated world.\n"
     "  --trace=LEVELS  enable these levels of the trace facility Ferrolink from\n"
-    "                  the start: a comma list of levels and ranges, e.g. 5,7-8\n"
-    "  --quiet         print no transcript lines; errors and the exit status stay\n"
-    "  --help          print this text\n"
+    "                  the start: a comma list of levels and ranges, e.g. 5,7-8,\n"
+    "                  or off. Without it, VEX_TRACE=\"Ferrolink/LEVELS\" does.\n"
+    "  --quiet         print no transcript lines but the error lines; messages\n"
+    "                  and the exit status stay\n"
+    "  --json          print each transcript line as one JSON object\n"
+    "  --timeline PAGE.html\n"
+    "                  also write the run as one self-contained web page: a lane\n"
+    "                  per group summarising its switches' mount states over the\n"
+    "                  steps (one per command), its hook calls marked; a click\n"
+    "                  opens a lane per switch, hovering shows the step's line.\n"
+    "                  Written when the run ends, not after a failed assertion\n"
+    "  --store URL     keep the records in a Redis database shared with other\n"
+    "                  processes: redis://[user:password@]host:port[/db] or\n"
+    "                  unix:///path. A process keeps the configuration once it\n"
+    "                  creates a service (or sets, unsets, restarts), and the\n"
+    "                  status once it writes one; it follows the other side\n"
+    "  --follow        with --store: after the last command, go on reacting to\n"
+    "                  what other processes write, until SIGINT or SIGTERM\n"
+    "  --reference     print the command reference in Markdown (docs/scenarios.md)\n"
+    "  --version       print the version\n"
+    "  -h, --help      print this text\n"
+    "  help [COMMAND]  as the first word: print the commands, or one command's\n"
+    "                  entry (a scenario file named help is ./help)\n"
     "\n"
     "Exit status: 0 when every command ran, 1 when a command could not run,\n"
-    "2 for a usage or syntax error.\n";
+    "2 for a usage or syntax error or a file that cannot be read.\n"
+    "\n";
 
 int usageError(const std::string& message) {
   std::fprintf(stderr, "hubstore-sim: %s\n%.*s", message.c_str(), static_cast<int>(kUsage.size()), kUsage.data());
   return 2;
 }
 
-std::optional<std::string> readScenario(const std::string& file) {
-  std::ostringstream text;
-  if (file == "-") {
-    text << std::cin.rdbuf();
-    return text.str();
+void print(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stdout); }
+
+// hubstore-sim help [COMMAND]
+int help(int argc, char** argv) {
+  if (argc > 3) return usageError("'help' takes one COMMAND");
+  if (argc == 2) {
+    print(commandList());
+    return 0;
   }
-  std::ifstream in(file, std::ios::binary);
-  if (!in) return std::nullopt;
-  text << in.rdbuf();
-  return text.str();
+  const CommandEntry* entry = findCommand(argv[2]);
+  if (!entry) {
+    std::fprintf(stderr, "hubstore-sim: no command '%s' ('hubstore-sim help' lists them)\n", argv[2]);
+    return 2;
+  }
+  print(commandHelp(*entry));
+  return 0;
+}
+
+// The text of a scenario, or the reason it cannot be read.
+struct ScenarioText {
+  std::string text;
+  std::optional<std::string> error;
+};
+
+ScenarioText readScenario(const std::string& file) {
+  std::FILE* in = file == "-" ? stdin : std::fopen(file.c_str(), "rb");
+  if (!in) return {"", std::strerror(errno)};
+  ScenarioText scenario;
+  char buffer[8192];
+  std::size_t got;
+  // A directory opens, and its first read fails with EISDIR.
+  while ((got = std::fread(buffer, 1, sizeof buffer, in)) > 0) scenario.text.append(buffer, got);
+  if (std::ferror(in)) scenario.error = std::strerror(errno);
+  if (in != stdin) std::fclose(in);
+  return scenario;
+}
+
+struct Options {
+  std::vector<std::string> files;
+  bool quiet = false;
+  bool json = false;
+  std::optional<std::uint32_t> traceLevels;
+  std::optional<std::string> timeline;
+  std::optional<std::string> store;
+  bool follow = false;
+};
+
+// SIGINT and SIGTERM, held back from the start so that a process under
+// --follow ends through its teardown; readable once one has come.
+int stopSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGINT);
+  sigaddset(&signals, SIGTERM);
+  sigprocmask(SIG_BLOCK, &signals, nullptr);
+  return signalfd(-1, &signals, SFD_CLOEXEC);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::vector<std::string> files;
-  bool quiet = false;
-  std::uint32_t traceLevels = 0;
+  if (argc > 1 && std::string_view(argv[1]) == "help") return help(argc, argv);
+  Options options;
   for (int i = 1; i < argc; ++i) {
     const std::string_view arg = argv[i];
-    if (arg == "--help") {
-      std::fwrite(kUsage.data(), 1, kUsage.size(), stdout);
-      std::fwrite(kHelp.data(), 1, kHelp.size(), stdout);
+    if (arg == "--help" || arg == "-h") {
+      print(kUsage);
+      print(kHelp);
+      print(commandList());
+      return 0;
+    }
+    if (arg == "--version") {
+      print("hubstore-sim " HUBSTORE_VERSION_STRING "\n");
+      return 0;
+    }
+    if (arg == "--reference") {
+      print(markdownReference());
       return 0;
     }
     if (arg == "--quiet") {
-      quiet = true;
+      options.quiet = true;
+    } else if (arg == "--json") {
+      options.json = true;
+    } else if (arg == "--timeline" || arg.substr(0, 11) == "--timeline=") {
+      if (arg == "--timeline" && i + 1 == argc) return usageError("--timeline needs a file");
+      options.timeline = arg == "--timeline" ? std::string(argv[++i]) : std::string(arg.substr(11));
+      if (options.timeline->empty()) return usageError("--timeline needs a file");
+    } else if (arg == "--store" || arg.substr(0, 8) == "--store=") {
+      if (arg == "--store" && i + 1 == argc) return usageError("--store needs a URL");
+      options.store = arg == "--store" ? std::string(argv[++i]) : std::string(arg.substr(8));
+    } else if (arg == "--follow") {
+      options.follow = true;
     } else if (arg.substr(0, 8) == "--trace=") {
-      const auto levels = hubstore::sim::parseTraceLevels(arg.substr(8));
-      if (!levels) return usageError("bad trace levels '" + std::string(arg.substr(8)) + "'");
-      traceLevels = *levels;
+      options.traceLevels = parseTraceLevels(arg.substr(8));
+      if (!options.traceLevels) return usageError("bad trace levels '" + std::string(arg.substr(8)) + "'");
     } else if (arg.size() > 1 && arg[0] == '-') {
       return usageError("unknown option '" + std::string(arg) + "'");
     } else {
-      files.emplace_back(arg);
+      options.files.emplace_back(arg);
     }
   }
-  if (files.empty()) return usageError("no scenario file");
+  if (options.follow && !options.store) return usageError("--follow needs --store");
+  const bool interactive = options.files.empty() && ::isatty(STDIN_FILENO);
+  if (options.files.empty() && !interactive) {
+    return usageError("no scenario file (name one, - for standard input, or type commands at a terminal)");
+  }
 
-  std::vector<hubstore::sim::Command> commands;
+  // The library read VEX_TRACE when it started; --trace= overrides it.
+  if (auto problem = traceEnvironmentProblem(std::getenv("VEX_TRACE"), Controller::ferrolink.facility())) {
+    std::fprintf(stderr, "hubstore-sim: %s\n", problem->c_str());
+  }
+
+  std::vector<Command> commands;
   std::vector<std::string> errors;
-  for (const std::string& file : files) {
-    const auto text = readScenario(file);
-    if (!text) return usageError("cannot read '" + file + "'");
-    hubstore::sim::ParseResult parsed = hubstore::sim::parseScenario(file == "-" ? "<stdin>" : file, *text);
+  for (const std::string& file : options.files) {
+    const ScenarioText scenario = readScenario(file);
+    if (scenario.error) {
+      std::fprintf(stderr, "hubstore-sim: cannot read '%s': %s\n", file.c_str(), scenario.error->c_str());
+      return 2;
+    }
+    ParseResult parsed = parseScenario(file == "-" ? "<stdin>" : file, scenario.text);
     errors.insert(errors.end(), parsed.errors.begin(), parsed.errors.end());
     commands.insert(commands.end(), std::make_move_iterator(parsed.commands.begin()),
                     std::make_move_iterator(parsed.commands.end()));
@@ -100,9 +223,63 @@ int main(int argc, char** argv) {
     return 2;
   }
 
-  hubstore::sim::Output out(stdout);
-  out.quietIs(quiet);
-  hubstore::sim::Simulator simulator(out);
-  simulator.traceLevelsIs(traceLevels);
-  return simulator.run(commands, stderr);
+  // Opened before the run, so that a page that cannot be written stops it.
+  std::ofstream page;
+  if (options.timeline) {
+    page.open(*options.timeline, std::ios::binary | std::ios::trunc);
+    if (!page) return usageError("cannot write '" + *options.timeline + "'");
+  }
+  [[maybe_unused]] const int stopFd = options.follow ? stopSignals() : -1;
+#ifdef HUBSTORE_SIM_REDIS
+  // Declared before the simulator: the teardown's writes reach it.
+  std::unique_ptr<RedisRecordStore> store;
+  if (options.store) {
+    try {
+      store = std::make_unique<RedisRecordStore>(*options.store);
+    } catch (const std::invalid_argument& error) {
+      return usageError(error.what());
+    } catch (const std::exception& error) {
+      std::fprintf(stderr, "hubstore-sim: --store %s: %s\n", options.store->c_str(), error.what());
+      return 2;
+    }
+  }
+#else
+  if (options.store) return usageError("--store: this hubstore-sim is built without hubstore::redis");
+#endif
+
+  Output out(stdout);
+  out.quietIs(options.quiet);
+  out.formatIs(options.json ? OutputFormat::Json : OutputFormat::Transcript);
+  Timeline timeline;
+  Simulator simulator(out);
+  if (options.traceLevels) simulator.traceLevelsIs(*options.traceLevels);
+  if (options.timeline) simulator.timelineIs(&timeline);
+#ifdef HUBSTORE_SIM_REDIS
+  simulator.storeIs(store.get());
+#endif
+  int status = 0;
+  if (!interactive) {
+    status = simulator.run(commands, stderr);
+  } else {
+    std::fprintf(stderr, "hubstore-sim %s: type a command, 'help' for the list, 'quit' or Ctrl-D to end\n",
+                 HUBSTORE_VERSION_STRING);
+    runInteractiveSession(simulator, std::cin, stderr);
+  }
+#ifdef HUBSTORE_SIM_REDIS
+  if (store && !store->flush()) std::fprintf(stderr, "hubstore-sim: --store: writes not answered by the server\n");
+#endif
+  if (options.timeline) {
+    std::string title;
+    for (const std::string& file : options.files) title += (title.empty() ? "" : " ") + file;
+    timeline.writeHtml(page, interactive ? "<stdin>" : title);
+    page.close();
+    if (!page) {
+      std::fprintf(stderr, "hubstore-sim: cannot write '%s'\n", options.timeline->c_str());
+      return 2;
+    }
+  }
+#ifdef HUBSTORE_SIM_REDIS
+  if (store && options.follow && !interactive && status == 0) store->follow(simulator, stopFd);
+#endif
+  return status;
 }

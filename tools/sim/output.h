@@ -1,7 +1,18 @@
 #pragma once
 // The simulator's transcript on standard output: hook calls, trace lines,
-// echo and dump lines, and the exceptions that left a library call, one line
-// per event in the order they happen.
+// echo, dump, help and explain lines, and the exceptions that left a library call, one
+// line per event in the order they happen.
+//
+// Each line has a kind and named fields besides its text. The transcript
+// prints the text; --json prints one JSON object per line instead, its kind
+// first and then its fields in the order given:
+//
+//   out.line(LineKind::Hook, "hook m1 doMountsComplete g1",
+//            {{"mounter", "m1"}, {"hook", "doMountsComplete"}, {"group", "g1"}});
+//   // transcript: hook m1 doMountsComplete g1
+//   // json:       {"kind":"hook","mounter":"m1","hook":"doMountsComplete","group":"g1"}
+//
+// A new kind of line is a new LineKind with its name in lineKindName().
 //
 // It is also the trace sink, so the library's traces interleave with the hook
 // lines exactly as they occur. Every line is flushed at once: a failed library
@@ -9,18 +20,33 @@
 //
 //   Output out(stdout);
 //   Vex::traceSinkIs(&out);
-//   out.line("dump begin");
 //   { Output::Muted quiet(out); service = nullptr; }  // a teardown nobody sees
 //
-// quiet (--quiet) drops ordinary lines for the whole run but keeps exception
-// lines; muted drops every line for a while, and nests.
+// quiet (--quiet) drops every line but the error lines for the whole run;
+// muted drops every line for a while, and nests.
 
 #include <cstdio>
+#include <initializer_list>
+#include <string>
 #include <string_view>
+#include <variant>
 
-#include "foundations/trace.h"
+#include <hubstore/foundations/framework/trace.h>
 
 namespace hubstore::sim {
+
+enum class LineKind { Hook, Trace, Error, Dump, Echo, Help, Explain };
+
+// The kind's name in a JSON line: "hook", "trace", ...
+std::string_view lineKindName(LineKind kind);
+
+enum class OutputFormat { Transcript, Json };
+
+// One named value of a line: a text, or a number.
+struct LineField {
+  std::string_view name;
+  std::variant<std::string, int> value;
+};
 
 class Output : public Vex::TraceSink {
  public:
@@ -31,9 +57,10 @@ class Output : public Vex::TraceSink {
   bool quiet() const { return quiet_; }
   void quietIs(bool quiet) { quiet_ = quiet; }
   bool muted() const { return mutedDepth_ > 0; }
+  OutputFormat format() const { return format_; }
+  void formatIs(OutputFormat format) { format_ = format; }
 
-  // An ordinary line: a hook call, echo, dump.
-  void line(std::string_view text);
+  void line(LineKind kind, std::string_view text, std::initializer_list<LineField> fields);
   // "error TYPE: MESSAGE" for an exception that left a library call.
   void exceptionLine(std::string_view type, std::string_view message);
   // "trace LEVEL TEXT".
@@ -52,11 +79,18 @@ class Output : public Vex::TraceSink {
   };
 
  private:
+  bool dropped(LineKind kind) const { return muted() || (quiet_ && kind != LineKind::Error); }
   void write(std::string_view text);
 
   std::FILE* stream_;
   bool quiet_ = false;
+  OutputFormat format_ = OutputFormat::Transcript;
   int mutedDepth_ = 0;
 };
+
+// `text` as a JSON string, quotes included. Bytes of 0x80 and above pass
+// through as they are: a text in UTF-8 stays valid, one in another encoding
+// does not.
+std::string jsonString(std::string_view text);
 
 }  // namespace hubstore::sim

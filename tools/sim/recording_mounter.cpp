@@ -1,5 +1,7 @@
 #include "tools/sim/recording_mounter.h"
 
+#include <hubstore/foundations/framework/exception.h>
+
 namespace hubstore::sim {
 
 const Vex::TypeDescriptor& RecordingMounter::staticType() {
@@ -10,18 +12,46 @@ const Vex::TypeDescriptor& RecordingMounter::staticType() {
 }
 
 void RecordingMounter::doMountsComplete(Vex::String groupName, const Vex::Ptr<Mirra::EntityManager>&) {
-  out_.line("hook " + name_ + " doMountsComplete " + groupName.stdString());
+  groupHookCalled(MounterHook::MountsComplete, groupName);
 }
 
 void RecordingMounter::doHandleControllerMountState(const Controller::SystemId& systemId, Vex::String groupName,
                                                     Controller::MountState mountState,
                                                     const Vex::Ptr<Mirra::EntityManager>&) {
-  out_.line("hook " + name_ + " doHandleControllerMountState " + systemId.stringValue().stdString() + " " +
-            groupName.stdString() + " " + Controller::mountStateName(mountState));
+  const std::string system = systemId.stringValue().stdString();
+  const std::string group = groupName.stdString();
+  const std::string state = Controller::mountStateName(mountState);
+  const std::string_view hook = mounterHookName(MounterHook::HandleControllerMountState);
+  out_.line(LineKind::Hook, "hook " + name_ + " " + std::string(hook) + " " + system + " " + group + " " + state,
+            {{"mounter", name_}, {"hook", std::string(hook)}, {"group", group}, {"system", system}, {"state", state}});
+  if (listener_) listener_({MounterHook::HandleControllerMountState, name_, group, system, mountState});
+  act(MounterHook::HandleControllerMountState, groupName);
 }
 
 void RecordingMounter::doInitialSwitchMountsComplete(Vex::String groupName, const Vex::Ptr<Mirra::EntityManager>&) {
-  out_.line("hook " + name_ + " doInitialSwitchMountsComplete " + groupName.stdString());
+  groupHookCalled(MounterHook::InitialSwitchMountsComplete, groupName);
+}
+
+void RecordingMounter::actionIs(MounterHook hook, std::string group, std::shared_ptr<const Command> command) {
+  actions_.push_back({hook, std::move(group), std::move(command)});
+}
+
+void RecordingMounter::groupHookCalled(MounterHook hook, const Vex::String& groupName) {
+  const std::string group = groupName.stdString();
+  const std::string name(mounterHookName(hook));
+  out_.line(LineKind::Hook, "hook " + name_ + " " + name + " " + group,
+            {{"mounter", name_}, {"hook", name}, {"group", group}});
+  if (listener_) listener_({hook, name_, group, "", std::nullopt});
+  act(hook, groupName);
+}
+
+void RecordingMounter::act(MounterHook hook, const Vex::String& groupName) {
+  // A command may change the actions (whenDel): run those there were.
+  const std::vector<Action> actions = actions_;
+  for (const Action& action : actions) {
+    if (action.hook == hook && (action.group == "*" || action.group == groupName.view())) runner_(*action.command);
+  }
+  if (throwingHook_ == hook) throw Vex::InternalException("hook failed");
 }
 
 }  // namespace hubstore::sim

@@ -5,16 +5,33 @@
 //   hook M doMountsComplete G
 //   hook M doInitialSwitchMountsComplete G
 // where M is the name the scenario gave it and SYSID the system id's text form.
+//
+// A hook may also act. After its line it runs the commands that `when` gave
+// it for that hook and group, through the runner that the simulator handed
+// over; then, if it is the mounter's throwing hook, it throws
+// Vex::InternalException("hook failed"). Whatever leaves the runner (an
+// exception of a library call made by the command) leaves the hook.
 
+#include <functional>
+#include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
-#include "service/hubstore_service_mounter.h"
+#include <hubstore/service/hubstore_service_mounter.h>
+#include "tools/sim/mounter_hook.h"
 #include "tools/sim/output.h"
+#include "tools/sim/scenario_parser.h"
 
 namespace hubstore::sim {
 
 class RecordingMounter : public Controller::HubstoreServiceMounter {
  public:
+  // Runs one command of the scenario as if it were the next line.
+  using CommandRunner = std::function<void(const Command&)>;
+  // Hears of each hook call after its line is printed, before its actions.
+  using HookListener = std::function<void(const HookCall&)>;
+
   static const Vex::TypeDescriptor& staticType();
   const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
 
@@ -26,16 +43,45 @@ class RecordingMounter : public Controller::HubstoreServiceMounter {
                                     const Vex::Ptr<Mirra::EntityManager>& em) override;
   void doInitialSwitchMountsComplete(Vex::String groupName, const Vex::Ptr<Mirra::EntityManager>& em) override;
 
+  // From now on each call of `hook` for `group` ("*": for any group) runs
+  // `command` after the hook's line, after the actions given before it.
+  void actionIs(MounterHook hook, std::string group, std::shared_ptr<const Command> command);
+  // Forgets every action. A hook call that is running its actions finishes
+  // the ones it started with.
+  void actionDelAll() { actions_.clear(); }
+
  protected:
-  // `out` must outlive the mounter.
-  RecordingMounter(std::string name, Output& out) : name_(std::move(name)), out_(out) {}
+  // `out` must outlive the mounter; `runner` runs the actions' commands.
+  RecordingMounter(std::string name, Output& out, CommandRunner runner, std::optional<MounterHook> throwingHook,
+                   HookListener listener = nullptr)
+      : name_(std::move(name)),
+        out_(out),
+        runner_(std::move(runner)),
+        throwingHook_(throwingHook),
+        listener_(std::move(listener)) {}
   ~RecordingMounter() override = default;
   template <class T, class... Args>
   friend Vex::Ptr<T> Vex::make(Args&&...);
 
  private:
+  struct Action {
+    MounterHook hook;
+    std::string group;
+    std::shared_ptr<const Command> command;
+  };
+
+  // Prints the line of a hook that names a group and nothing else, then acts.
+  void groupHookCalled(MounterHook hook, const Vex::String& groupName);
+  // Runs the actions of `hook` for `groupName`, then throws when `hook` is
+  // the throwing one.
+  void act(MounterHook hook, const Vex::String& groupName);
+
   std::string name_;
   Output& out_;
+  CommandRunner runner_;
+  std::optional<MounterHook> throwingHook_;
+  HookListener listener_;
+  std::vector<Action> actions_;
 };
 
 }  // namespace hubstore::sim

@@ -180,6 +180,7 @@ enum class Arg {
   Default,
   LeaderGenId,
   GroupState,
+  CommandName,
 };
 
 struct Param {
@@ -187,11 +188,21 @@ struct Param {
   Arg kind = Arg::Word;
 };
 
-// params[required..] are optional; when variadic the last one repeats.
+// Parses the words after the verb of a command whose words depend on one
+// another; returns the error if there is one.
+using WordsParser = std::optional<std::string> (*)(std::span<const Word>,
+                                                   Command&);
+
+// params[required..] are optional; when variadic the last one repeats. A verb
+// with its own words parser has no params but a synopsis.
 struct VerbShape {
   std::vector<Param> params;
   std::size_t required = 0;
   bool variadic = false;
+  WordsParser parser = nullptr;
+  std::string_view synopsis = {};
+  // An agent or mount machinery command: one that a hook may run (`when`).
+  bool hookAction = false;
 };
 
 VerbShape fixed(std::initializer_list<Param> params) {
@@ -203,76 +214,107 @@ VerbShape lastOptional(std::initializer_list<Param> params) {
 VerbShape lastRepeated(std::initializer_list<Param> params) {
   return {params, params.size() - 1, true};
 }
+VerbShape parsedBy(WordsParser parser, std::string_view synopsis) { return {{}, 0, false, parser, synopsis}; }
 
-const std::map<std::string, VerbShape, std::less<>>& verbTable() {
+std::optional<std::string> parseMounter(std::span<const Word> words,
+                                        Command& cmd);
+std::optional<std::string> parseWhen(std::span<const Word> words, Command& cmd);
+std::optional<std::string> parseSetOrUnset(std::span<const Word> words,
+                                           Command& cmd);
+
+using VerbTable = std::map<std::string, VerbShape, std::less<>>;
+
+const VerbTable& verbTable() {
   const Param G{"G"}, SYS{"SYS"}, REMOTE{"REMOTE"}, H{"HUBSTOREPATH"},
       TYPE{"TYPE"}, L{"L"}, V{"V"};
   const Param BOOL{"BOOL", Arg::Bool};
-  static const std::map<std::string, VerbShape, std::less<>> table = {
-      // The world
-      {"agent", fixed({{"NAME"}})},
-      {"records", lastOptional({{"leaderGenId=ID", Arg::LeaderGenId}})},
-      {"record", fixed({{"PATH"}, {"TYPE", Arg::RecordType}})},
-      {"recordDel", fixed({{"PATH"}})},
-      {"leaderGenId", fixed({{"ID"}})},
-      {"restart", fixed({})},
-      // Status records. SYS here is the record's name, not checked: a badly
-      // spelled switch is one of the things a scenario may exercise.
-      {"systemStatus", lastRepeated({SYS, {"G=STATE", Arg::GroupState}})},
-      {"systemStatusDel", fixed({SYS})},
-      {"serviceMountGroupStatus",
-       lastOptional({SYS, G, {"STATE", Arg::State}})},
-      {"serviceMountGroupStatusDel", fixed({SYS, G})},
-      {"mountState", fixed({SYS, G, {"STATE", Arg::State}})},
-      {"initialMountsComplete", fixed({G, BOOL})},
-      {"initialMountsCompleteDel", fixed({G})},
-      {"mountedPathPrefix", fixed({REMOTE, {"PREFIX"}})},
-      {"mountedPathPrefixDel", fixed({REMOTE})},
-      {"publishGroupStatus", fixed({G})},
-      {"publishGroupStatusDel", fixed({G})},
-      {"publishStatus", fixed({G, H})},
-      {"publishStatusDel", fixed({G, H})},
-      // The agent
-      {"mounter", lastOptional({{"M"}, {"default", Arg::Default}})},
-      {"service", fixed({{"NAME"}})},
-      {"serviceDel", fixed({})},
-      {"closed", fixed({BOOL})},
-      {"publishMountsSynchronized", fixed({BOOL})},
-      {"group", fixed({G, {"M|none"}})},
-      {"groupDel", fixed({G})},
-      {"controllerMount", fixed({G, REMOTE, H, TYPE, {"FLAGS"}})},
-      {"publishMount", fixed({G, H, REMOTE, TYPE})},
-      {"perSwitchPublishMount", fixed({G, H, REMOTE, TYPE})},
-      {"controllerMountDel", fixed({G, REMOTE})},
-      {"publishMountDel", fixed({G, H})},
-      {"perSwitchPublishMountDel", fixed({G, H})},
-      {"controllerMountDelAll", fixed({G})},
-      {"publishMountDelAll", fixed({G})},
-      {"perSwitchPublishMountDelAll", fixed({G})},
-      {"publishActive", fixed({G, H, BOOL})},
-      {"groupSwitchWhiteList", fixed({G, {"L|none"}})},
-      {"groupVersionWhiteList", fixed({G, {"V|none"}})},
-      {"groupClosed", fixed({G, BOOL})},
-      {"groupPreserveMountsOnDisconnect", fixed({G, BOOL})},
-      {"switchWhiteList", fixed({L})},
-      {"switchWhiteListDel", fixed({L})},
-      {"allowedSwitch", fixed({L, {"SYS", Arg::EthernetAddress}, BOOL})},
-      {"allowedSwitchDel", fixed({L, {"SYS", Arg::EthernetAddress}})},
-      {"allowedSwitchDelAll", fixed({L})},
-      {"versionWhiteList", fixed({V})},
-      {"versionWhiteListDel", fixed({V})},
-      {"allowedVersion", fixed({V, {"N", Arg::U32}, BOOL})},
-      {"allowedVersionDel", fixed({V, {"N", Arg::U32}})},
-      {"allowedVersionDelAll", fixed({V})},
-      // Tool
-      {"trace", fixed({{"LEVELS|off", Arg::Levels}})},
-      {"dump", fixed({})},
-      {"echo", lastRepeated({{"TEXT"}})},
-  };
+  static const VerbTable table = [&] {
+    VerbTable verbs;
+    // hookAction: the section's commands are those a hook may run (`when`).
+    auto section = [&verbs](bool hookAction, const VerbTable& entries) {
+      for (auto [verb, shape] : entries) {
+        shape.hookAction = hookAction;
+        verbs.emplace(verb, std::move(shape));
+      }
+    };
+    section(false, {
+        // The world
+        {"agent", fixed({{"NAME"}})},
+        {"records", lastOptional({{"leaderGenId=ID", Arg::LeaderGenId}})},
+        {"record", fixed({{"PATH"}, {"TYPE", Arg::RecordType}})},
+        {"recordDel", fixed({{"PATH"}})},
+        {"leaderGenId", fixed({{"ID"}})},
+        {"restart", fixed({})},
+        {"set", parsedBy(parseSetOrUnset, "set LHS = VALUE")},
+        {"unset", parsedBy(parseSetOrUnset, "unset LHS")},
+        // Tool
+        {"trace", fixed({{"LEVELS|off", Arg::Levels}})},
+        {"dump", fixed({})},
+        {"explain", lastOptional({G})},
+        {"echo", lastRepeated({{"TEXT"}})},
+        {"help", lastOptional({{"COMMAND", Arg::CommandName}})},
+        {"quit", fixed({})},
+        // A hook runs no `when` of its own.
+        {"when", parsedBy(parseWhen, "when M HOOK G|* COMMAND ...")},
+    });
+    section(true, {
+        // Status records. SYS here is the record's name, not checked: a badly
+        // spelled switch is one of the things a scenario may exercise.
+        {"systemStatus", lastRepeated({SYS, {"G=STATE", Arg::GroupState}})},
+        {"systemStatusDel", fixed({SYS})},
+        {"serviceMountGroupStatus",
+         lastOptional({SYS, G, {"STATE", Arg::State}})},
+        {"serviceMountGroupStatusDel", fixed({SYS, G})},
+        {"mountState", fixed({SYS, G, {"STATE", Arg::State}})},
+        {"initialMountsComplete", fixed({G, BOOL})},
+        {"initialMountsCompleteDel", fixed({G})},
+        {"mountedPathPrefix", fixed({REMOTE, {"PREFIX"}})},
+        {"mountedPathPrefixDel", fixed({REMOTE})},
+        {"publishGroupStatus", fixed({G})},
+        {"publishGroupStatusDel", fixed({G})},
+        {"publishStatus", fixed({G, H})},
+        {"publishStatusDel", fixed({G, H})},
+        // The agent
+        {"mounter", parsedBy(parseMounter, "mounter M [default | throwing HOOK]")},
+        {"service", fixed({{"NAME"}})},
+        {"serviceDel", fixed({})},
+        {"closed", fixed({BOOL})},
+        {"publishMountsSynchronized", fixed({BOOL})},
+        {"group", fixed({G, {"M|none"}})},
+        {"groupDel", fixed({G})},
+        {"controllerMount", fixed({G, REMOTE, H, TYPE, {"FLAGS"}})},
+        {"publishMount", fixed({G, H, REMOTE, TYPE})},
+        {"perSwitchPublishMount", fixed({G, H, REMOTE, TYPE})},
+        {"controllerMountDel", fixed({G, REMOTE})},
+        {"publishMountDel", fixed({G, H})},
+        {"perSwitchPublishMountDel", fixed({G, H})},
+        {"controllerMountDelAll", fixed({G})},
+        {"publishMountDelAll", fixed({G})},
+        {"perSwitchPublishMountDelAll", fixed({G})},
+        {"publishActive", fixed({G, H, BOOL})},
+        {"groupSwitchWhiteList", fixed({G, {"L|none"}})},
+        {"groupVersionWhiteList", fixed({G, {"V|none"}})},
+        {"groupClosed", fixed({G, BOOL})},
+        {"groupPreserveMountsOnDisconnect", fixed({G, BOOL})},
+        {"switchWhiteList", fixed({L})},
+        {"switchWhiteListDel", fixed({L})},
+        {"allowedSwitch", fixed({L, {"SYS", Arg::EthernetAddress}, BOOL})},
+        {"allowedSwitchDel", fixed({L, {"SYS", Arg::EthernetAddress}})},
+        {"allowedSwitchDelAll", fixed({L})},
+        {"versionWhiteList", fixed({V})},
+        {"versionWhiteListDel", fixed({V})},
+        {"allowedVersion", fixed({V, {"N", Arg::U32}, BOOL})},
+        {"allowedVersionDel", fixed({V, {"N", Arg::U32}})},
+        {"allowedVersionDelAll", fixed({V})},
+        {"whenDel", fixed({{"M"}})},
+    });
+    return verbs;
+  }();
   return table;
 }
 
 std::string usage(std::string_view verb, const VerbShape& shape) {
+  if (shape.parser) return std::string(shape.synopsis);
   std::string out(verb);
   for (std::size_t i = 0; i < shape.params.size(); ++i) {
     const bool optional = i >= shape.required;
@@ -356,6 +398,9 @@ std::optional<std::string> checkArg(const Param& param, const Word& word,
         return std::nullopt;
       }
       return "G=STATE after SYS, STATE one of " + std::string(kStates);
+    case Arg::CommandName:
+      if (verbTable().count(word.text)) return std::nullopt;
+      return "the name of a command";
   }
   return std::nullopt;
 }
@@ -659,20 +704,74 @@ std::optional<std::string> parseCommand(std::span<const Word> words,
                                         Command& cmd) {
   cmd.verb = words[0].text;
   const auto rest = words.subspan(1);
-  if (cmd.verb == "set" || cmd.verb == "unset") {
-    return parseSetOrUnset(rest, cmd);
-  }
   const auto& table = verbTable();
   const auto it = table.find(cmd.verb);
   if (it == table.end()) return "unknown command '" + words[0].raw + "'";
+  if (it->second.parser) return it->second.parser(rest, cmd);
   return parseWords(it->second, rest, cmd);
+}
+
+std::optional<std::string> checkHook(std::string_view verb, const Word& word,
+                                     Command& cmd) {
+  cmd.hook = mounterHookFromName(word.text);
+  if (cmd.hook) return std::nullopt;
+  return "'" + std::string(verb) + "' takes HOOK (" +
+         std::string(kMounterHookNames[0]) + ", " +
+         std::string(kMounterHookNames[1]) + " or " +
+         std::string(kMounterHookNames[2]) + "), got '" + word.raw + "'";
+}
+
+// mounter M, mounter M default, mounter M throwing HOOK
+std::optional<std::string> parseMounter(std::span<const Word> words,
+                                        Command& cmd) {
+  if (words.empty() || words.size() > 3) {
+    return "'mounter' takes 1 to 3 words (" + usage("mounter", verbTable().at("mounter")) + "), got " +
+           std::to_string(words.size());
+  }
+  for (const Word& word : words) cmd.args.push_back(word.text);
+  const auto rest = words.subspan(1);
+  if (rest.empty() || (rest.size() == 1 && rest[0].text == "default")) {
+    return std::nullopt;
+  }
+  if (rest.size() == 2 && rest[0].text == "throwing") {
+    return checkHook("mounter", rest[1], cmd);
+  }
+  return "'mounter' takes 'default' or 'throwing HOOK' after M, got '" +
+         joinRaw(rest) + "'";
+}
+
+// when M HOOK G COMMAND...: COMMAND is checked as a line of its own.
+std::optional<std::string> parseWhen(std::span<const Word> words,
+                                     Command& cmd) {
+  if (words.size() < 4) {
+    return "'when' takes at least 4 words (" + usage("when", verbTable().at("when")) + "), got " +
+           std::to_string(words.size());
+  }
+  if (auto error = checkHook("when", words[1], cmd)) return error;
+  for (const Word& word : words.first(3)) cmd.args.push_back(word.text);
+  const auto command = words.subspan(3);
+  const auto& table = verbTable();
+  const auto shape = table.find(command[0].text);
+  if (shape != table.end() && !shape->second.hookAction) {
+    return "a hook runs an agent or mount machinery command, not '" +
+           command[0].raw + "'";
+  }
+  auto action = std::make_shared<Command>();
+  action->file = cmd.file;
+  action->line = cmd.line;
+  action->source = joinRaw(command);
+  if (auto error = parseCommand(command, *action)) {
+    return "in the command of 'when': " + *error;
+  }
+  cmd.action = std::move(action);
+  return std::nullopt;
 }
 
 }  // namespace
 
-ParseResult parseScenario(std::string_view fileName, std::string_view text) {
+ParseResult parseScenario(std::string_view fileName, std::string_view text, int firstLine) {
   ParseResult result;
-  int lineNo = 0;
+  int lineNo = firstLine - 1;
   while (!text.empty()) {
     const std::size_t end = text.find('\n');
     const std::string_view line = text.substr(0, end);
@@ -686,7 +785,10 @@ ParseResult parseScenario(std::string_view fileName, std::string_view text) {
     cmd.line = lineNo;
     auto error = lexLine(line, words);
     if (!error && words.empty()) continue;
-    if (!error) error = parseCommand(words, cmd);
+    if (!error) {
+      cmd.source = joinRaw(words);
+      error = parseCommand(words, cmd);
+    }
     if (error) {
       result.errors.push_back(std::string(fileName) + ":" +
                               std::to_string(lineNo) + ": error: " + *error);
@@ -695,6 +797,19 @@ ParseResult parseScenario(std::string_view fileName, std::string_view text) {
     }
   }
   return result;
+}
+
+std::vector<std::string> commandNames() {
+  std::vector<std::string> names;
+  for (const auto& [verb, shape] : verbTable()) names.push_back(verb);
+  return names;
+}
+
+std::optional<std::string> commandSynopsis(std::string_view verb) {
+  const auto& table = verbTable();
+  const auto shape = table.find(verb);
+  if (shape == table.end()) return std::nullopt;
+  return usage(verb, shape->second);
 }
 
 std::optional<unsigned> parseTraceLevels(std::string_view text) {

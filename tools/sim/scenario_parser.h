@@ -4,9 +4,10 @@
 // file before anything runs, so that every syntax error of the file is reported
 // at once; the executor then walks ParseResult::commands in order. Everything
 // whose form is fixed is checked here: the verb, the word count, BOOL, STATE,
-// N, LEVELS, the record TYPE, the Ethernet address of an allow-list entry, and
-// the LHS / VALUE of set and unset. What is left to the executor is whether the
-// named objects exist.
+// N, LEVELS, the record TYPE, the Ethernet address of an allow-list entry, the
+// LHS / VALUE of set and unset, the HOOK and inner command of `when`, and the
+// COMMAND of `help`. What is left to the executor is whether the named objects
+// exist.
 //
 //   ParseResult r = parseScenario("basic.scn", text);
 //   for (const std::string& e : r.errors) std::cerr << e << '\n';
@@ -26,11 +27,14 @@
 // quoteIfNeeded() cannot give it a form that parses back.
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include "tools/sim/mounter_hook.h"
 
 namespace hubstore::sim {
 
@@ -53,6 +57,9 @@ struct Command {
   std::string file;
   int line = 0;  // 1-based
   std::string verb;  // e.g. "controllerMount"
+  // The words as written, one blank between them, without the comment: what
+  // the command is called in messages.
+  std::string source;
 
   // The words after the verb, quotes removed; empty for set and unset.
   std::vector<std::string> args;
@@ -79,6 +86,12 @@ struct Command {
   //   records leaderGenId=ID: {"leaderGenId", ID};
   //   systemStatus SYS G=STATE ...: one {G, STATE} per word after SYS.
   std::vector<std::pair<std::string, std::string>> fields;
+
+  // mounter M throwing HOOK, when M HOOK G ...: the hook named.
+  std::optional<MounterHook> hook;
+  // when: the command that the hook runs, parsed as a line of its own that
+  // carries the file and line of its `when`. args are then {M, HOOK, G}.
+  std::shared_ptr<const Command> action;
 };
 
 struct ParseResult {
@@ -86,9 +99,17 @@ struct ParseResult {
   std::vector<std::string> errors;  // "FILE:LINE: error: MESSAGE", by line
 };
 
-// Parses a whole scenario. A line with an error yields no command; parsing
-// goes on with the next line.
-ParseResult parseScenario(std::string_view fileName, std::string_view text);
+// Parses a whole scenario, whose first line is numbered firstLine (a session
+// that reads one line at a time counts on). A line with an error yields no
+// command; parsing goes on with the next line.
+ParseResult parseScenario(std::string_view fileName, std::string_view text, int firstLine = 1);
+
+// The commands of the language, in name order.
+std::vector<std::string> commandNames();
+
+// A command's words as its errors name them, e.g. "mountState SYS G STATE",
+// "records [leaderGenId=ID]"; nullopt for a name that is no command.
+std::optional<std::string> commandSynopsis(std::string_view verb);
 
 // The LEVELS of `trace` and --trace=: a comma list of levels 0-9 and ranges
 // ("5", "5,7", "0-8"), or "off". Returns the mask with bit L set for each

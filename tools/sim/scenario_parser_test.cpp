@@ -37,6 +37,7 @@ TEST(ScenarioLexing, QuotesEscapesAndComments) {
             (Args{"a#b", "#c", "xy zw", "", "q\"b\\", "a\\nb"}));
   EXPECT_EQ(one("\techo\t tab   \r").args, Args{"tab"});
   EXPECT_EQ(one("echo #").args, Args{});
+  EXPECT_EQ(one("  group\t g  \"m 1\"  # the mounter").source, "group g \"m 1\"");
 }
 
 TEST(ScenarioLexing, EveryBadLineIsReportedWithItsNumber) {
@@ -69,7 +70,7 @@ TEST(ScenarioCommands, OptionalWordsAndNameValueWords) {
         "serviceMountGroupStatus s g failed", "allowedSwitch l 00:1C:73:00:00:0a true",
         "allowedSwitchDel l 001c.7300.00AB", "allowedSwitch l 00-1c-73-00-00-01 false",
         "allowedVersion v 4294967295 true", "trace 0-2,5", "trace off", "echo",
-        R"(controllerMount g /r /h nfs "")", "restart"}) {
+        R"(controllerMount g /r /h nfs "")", "restart", "explain", "explain g"}) {
     one(line);
   }
 }
@@ -78,8 +79,8 @@ TEST(ScenarioCommands, RejectsWrongCountsAndForms) {
   expectRejected({
       {"grop g m", "t.scn:1: error: unknown command 'grop'"},
       {"group g", "'group' takes 2 words (group G M|none), got 1"},
-      {"mounter", "'mounter' takes 1 or 2 words (mounter M [default]), got 0"},
-      {"mounter m x", "'mounter' takes only 'default' after M, got 'x'"},
+      {"mounter", "'mounter' takes 1 to 3 words (mounter M [default | throwing HOOK]), got 0"},
+      {"mounter m x", "'mounter' takes 'default' or 'throwing HOOK' after M, got 'x'"},
       {"systemStatus", "takes at least 1 word (systemStatus SYS [G=STATE ...]), got 0"},
       {"systemStatus s g=up", "got 'g=up'"},
       {"serviceMountGroupStatus s g x y", "takes 2 or 3 words"},
@@ -94,7 +95,71 @@ TEST(ScenarioCommands, RejectsWrongCountsAndForms) {
       {"record p Controller::Status", "takes TYPE, one of"},
       {"records genId=x", "'records' takes leaderGenId=ID, got 'genId=x'"},
       {"dump now", "'dump' takes no words (dump), got 1"},
+      {"explain g h", "'explain' takes 0 or 1 word (explain [G]), got 2"},
   });
+}
+
+TEST(ScenarioHookCommands, ThrowingMounterNamesItsHook) {
+  const Command throwing = one("mounter m throwing doInitialSwitchMountsComplete");
+  EXPECT_EQ(throwing.args, (Args{"m", "throwing", "doInitialSwitchMountsComplete"}));
+  EXPECT_EQ(throwing.hook, MounterHook::InitialSwitchMountsComplete);
+  EXPECT_EQ(one("mounter m").hook, std::nullopt);
+  EXPECT_EQ(one("mounter m default").hook, std::nullopt);
+  expectRejected({
+      {"mounter m throwing", "after M, got 'throwing'"},
+      {"mounter m default doMountsComplete", "after M, got 'default doMountsComplete'"},
+      {"mounter m throwing doMountComplete",
+       "'mounter' takes HOOK (doHandleControllerMountState, doMountsComplete or "
+       "doInitialSwitchMountsComplete), got 'doMountComplete'"},
+      {"mounter m throwing doMountsComplete x", "takes 1 to 3 words"},
+  });
+}
+
+TEST(ScenarioHookCommands, WhenCarriesItsCommandParsedAtItsOwnLine) {
+  ParseResult r = parse(
+      "echo x\n"
+      "when m doHandleControllerMountState * systemStatus sw1 g1=mounted\n"
+      "when m doMountsComplete \"g 1\" mounter n throwing doMountsComplete\n"
+      "whenDel m\n");
+  ASSERT_EQ(r.errors, Args{});
+  ASSERT_EQ(r.commands.size(), 4u);
+  const Command& any = r.commands[1];
+  EXPECT_EQ(any.args, (Args{"m", "doHandleControllerMountState", "*"}));
+  EXPECT_EQ(any.hook, MounterHook::HandleControllerMountState);
+  ASSERT_TRUE(any.action);
+  EXPECT_EQ(any.action->verb, "systemStatus");
+  EXPECT_EQ(any.action->args, (Args{"sw1", "g1=mounted"}));
+  EXPECT_EQ(any.action->fields, (Fields{{"g1", "mounted"}}));
+  // Its errors are reported at the `when` line.
+  EXPECT_EQ(any.action->file, "t.scn");
+  EXPECT_EQ(any.action->line, 2);
+  const Command& quoted = r.commands[2];
+  EXPECT_EQ(quoted.args[2], "g 1");
+  EXPECT_EQ(quoted.hook, MounterHook::MountsComplete);
+  EXPECT_EQ(quoted.action->hook, MounterHook::MountsComplete);
+  EXPECT_EQ(quoted.action->args, (Args{"n", "throwing", "doMountsComplete"}));
+  EXPECT_EQ(r.commands[3].args, Args{"m"});
+}
+
+TEST(ScenarioHookCommands, WhenRejectsWhatAHookCannotRun) {
+  const std::string when = "when m doMountsComplete g ";
+  expectRejected({
+      {"when m doMountsComplete g", "'when' takes at least 4 words (when M HOOK G|* COMMAND ...), got 3"},
+      {"when m doMountComplete g closed true", "'when' takes HOOK (doHandleControllerMountState, "},
+      {when + "closed maybe",
+       "t.scn:1: error: in the command of 'when': 'closed' takes BOOL (true or false), got 'maybe'"},
+      {when + "frobnicate", "in the command of 'when': unknown command 'frobnicate'"},
+      {when + "mounter", "in the command of 'when': 'mounter' takes 1 to 3 words"},
+      {when + "when m doMountsComplete g closed true",
+       "a hook runs an agent or mount machinery command, not 'when'"},
+      {when + "whenDel", "'whenDel' takes 1 word"},
+  });
+  for (const char* verb : {"agent a", "records", "restart", "set mountConfig.warm = true",
+                           "unset mountConfig.warm", "trace 5", "dump", "explain", "echo x"}) {
+    EXPECT_NE(error(when + verb).find("a hook runs an agent or mount machinery command, not '"),
+              std::string::npos)
+        << verb;
+  }
 }
 
 TEST(ScenarioSet, EveryDumpLineIsAnLhs) {

@@ -1,15 +1,22 @@
 // Runs the built hubstore-sim with its options, which the scenario tests
-// (bare file, no options) cannot reach.
+// (bare file, no options) cannot reach, and at a terminal.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
+
+#include <hubstore/version.h>
+#include "tools/sim/command_reference.h"
 
 namespace {
 
@@ -40,11 +47,14 @@ class SimCommandLine : public ::testing::Test {
     text << std::ifstream(path).rdbuf();
     return text.str();
   }
-  // Runs the sim in the test's folder with `args`, a shell word list.
-  SimRun sim(const std::string& args, const std::string& input = "") {
+  // Runs the sim in the test's folder with `args`, a shell word list, and
+  // VEX_TRACE set to `vexTrace` (when given) and to nothing else. The shell
+  // makes way for the sim, so that an abort is the sim's own status.
+  SimRun sim(const std::string& args, const std::string& input = "", const char* vexTrace = nullptr) {
     write("stdin", input);
-    const std::string command = "cd '" + dir_.string() + "' && '" HUBSTORE_SIM_PATH "' " + args +
-                                " <stdin >stdout 2>stderr";
+    const std::string environment = vexTrace ? "VEX_TRACE='" + std::string(vexTrace) + "' " : "";
+    const std::string command = "cd '" + dir_.string() + "' && exec env -u VEX_TRACE " + environment +
+                                "'" HUBSTORE_SIM_PATH "' " + args + " <stdin >stdout 2>stderr";
     const int raw = std::system(command.c_str());
     return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, slurp(dir_ / "stdout"), slurp(dir_ / "stderr")};
   }
@@ -86,17 +96,271 @@ TEST_F(SimCommandLine, SyntaxErrorsOfEveryFileAreReportedAndNothingRuns) {
             "b.scn:2: error: unknown command 'frobnicate'\n");
 }
 
+const std::string kClosableGroup = kWorld +
+                                   "versionWhiteList v\ngroup g1 m1\ngroupVersionWhiteList g1 v\n"
+                                   "publishGroupStatus g1\n";
+
+TEST_F(SimCommandLine, ACommandAHookCannotRunIsReportedAtItsWhenAndTheRunGoesOn) {
+  write("a.scn", kClosableGroup +
+                     "when m1 doMountsComplete g1 groupDel nothing\n"
+                     "groupClosed g1 true\necho still running\n");
+  const SimRun run = sim("a.scn");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.err, "a.scn:9: error: unknown group nothing\n");
+  EXPECT_EQ(run.out, "hook m1 doMountsComplete g1\n# still running\n");
+}
+
+TEST_F(SimCommandLine, HooksThatSetEachOtherOffWithoutEndAreStopped) {
+  // Each true calls the hook, whose second action writes true again.
+  write("a.scn", kClosableGroup +
+                     "when m1 doInitialSwitchMountsComplete g1 initialMountsComplete g1 false\n"
+                     "when m1 doInitialSwitchMountsComplete g1 initialMountsComplete g1 true\n"
+                     "groupClosed g1 true\ninitialMountsComplete g1 true\necho done\n");
+  const SimRun run = sim("a.scn");
+  EXPECT_EQ(run.status, 1);
+  const std::string stopped = "error: not run: commands run by hooks nest 100 deep\n";
+  EXPECT_EQ(run.err, "a.scn:9: " + stopped + "a.scn:10: " + stopped);
+  std::size_t calls = 0;
+  for (std::size_t at = 0; (at = run.out.find("doInitialSwitchMountsComplete", at)) != std::string::npos; ++at) {
+    ++calls;
+  }
+  EXPECT_EQ(calls, 101u);
+  EXPECT_EQ(run.out.substr(run.out.size() - 7), "# done\n");
+}
+
+TEST_F(SimCommandLine, TheTimelineIsWrittenWhenTheRunEndsAlsoAfterAnError) {
+  write("a.scn", kWorld + "systemStatus 00:1c:73:00:00:01\ngroupDel nothing\n");
+  const SimRun run = sim("--timeline page.html a.scn");
+  EXPECT_EQ(run.status, 1);
+  const std::string page = slurp(dir_ / "page.html");
+  EXPECT_EQ(page.rfind("<!doctype html>", 0), 0u);
+  EXPECT_NE(page.find("[0,6,\"groupDel nothing\"]"), std::string::npos) << "the last step, file 0 line 6";
+  EXPECT_EQ(sim("--timeline=page2.html a.scn").status, 1);
+  EXPECT_EQ(slurp(dir_ / "page2.html"), page);
+}
+
 TEST_F(SimCommandLine, UsageErrorsEndWithStatusTwo) {
-  for (const char* args : {"", "--trace=5-x a.scn", "--loud a.scn", "missing.scn"}) {
+  // No file and standard input not a terminal is a usage error too.
+  for (const char* args : {"", "--trace=5-x a.scn", "--loud a.scn", "help when echo", "a.scn --timeline",
+                           "--timeline= a.scn", "--timeline no/such/dir/page.html a.scn"}) {
     write("a.scn", "echo x\n");
     const SimRun run = sim(args);
     EXPECT_EQ(run.status, 2) << args;
     EXPECT_EQ(run.out, "") << args;
     EXPECT_NE(run.err.find("usage: hubstore-sim"), std::string::npos) << args;
   }
+}
+
+TEST_F(SimCommandLine, AFileThatCannotBeReadSaysWhyAndNothingRuns) {
+  write("a.scn", "echo not run\n");
+  fs::create_directory(dir_ / "folder");
+  for (const auto& [file, reason] : {std::pair{"folder", "Is a directory"}, {"missing.scn", "No such file or directory"}}) {
+    const SimRun run = sim(std::string("a.scn ") + file);
+    EXPECT_EQ(run.status, 2) << file;
+    EXPECT_EQ(run.out, "") << file;
+    EXPECT_EQ(run.err, "hubstore-sim: cannot read '" + std::string(file) + "': " + reason + "\n");
+  }
+}
+
+TEST_F(SimCommandLine, AFileWithoutReadPermissionSaysSo) {
+  if (::geteuid() == 0) GTEST_SKIP() << "root reads a file whatever its permissions say";
+  write("locked.scn", "echo x\n");
+  fs::permissions(dir_ / "locked.scn", fs::perms::none);
+  const SimRun run = sim("locked.scn");
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.err, "hubstore-sim: cannot read 'locked.scn': Permission denied\n");
+}
+
+TEST_F(SimCommandLine, HelpVersionAndTheCommandReference) {
   const SimRun help = sim("--help");
   EXPECT_EQ(help.status, 0);
   EXPECT_EQ(help.out.rfind("usage: hubstore-sim", 0), 0u);
+  EXPECT_EQ(sim("-h").out, help.out);
+  // The list of commands, one line each, ends the text.
+  EXPECT_EQ(help.out.substr(help.out.size() - hubstore::sim::commandList().size()), hubstore::sim::commandList());
+
+  const SimRun version = sim("--version");
+  EXPECT_EQ(version.status, 0);
+  EXPECT_EQ(version.out, "hubstore-sim " HUBSTORE_VERSION_STRING "\n");
+
+  const SimRun when = sim("help when");
+  EXPECT_EQ(when.status, 0);
+  EXPECT_EQ(when.out, hubstore::sim::commandHelp(*hubstore::sim::findCommand("when")));
+  EXPECT_EQ(when.out.rfind("when M HOOK G|* COMMAND ...\n", 0), 0u) << when.out;
+  EXPECT_EQ(sim("help").out, hubstore::sim::commandList());
+
+  const SimRun unknown = sim("help frobnicate");
+  EXPECT_EQ(unknown.status, 2);
+  EXPECT_EQ(unknown.out, "");
+  EXPECT_EQ(unknown.err, "hubstore-sim: no command 'frobnicate' ('hubstore-sim help' lists them)\n");
+}
+
+TEST_F(SimCommandLine, HelpInAScenarioIsPartOfTheTranscriptAndQuitEndsEveryFile) {
+  write("a.scn", "help echo\necho before\nquit\necho after\n");
+  write("b.scn", "echo not run either\n");
+  const SimRun run = sim("a.scn b.scn");
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_EQ(run.out, hubstore::sim::commandHelp(*hubstore::sim::findCommand("echo")) + "# before\n");
+
+  write("c.scn", "help frobnicate\n");
+  const SimRun unknown = sim("c.scn");
+  EXPECT_EQ(unknown.status, 2);
+  EXPECT_EQ(unknown.err, "c.scn:1: error: 'help' takes the name of a command, got 'frobnicate'\n");
+}
+
+// The two lines of level 5 that declaring g1 traces.
+const std::string kGroupTraces =
+    "trace 5 doCheckMountAndPublishStatus g1 not complete\n"
+    "trace 5 handleInitialMountsComplete: no CSMG for group g1\n";
+
+TEST_F(SimCommandLine, VexTraceSetsTheLevelsAsInAnAgentAndOptionsAndCommandsOverrideIt) {
+  write("a.scn", kWorld + "group g1 m1\n");
+  const SimRun fromEnvironment = sim("a.scn", "", "Ferrolink/5");
+  EXPECT_EQ(fromEnvironment.status, 0);
+  EXPECT_EQ(fromEnvironment.err, "");
+  EXPECT_EQ(fromEnvironment.out, kGroupTraces);
+
+  EXPECT_EQ(sim("--trace=off a.scn", "", "Ferrolink/5").out, "");
+  write("b.scn", "trace off\n" + kWorld + "group g1 m1\n");
+  EXPECT_EQ(sim("b.scn", "", "Ferrolink/5").out, "");
+}
+
+TEST_F(SimCommandLine, AVexTraceItemThatEnablesNothingIsNamedOnceAndTheRunGoesOn) {
+  write("a.scn", kWorld + "group g1 m1\n");
+  const SimRun malformed = sim("a.scn", "", "Ferrolink/5-x");
+  EXPECT_EQ(malformed.status, 0);
+  EXPECT_EQ(malformed.out, "");
+  EXPECT_EQ(malformed.err,
+            "hubstore-sim: VEX_TRACE: ignored 'Ferrolink/5-x' (LEVELS is a comma list of levels 0-9 and ranges, or "
+            "off); the library's facility is Ferrolink, e.g. Ferrolink/5,7-8\n");
+
+  // The library passes over the bad item and applies the good one.
+  const SimRun mixed = sim("a.scn", "", "Ferrolink/x Ferrolink/5 Frolink/5");
+  EXPECT_EQ(mixed.status, 0);
+  EXPECT_EQ(mixed.out, kGroupTraces);
+  EXPECT_EQ(std::count(mixed.err.begin(), mixed.err.end(), '\n'), 1) << mixed.err;
+  EXPECT_NE(mixed.err.find("'Ferrolink/x' (LEVELS"), std::string::npos) << mixed.err;
+  EXPECT_NE(mixed.err.find("'Frolink/5' (no facility Frolink)"), std::string::npos) << mixed.err;
+}
+
+TEST_F(SimCommandLine, JsonPrintsOneObjectPerLineWithItsKindAndFields) {
+  write("a.scn", kWorld +
+                     "echo \"say \\\"hi\\\"\" back\\slash\ntrace 5\ngroup g1 m1\ntrace off\n"
+                     "systemStatus 00:1C:73:00:00:01 g1=mounting\nmounter d default\ngroup g1 d\n"
+                     "serviceDel\nrecordDel controller/mount/config/service/agentB\n"
+                     "recordDel controller/publish/config/service/agentB\ndump\nhelp quit\n");
+  const SimRun run = sim("--json a.scn");
+  EXPECT_EQ(run.status, 0) << run.err;
+  std::string help;
+  std::istringstream entry(hubstore::sim::commandHelp(*hubstore::sim::findCommand("quit")));
+  for (std::string line; std::getline(entry, line);) help += R"({"kind":"help","line":")" + line + "\"}\n";
+  EXPECT_EQ(run.out,
+            R"({"kind":"echo","text":"say \"hi\" back\\slash"})" "\n"
+            R"({"kind":"trace","level":5,"text":"doCheckMountAndPublishStatus g1 not complete"})" "\n"
+            R"({"kind":"trace","level":5,"text":"handleInitialMountsComplete: no CSMG for group g1"})" "\n"
+            R"({"kind":"hook","mounter":"m1","hook":"doHandleControllerMountState","group":"g1",)"
+            R"("system":"00:1c:73:00:00:01","state":"mounting"})" "\n"
+            R"({"kind":"error","type":"Vex::MutatorReinstantiatingException","message":"cannot reinstantiate )"
+            R"(serviceMountGroup[g1]: attribute mounter (272) is hubstore::sim::RecordingMounter#1, )"
+            R"(new value Controller::HubstoreServiceMounter#1"})" "\n"
+            R"({"kind":"dump","line":"dump begin"})" "\n"
+            R"({"kind":"dump","line":"mountConfig = none"})" "\n"
+            R"({"kind":"dump","line":"publishConfig = none"})" "\n"
+            R"({"kind":"dump","line":"dump end"})" "\n" + help);
+
+  // A hook that names only its group, and --quiet keeping the error lines.
+  write("b.scn", kClosableGroup + "groupClosed g1 true\nmounter d default\ngroup g1 d\n");
+  const SimRun quiet = sim("--json --quiet b.scn");
+  EXPECT_EQ(quiet.out.rfind(R"({"kind":"error","type":"Vex::MutatorReinstantiatingException",)", 0), 0u) << quiet.out;
+  EXPECT_EQ(sim("--json b.scn").out.rfind(R"({"kind":"hook","mounter":"m1","hook":"doMountsComplete","group":"g1"})"
+                                          "\n", 0),
+            0u);
+}
+
+TEST_F(SimCommandLine, AFailedAssertionIsPrecededByTheLinesThatWereRunning) {
+  write("a.scn", "agent agentB\nmounter m1\n  service   svcA  # no records\n");
+  const SimRun run = sim("a.scn");
+  EXPECT_EQ(run.status, -1);  // aborted
+  EXPECT_EQ(run.err, "a.scn:3: while running: service svcA\nassertion failed: smc\n");
+
+  // A group without a version allow-list closed by a hook: both lines are named.
+  write("b.scn", kClosableGroup + "group g2 m1\nwhen m1 doMountsComplete g1 groupClosed g2 true\n");
+  const SimRun nested = sim("b.scn -", "echo from standard input\ngroupClosed g1 true\n");
+  EXPECT_EQ(nested.status, -1);
+  EXPECT_EQ(nested.out, "# from standard input\nhook m1 doMountsComplete g1\n");
+  EXPECT_EQ(nested.err,
+            "<stdin>:2: while running: groupClosed g1 true\n"
+            "b.scn:10: in a hook, while running: groupClosed g2 true\n"
+            "assertion failed: versionWhiteList() && \" mountgroup is missing version filter \"\n");
+}
+
+// What a terminal shows of a session: the sim runs with no file on a
+// pseudo-terminal that echoes nothing and leaves line ends alone, `typed`
+// is typed at once, and everything the sim writes is read until it exits.
+struct TerminalSession {
+  int status;
+  std::string screen;
+};
+
+TerminalSession onTerminal(const std::string& typed) {
+  const int master = ::posix_openpt(O_RDWR | O_NOCTTY);
+  if (master < 0 || ::grantpt(master) != 0 || ::unlockpt(master) != 0) return {-2, "no pseudo-terminal"};
+  const std::string slaveName = ::ptsname(master);
+  // Set before the sim starts, so that nothing typed is echoed.
+  const int slave = ::open(slaveName.c_str(), O_RDWR | O_NOCTTY);
+  termios mode{};
+  ::tcgetattr(slave, &mode);
+  mode.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+  mode.c_oflag &= ~static_cast<tcflag_t>(OPOST);
+  ::tcsetattr(slave, TCSANOW, &mode);
+  const pid_t child = ::fork();
+  if (child == 0) {
+    ::setsid();
+    const int terminal = ::open(slaveName.c_str(), O_RDWR);  // becomes the controlling terminal
+    for (int fd = 0; fd < 3; ++fd) ::dup2(terminal, fd);
+    ::close(terminal);
+    ::close(slave);
+    ::close(master);
+    ::unsetenv("VEX_TRACE");
+    ::execl(HUBSTORE_SIM_PATH, "hubstore-sim", static_cast<char*>(nullptr));
+    ::_exit(127);
+  }
+  ::close(slave);
+  if (::write(master, typed.data(), typed.size()) != static_cast<ssize_t>(typed.size())) return {-2, "cannot type"};
+  std::string screen;
+  char buffer[4096];
+  ssize_t got;
+  // Once the sim has exited and the terminal has no writer, read fails (EIO).
+  while ((got = ::read(master, buffer, sizeof buffer)) > 0 || (got < 0 && errno == EINTR)) {
+    if (got > 0) screen.append(buffer, static_cast<std::size_t>(got));
+  }
+  ::close(master);
+  int raw = 0;
+  ::waitpid(child, &raw, 0);
+  return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, screen};
+}
+
+const std::string kGreeting =
+    "hubstore-sim " HUBSTORE_VERSION_STRING ": type a command, 'help' for the list, 'quit' or Ctrl-D to end\n";
+const std::string kPrompt = "hubstore-sim> ";
+
+TEST(SimAtATerminal, RunsEachCommandAsTypedAndAnErrorDoesNotEndTheSession) {
+  const TerminalSession session =
+      onTerminal("agent agentB\necho hello\nfrobnicate\ngroupDel g9\nhelp whenDel\n"
+                 "records\nmounter m1\nservice svcA\ngroup g1 m1\nsystemStatus 00:1c:73:00:00:01 g1=mounted\n\x04");
+  EXPECT_EQ(session.status, 0);
+  EXPECT_EQ(session.screen,
+            kGreeting + kPrompt + kPrompt + "# hello\n" + kPrompt + "<stdin>:3: error: unknown command 'frobnicate'\n" +
+                kPrompt + "<stdin>:4: error: no service (create one with 'service NAME')\n" + kPrompt +
+                hubstore::sim::commandHelp(*hubstore::sim::findCommand("whenDel")) + kPrompt + kPrompt + kPrompt +
+                kPrompt + kPrompt + "hook m1 doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted\n" + kPrompt +
+                "\n");
+}
+
+TEST(SimAtATerminal, QuitEndsTheSessionAndWhatFollowsIsNotRun) {
+  const TerminalSession session = onTerminal("echo one\nquit\necho two\n");
+  EXPECT_EQ(session.status, 0);
+  EXPECT_EQ(session.screen, kGreeting + kPrompt + "# one\n" + kPrompt);
 }
 
 }  // namespace

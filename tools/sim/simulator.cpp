@@ -1,23 +1,27 @@
 #include "tools/sim/simulator.h"
 
 #include <exception>
+#include <set>
 #include <string_view>
 
-#include "allowlist/switch_white_list.h"
-#include "allowlist/version_white_list.h"
-#include "foundations/exception.h"
-#include "foundations/ferrolink.h"
-#include "foundations/hubstore_status.h"
-#include "foundations/mount_state.h"
-#include "foundations/service_mount_config.h"
-#include "foundations/service_mount_status.h"
-#include "foundations/service_publish_config.h"
-#include "foundations/service_publish_status.h"
-#include "foundations/system_id.h"
-#include "mountgroup/hubstore_service_mount_group.h"
+#include <hubstore/allowlist/switch_white_list.h>
+#include <hubstore/allowlist/version_white_list.h>
+#include <hubstore/foundations/framework/assert.h>
+#include <hubstore/foundations/framework/exception.h>
+#include <hubstore/foundations/framework/ferrolink.h>
+#include <hubstore/foundations/records/hubstore_status.h>
+#include <hubstore/foundations/records/mount_state.h>
+#include <hubstore/foundations/records/service_mount_config.h>
+#include <hubstore/foundations/records/service_mount_status.h>
+#include <hubstore/foundations/records/service_publish_config.h>
+#include <hubstore/foundations/records/service_publish_status.h>
+#include <hubstore/foundations/records/system_id.h>
+#include <hubstore/mountgroup/hubstore_service_mount_group.h>
+#include "tools/sim/command_reference.h"
 #include "tools/sim/config_dump.h"
 #include "tools/sim/recording_mounter.h"
 #include "tools/sim/scenario_error.h"
+#include "tools/sim/timeline.h"
 
 namespace hubstore::sim {
 
@@ -69,10 +73,24 @@ Vex::Ptr<Record> recordAt(const Mirra::EntityManager& em, const std::string& pat
 
 }  // namespace
 
+// Holds a command in the list of those running for as long as it runs, so that
+// a failed assertion can name them.
+class Simulator::Running {
+ public:
+  Running(Simulator& simulator, const Command& command) : running_(simulator.running_) {
+    running_.push_back(&command);
+  }
+  ~Running() { running_.pop_back(); }
+  Running(const Running&) = delete;
+  Running& operator=(const Running&) = delete;
+
+ private:
+  std::vector<const Command*>& running_;
+};
+
 Simulator::Simulator(Output& out) : out_(out), em_(Mirra::EntityManager::EntityManagerIs()) {
   Vex::traceSinkIs(&out_);
-  // Tracing starts off, whatever the environment enables.
-  Controller::ferrolink.levelsIs(0);
+  Vex::assertionContextIs(&Simulator::writeAssertionContext, this);
 }
 
 Simulator::~Simulator() {
@@ -84,36 +102,116 @@ Simulator::~Simulator() {
   agent_ = nullptr;
   em_ = nullptr;
   Vex::traceSinkIs(nullptr);
+  Vex::assertionContextIs(nullptr, nullptr);
+}
+
+void Simulator::writeAssertionContext(void* simulator) {
+  const std::vector<const Command*>& running = static_cast<Simulator*>(simulator)->running_;
+  for (std::size_t i = 0; i < running.size(); ++i) {
+    std::fprintf(stderr, "%s:%d: %swhile running: %s\n", running[i]->file.c_str(), running[i]->line,
+                 i == 0 ? "" : "in a hook, ", running[i]->source.c_str());
+  }
 }
 
 void Simulator::traceLevelsIs(std::uint32_t mask) { Controller::ferrolink.levelsIs(mask); }
 
 int Simulator::run(const std::vector<Command>& commands, std::FILE* errors) {
+  errors_ = errors;
+  hookActionFailed_ = false;
   for (const Command& command : commands) {
+    if (ended_) break;
+    if (timeline_) timeline_->stepBegin(command);
     try {
       execute(command);
     } catch (const ScenarioError& error) {
-      std::fflush(stdout);
-      std::fprintf(errors, "%s:%d: error: %s\n", command.file.c_str(), command.line, error.what());
-      std::fflush(errors);
+      reportError(command, error.what());
+      stepEnd();
       return 1;
     }
+    stepEnd();
   }
-  return 0;
+  return hookActionFailed_ ? 1 : 0;
 }
 
-void Simulator::execute(const Command& command) {
-  const auto& table = handlers();
-  const auto handler = table.find(command.verb);
-  if (handler == table.end()) throw ScenarioError("no such command '" + command.verb + "'");
+void Simulator::reportError(const Command& command, const char* message) {
+  std::fflush(stdout);
+  std::fprintf(errors_, "%s:%d: error: %s\n", command.file.c_str(), command.line, message);
+  std::fflush(errors_);
+  if (timeline_) timeline_->errorRaised(command.file + ":" + std::to_string(command.line) + ": error: " + message);
+}
+
+void Simulator::switchTouched(const std::string& system) {
+  if (timeline_) timeline_->switchTouched(system);
+}
+
+void Simulator::everythingTouched() {
+  if (timeline_) timeline_->everythingTouched();
+}
+
+void Simulator::stepEnd() {
+  if (!timeline_) return;
+  Vex::Ptr<ServiceMountStatus> status;
+  if (agent_) status = Vex::ptr_cast<ServiceMountStatus>(em_->getEntity(mountStatusPath(agent_->name())));
+  timeline_->stepEnd(status.get(), service_.get());
+}
+
+template <class Work>
+void Simulator::printingExceptions(Work work) {
   try {
-    (this->*handler->second)(command);
+    work();
   } catch (const ScenarioError&) {
     throw;
   } catch (const Vex::Exception& e) {
     out_.exceptionLine(e.typeName(), e.message().view());
+    if (timeline_) timeline_->errorRaised(std::string(e.typeName()) + ": " + e.message().stdString());
   } catch (const std::exception& e) {
     out_.exceptionLine("std::exception", e.what());
+    if (timeline_) timeline_->errorRaised(std::string("std::exception: ") + e.what());
+  }
+}
+
+void Simulator::execute(const Command& command) {
+  const Running running(*this, command);
+  printingExceptions([&] { dispatch(command); });
+  if (store_) printingExceptions([this] { store_->process(); });
+}
+
+void Simulator::followStore() {
+  if (store_) printingExceptions([this] { store_->process(); });
+}
+
+void Simulator::dispatch(const Command& command) {
+  const auto& table = handlers();
+  const auto handler = table.find(command.verb);
+  if (handler == table.end()) throw ScenarioError("no such command '" + command.verb + "'");
+  if (store_) {
+    // The side a process writes is the side it keeps in the store.
+    static const std::set<std::string, std::less<>> configWrites = {"service", "set", "unset", "restart"};
+    static const std::set<std::string, std::less<>> statusWrites = {
+        "systemStatus", "systemStatusDel", "serviceMountGroupStatus", "serviceMountGroupStatusDel", "mountState",
+        "initialMountsComplete", "initialMountsCompleteDel", "mountedPathPrefix", "mountedPathPrefixDel",
+        "publishGroupStatus", "publishGroupStatusDel", "publishStatus", "publishStatusDel", "leaderGenId"};
+    if (configWrites.count(command.verb)) store_->ownedIs(RecordStore::Side::config);
+    if (statusWrites.count(command.verb)) store_->ownedIs(RecordStore::Side::status);
+  }
+  (this->*handler->second)(command);
+}
+
+void Simulator::runHookAction(const Command& command) {
+  // Hooks whose commands call them again without end would exhaust the stack.
+  // The scenario's own line runs below them.
+  constexpr std::size_t kMaxDepth = 100;
+  if (running_.size() > kMaxDepth) {
+    reportError(command, ("not run: commands run by hooks nest " + std::to_string(kMaxDepth) + " deep").c_str());
+    hookActionFailed_ = true;
+    return;
+  }
+  const Running running(*this, command);
+  try {
+    dispatch(command);
+  } catch (const ScenarioError& error) {
+    reportError(command, error.what());
+    hookActionFailed_ = true;
   }
 }
 
@@ -171,9 +269,14 @@ const std::map<std::string, Simulator::Handler, std::less<>>& Simulator::handler
       {"allowedVersion", &Simulator::allowedVersionCommand},
       {"allowedVersionDel", &Simulator::allowedVersionDelCommand},
       {"allowedVersionDelAll", &Simulator::allowedVersionDelAllCommand},
+      {"when", &Simulator::whenCommand},
+      {"whenDel", &Simulator::whenDelCommand},
       {"trace", &Simulator::traceCommand},
       {"dump", &Simulator::dumpCommand},
+      {"explain", &Simulator::explainCommand},
       {"echo", &Simulator::echoCommand},
+      {"help", &Simulator::helpCommand},
+      {"quit", &Simulator::quitCommand},
   };
   return table;
 }
@@ -215,6 +318,12 @@ Vex::Ptr<Controller::HubstoreServiceMounter> Simulator::mounter(const std::strin
   return found->second;
 }
 
+Vex::Ptr<RecordingMounter> Simulator::recordingMounter(const std::string& name) const {
+  auto recording = Vex::ptr_cast<RecordingMounter>(mounter(name));
+  if (!recording) throw ScenarioError("mounter " + name + " is a default mounter: it has no recording hooks to act");
+  return recording;
+}
+
 Vex::Ptr<ServiceMountStatus> Simulator::mountStatusRecord() const {
   return recordAt<ServiceMountStatus>(*em_, mountStatusPath(agentName()), "Controller::ServiceMountStatus");
 }
@@ -236,26 +345,36 @@ Vex::Ptr<SystemStatus> Simulator::systemStatusRecord(const std::string& system) 
 void Simulator::agentCommand(const Command& c) {
   agent_ = Mirra::Agent::AgentIs(Vex::String(c.args[0]));
   Controller::globalAgent = agent_.get();
+  if (store_) store_->agentIs(c.args[0], *em_);
+  everythingTouched();
+}
+
+void Simulator::placeRecord(const Vex::String& path, const Vex::Ptr<Vex::Entity>& record) {
+  store_ ? store_->recordIs(path, record) : em_->entityIs(path, record);
 }
 
 void Simulator::recordsCommand(const Command& c) {
   const Vex::String agent = agentName();
   auto status = Hubstore::Status::StatusIs(recordName(kHubstoreStatusPath));
   status->leaderGenIdIs(Vex::String(c.fields.empty() ? std::string("gen-1") : c.fields[0].second));
-  em_->entityIs(Vex::String(kHubstoreStatusPath), status);
-  em_->entityIs(ConfigDump::mountConfigPath(agent), Controller::ServiceMountConfig::ServiceMountConfigIs(agent));
-  em_->entityIs(mountStatusPath(agent), ServiceMountStatus::ServiceMountStatusIs(agent));
-  em_->entityIs(ConfigDump::publishConfigPath(agent), Controller::ServicePublishConfig::ServicePublishConfigIs(agent));
-  em_->entityIs(publishStatusPath(agent), ServicePublishStatus::ServicePublishStatusIs(agent));
+  placeRecord(Vex::String(kHubstoreStatusPath), status);
+  placeRecord(ConfigDump::mountConfigPath(agent), Controller::ServiceMountConfig::ServiceMountConfigIs(agent));
+  placeRecord(mountStatusPath(agent), ServiceMountStatus::ServiceMountStatusIs(agent));
+  placeRecord(ConfigDump::publishConfigPath(agent), Controller::ServicePublishConfig::ServicePublishConfigIs(agent));
+  placeRecord(publishStatusPath(agent), ServicePublishStatus::ServicePublishStatusIs(agent));
+  everythingTouched();
 }
 
 void Simulator::recordCommand(const Command& c) {
   // The parser put the qualified type name in `scalar`.
-  em_->entityIs(Vex::String(c.args[0]), newRecord(c.scalar, recordName(c.args[0])));
+  placeRecord(Vex::String(c.args[0]), newRecord(c.scalar, recordName(c.args[0])));
+  everythingTouched();
 }
 
 void Simulator::recordDelCommand(const Command& c) {
-  if (!em_->entityDel(Vex::String(c.args[0]))) throw ScenarioError("no record at " + c.args[0]);
+  const Vex::String path(c.args[0]);
+  if (!(store_ ? store_->recordDel(path) : em_->entityDel(path))) throw ScenarioError("no record at " + c.args[0]);
+  everythingTouched();
 }
 
 void Simulator::leaderGenIdCommand(const Command& c) {
@@ -287,17 +406,21 @@ void Simulator::systemStatusCommand(const Command& c) {
   // The switch record arrives already holding its group statuses.
   auto system = SystemStatus::SystemStatusIs(Vex::Name(c.args[0]));
   for (const auto& [group, state] : c.fields) system->serviceMountGroupStatusIs(Vex::Name(group), stateArg(state));
+  switchTouched(c.args[0]);
   status->systemStatusIs(system);
 }
 
 void Simulator::systemStatusDelCommand(const Command& c) {
   systemStatusRecord(c.args[0]);
+  switchTouched(c.args[0]);
   mountStatusRecord()->systemStatusDel(Vex::Name(c.args[0]));
 }
 
 void Simulator::serviceMountGroupStatusCommand(const Command& c) {
   const auto state = c.args.size() > 2 ? stateArg(c.args[2]) : Controller::mountStateUnknown;
-  systemStatusRecord(c.args[0])->serviceMountGroupStatusIs(Vex::Name(c.args[1]), state);
+  auto system = systemStatusRecord(c.args[0]);
+  switchTouched(c.args[0]);
+  system->serviceMountGroupStatusIs(Vex::Name(c.args[1]), state);
 }
 
 void Simulator::serviceMountGroupStatusDelCommand(const Command& c) {
@@ -305,6 +428,7 @@ void Simulator::serviceMountGroupStatusDelCommand(const Command& c) {
   if (!system->serviceMountGroupStatusRaw(Vex::Name(c.args[1]))) {
     throw ScenarioError("switch status " + c.args[0] + " has no group status " + c.args[1]);
   }
+  switchTouched(c.args[0]);
   system->serviceMountGroupStatusDel(Vex::Name(c.args[1]));
 }
 
@@ -313,6 +437,7 @@ void Simulator::mountStateCommand(const Command& c) {
   if (!system->serviceMountGroupStatusRaw(Vex::Name(c.args[1]))) {
     throw ScenarioError("switch status " + c.args[0] + " has no group status " + c.args[1]);
   }
+  switchTouched(c.args[0]);
   system->serviceMountGroupStatusIs(Vex::Name(c.args[1]))->mountStateIs(stateArg(c.args[2]));
 }
 
@@ -366,10 +491,15 @@ void Simulator::publishStatusDelCommand(const Command& c) {
 void Simulator::mounterCommand(const Command& c) {
   const std::string& name = c.args[0];
   if (mounters_.count(name)) throw ScenarioError("mounter " + name + " exists");
-  if (c.args.size() > 1) {
+  if (c.args.size() == 2) {
     mounters_[name] = Vex::make<Controller::HubstoreServiceMounter>();
   } else {
-    mounters_[name] = Vex::make<RecordingMounter>(name, out_);
+    // c.hook names the throwing hook of `mounter M throwing HOOK`.
+    mounters_[name] = Vex::make<RecordingMounter>(
+        name, out_, [this](const Command& action) { runHookAction(action); }, c.hook,
+        [this](const HookCall& call) {
+          if (timeline_) timeline_->hookCalled(call);
+        });
   }
 }
 
@@ -487,6 +617,10 @@ void Simulator::allowedVersionDelCommand(const Command& c) {
 
 void Simulator::allowedVersionDelAllCommand(const Command& c) { versionList(c.args[0])->allowedVersionDelAll(); }
 
+void Simulator::whenCommand(const Command& c) { recordingMounter(c.args[0])->actionIs(*c.hook, c.args[2], c.action); }
+
+void Simulator::whenDelCommand(const Command& c) { recordingMounter(c.args[0])->actionDelAll(); }
+
 // ---------------------------------------------------------------------------
 // The tool
 
@@ -495,15 +629,44 @@ void Simulator::traceCommand(const Command& c) { traceLevelsIs(*parseTraceLevels
 void Simulator::dumpCommand(const Command&) {
   ConfigDump config(*em_, agentName());
   const std::vector<std::string> lines = config.lines();
-  out_.line("dump begin");
-  for (const std::string& line : lines) out_.line(line);
-  out_.line("dump end");
+  auto dumpLine = [this](const std::string& line) { out_.line(LineKind::Dump, line, {{"line", line}}); };
+  dumpLine("dump begin");
+  for (const std::string& line : lines) dumpLine(line);
+  dumpLine("dump end");
+}
+
+void Simulator::explainCommand(const Command& c) {
+  const std::string text =
+      c.args.empty() ? service().completionReport().text() : group(c.args[0])->completionReport().text();
+  auto explainLine = [this](const std::string& line) { out_.line(LineKind::Explain, line, {{"line", line}}); };
+  explainLine(c.args.empty() ? "explain begin" : "explain begin " + quoteIfNeeded(c.args[0]));
+  for (std::size_t start = 0, end; start < text.size(); start = end + 1) {
+    end = text.find('\n', start);
+    explainLine(text.substr(start, end - start));
+  }
+  explainLine("explain end");
 }
 
 void Simulator::echoCommand(const Command& c) {
-  std::string text = "#";
-  for (const std::string& word : c.args) text += " " + word;
-  out_.line(text);
+  std::string text;
+  for (const std::string& word : c.args) text += (&word == &c.args.front() ? "" : " ") + word;
+  out_.line(LineKind::Echo, c.args.empty() ? "#" : "# " + text, {{"text", text}});
 }
+
+void Simulator::helpCommand(const Command& c) {
+  const CommandEntry* entry = c.args.empty() ? nullptr : findCommand(c.args[0]);
+  if (!c.args.empty() && !entry) throw ScenarioError("no help for " + c.args[0]);
+  const std::string text = entry ? commandHelp(*entry) : commandList();
+  for (std::size_t start = 0; start < text.size();) {
+    const std::size_t end = text.find('\n', start);
+    const std::string line = text.substr(start, end - start);
+    out_.line(LineKind::Help, line, {{"line", line}});
+    start = end + 1;
+  }
+}
+
+void Simulator::quitCommand(const Command&) { ended_ = true; }
+
+bool Simulator::knows(std::string_view verb) { return handlers().count(verb) > 0; }
 
 }  // namespace hubstore::sim

@@ -1,5 +1,0 @@
-#include "foundations/ferrolink.h"
-
-namespace Controller {
-Vex::TraceHandle ferrolink("Ferrolink");
-}

@@ -1,0 +1,5 @@
+#include <hubstore/foundations/framework/ferrolink.h>
+
+namespace Controller {
+Vex::TraceHandle ferrolink("Ferrolink");
+}

@@ -1,0 +1,46 @@
+#pragma once
+// Vex::PtrInterface::NotifieeConst: the base of every reactor that watches a
+// record. It is itself counted (owners hold their reactors by Ptr) and holds a
+// counted reference to its notifier.
+//
+// Binding is two steps, so a reactor can run its owner's handler between them:
+//   notifierIs(record)          // hold the record (registration is dropped)
+//   isRegisteredNotifieeIs(true) // start receiving onAttribute()
+// The destructor unregisters, so a dying reactor is never called again.
+//
+// Vex::NotifieeConstOf<R> adds the typed accessor for a reactor over records
+// of type R.
+
+#include <hubstore/foundations/framework/ptr.h>
+#include <hubstore/foundations/framework/ptr_interface.h>
+
+namespace Vex {
+
+class PtrInterface::NotifieeConst : public PtrInterface {
+ public:
+  const Ptr<const PtrInterface>& notifierBase() const { return notifier_; }
+  // Holds `notifier` instead of the current one, unregistered from both.
+  virtual void notifierIs(const Ptr<const PtrInterface>& notifier);
+  bool isRegisteredNotifiee() const { return registered_; }
+  void isRegisteredNotifieeIs(bool registered);
+  // `key` points at the changed member's key (null for a whole attribute).
+  virtual void onAttribute(AttributeId attribute, const void* key);
+
+ protected:
+  NotifieeConst() = default;
+  ~NotifieeConst() override;
+
+ private:
+  Ptr<const PtrInterface> notifier_;
+  bool registered_ = false;
+};
+
+template <class R>
+class NotifieeConstOf : public PtrInterface::NotifieeConst {
+ public:
+  // The watched record; null when unbound.
+  const R* notifier() const { return static_cast<const R*>(notifierBase().get()); }
+  Ptr<const R> notifierPtr() const { return Ptr<const R>(notifier()); }
+};
+
+}  // namespace Vex

@@ -1,0 +1,78 @@
+#include <hubstore/foundations/framework/owner_link.h>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <hubstore/foundations/framework/type_descriptor.h>
+
+namespace Vex {
+namespace {
+
+struct Owner {
+  std::string name;
+  OwnerLinks links;
+};
+
+class Member : public PtrInterface {
+ public:
+  static const TypeDescriptor& staticType() {
+    static const TypeDescriptor type("OwnerLinkTest::Member", {});
+    return type;
+  }
+  const TypeDescriptor& fwkType() const override { return staticType(); }
+  Member(Owner* owner, std::string name, std::vector<std::string>* log)
+      : name_(std::move(name)), log_(log), owner_(owner, owner ? &owner->links : nullptr, this, &Member::ownerGone) {}
+  ~Member() override { log_->push_back(name_ + " dies"); }
+  Owner* owner() const { return owner_.get(); }
+  std::function<void()> onOwnerGone;
+
+ private:
+  void ownerGone() {
+    // The owner is still there to be used while its members let go.
+    log_->push_back(name_ + " lets go of " + owner_->name);
+    if (onOwnerGone) onOwnerGone();
+  }
+  std::string name_;
+  std::vector<std::string>* log_;
+  OwnerLink<Owner, Member> owner_;
+};
+
+using Log = std::vector<std::string>;
+
+TEST(OwnerLink, SurvivorsAreToldInLinkOrderThenReadNull) {
+  Log log;
+  Owner owner{"o", {}};
+  auto a = make<Member>(&owner, "a", &log);
+  auto b = make<Member>(&owner, "b", &log);
+  auto c = make<Member>(&owner, "c", &log);
+  b = nullptr;  // a member that dies first just unlinks
+  owner.links.ownerGone();
+  EXPECT_EQ(log, (Log{"b dies", "a lets go of o", "c lets go of o"}));
+  EXPECT_EQ(a->owner(), nullptr);
+  EXPECT_EQ(c->owner(), nullptr);
+  EXPECT_TRUE(owner.links.empty());
+  EXPECT_EQ(make<Member>(nullptr, "d", &log)->owner(), nullptr);
+}
+
+TEST(OwnerLink, AHandlerMayReleaseItsOwnMemberOrAnotherOne) {
+  Log log;
+  Owner owner{"o", {}};
+  auto a = make<Member>(&owner, "a", &log);
+  auto b = make<Member>(&owner, "b", &log);
+  auto c = make<Member>(&owner, "c", &log);
+  // a drops the last reference to itself and to c: a dies after its call,
+  // c is never told.
+  a->onOwnerGone = [&] {
+    a = nullptr;
+    c = nullptr;
+  };
+  owner.links.ownerGone();
+  EXPECT_EQ(log, (Log{"a lets go of o", "c dies", "a dies", "b lets go of o"}));
+  EXPECT_EQ(b->owner(), nullptr);
+}
+
+}  // namespace
+}  // namespace Vex

@@ -1,0 +1,111 @@
+#pragma once
+// Vex::PtrInterface: the base of every counted object of the framework.
+//
+// An object is born holding one reference, the construction reference, which
+// Vex::make() hands to the Ptr it returns:
+//
+//   Ptr<Foo> foo = Vex::make<Foo>(args);   // count 1: foo
+//   Ptr<Foo> other = foo;                  // count 2
+//   other = nullptr;                       // count 1
+//   foo = nullptr;                         // count 0: handleZeroRef() deletes it
+//
+// Starting at one (not zero) keeps an object alive while its own constructor
+// hands `this` to code that takes and drops a counted reference.
+//
+// Besides the count, every object carries two framework flags:
+//  - notification active: a notifiee that is not active is skipped when its
+//    notifier reports a change; owners pass the flag on to their reactors.
+//  - marked for deletion: set by vexDoZombieReactors(true) when an owner starts
+//    to die, so its reactors ignore late notifications.
+
+#include <cstdint>
+
+#include <hubstore/foundations/framework/reference_count.h>
+
+namespace Vex {
+
+class NotifieeList;
+class TypeDescriptor;
+using AttributeId = std::uint32_t;
+
+class PtrInterface {
+ public:
+  class NotifieeConst;
+
+  PtrInterface(const PtrInterface&) = delete;
+  PtrInterface& operator=(const PtrInterface&) = delete;
+
+  void referencesInc() const { countIncrement(references_); }
+  void referencesDec() const {
+    if (!countDecrement(references_)) return;
+    if (inUse_) {
+      releasedInUse_ = true;  // the UseScope that ends last finishes it
+    } else {
+      handleZeroRef();
+    }
+  }
+  std::uint32_t references() const { return references_; }
+
+  // Keeps an object alive for one scope, as a counted reference would, at the
+  // cost of a flag: a release of the last reference inside the scope only
+  // marks the object, and the outermost scope on it deletes it as it ends
+  // (unless it was taken again meanwhile). A dispatch does this for every
+  // notifiee it calls. Only while threadSafePointers() is off: another thread
+  // could release the object at any moment, and only a count stops that.
+  class UseScope {
+   public:
+    explicit UseScope(const PtrInterface* object) : object_(object), outermost_(!object->inUse_) {
+      object_->inUse_ = true;
+    }
+    UseScope(const UseScope&) = delete;
+    UseScope& operator=(const UseScope&) = delete;
+    ~UseScope() {
+      if (!outermost_) return;
+      object_->inUse_ = false;
+      if (object_->releasedInUse_) [[unlikely]] object_->finishUse();
+    }
+
+   private:
+    const PtrInterface* object_;
+    bool outermost_;
+  };
+
+  // Objects that can be watched return their list; others have none.
+  virtual NotifieeList* notifieeList() const { return nullptr; }
+
+  bool hasNotificationActive() const { return notificationActive_; }
+  virtual void hasNotificationActiveIs(bool active) { notificationActive_ = active; }
+
+  bool vexMarkedForDeletion() const { return markedForDeletion_; }
+  void vexMarkedForDeletionIs(bool marked) { markedForDeletion_ = marked; }
+  // Owners override this to pass the mark on to their inner reactors.
+  virtual void vexDoZombieReactors(bool zombie) { markedForDeletion_ = zombie; }
+
+  virtual const TypeDescriptor& fwkType() const = 0;
+
+  // Called by Vex::make once construction succeeded: from then on the object
+  // is counted live under `type` until its destructor runs.
+  void allocationTrackedIs(const TypeDescriptor& type);
+  // 1 for the first object of its type created by Vex::make, 2 for the next...
+  // 0 for an object made otherwise. Deterministic within one process run.
+  std::uint32_t serialNumber() const { return serialNumber_; }
+
+ protected:
+  PtrInterface() = default;
+  virtual ~PtrInterface();
+  virtual void handleZeroRef() const { delete this; }
+
+ private:
+  // The end of the outermost UseScope on an object released inside it.
+  void finishUse() const;
+
+  mutable std::uint32_t references_ = 1;
+  bool notificationActive_ = false;
+  bool markedForDeletion_ = false;
+  mutable bool inUse_ = false;
+  mutable bool releasedInUse_ = false;
+  std::uint32_t serialNumber_ = 0;
+  const TypeDescriptor* trackedType_ = nullptr;
+};
+
+}  // namespace Vex

@@ -1,0 +1,101 @@
+#include <hubstore/foundations/framework/ptr.h>
+
+#include <gtest/gtest.h>
+
+#include <hubstore/foundations/framework/exception.h>
+#include <hubstore/foundations/framework/test_record.h>
+
+namespace Vex::testing {
+namespace {
+
+// Logs its own destruction, to see the order of releases.
+class Logged : public PtrInterface {
+ public:
+  static const TypeDescriptor& staticType() {
+    static const TypeDescriptor type("Vex::testing::Logged", {});
+    return type;
+  }
+  const TypeDescriptor& fwkType() const override { return staticType(); }
+  Logged(std::string name, std::string* log) : name_(std::move(name)), log_(log) {}
+  ~Logged() override { *log_ += "~" + name_ + " "; }
+  Ptr<Logged> next;
+
+ private:
+  std::string name_;
+  std::string* log_;
+};
+
+TEST(Ptr, CountsReferencesAndTracksLiveObjectsPerType) {
+  std::string log;
+  {
+    Ptr<Logged> a = make<Logged>("a", &log);
+    EXPECT_EQ(a->references(), 1u);
+    Ptr<const Logged> view = a;
+    EXPECT_EQ(a->references(), 2u);
+    EXPECT_EQ(Logged::staticType().liveCount(), 1);
+    a = nullptr;
+    EXPECT_EQ(log, "");
+  }
+  EXPECT_EQ(log, "~a ");
+  EXPECT_EQ(Logged::staticType().liveCount(), 0);
+}
+
+TEST(Ptr, AssignmentInstallsTheNewValueBeforeReleasingTheOld) {
+  std::string log;
+  Ptr<Logged> head = make<Logged>("a", &log);
+  head->next = make<Logged>("b", &log);
+  head = head->next;  // `a` held the only reference to `b`
+  EXPECT_EQ(log, "~a ");
+  EXPECT_EQ(head->references(), 1u);
+  head = nullptr;
+  EXPECT_EQ(log, "~a ~b ");
+}
+
+TEST(Ptr, DescribesObjectsByTypeAndCreationNumber) {
+  std::string log;
+  Ptr<Logged> first = make<Logged>("a", &log);
+  Ptr<Logged> second = make<Logged>("b", &log);
+  EXPECT_EQ(describe(second.get()).stdString(),
+            "Vex::testing::Logged#" + std::to_string(first->serialNumber() + 1));
+  EXPECT_EQ(describe(nullptr), "null");
+}
+
+TEST(Ptr, ThreadSafeSwitchKeepsCountsExact) {
+  threadSafePointersIs(true);
+  std::string log;
+  {
+    Ptr<Logged> a = make<Logged>("a", &log);
+    Ptr<Logged> b = a;
+    EXPECT_EQ(a->references(), 2u);
+  }
+  threadSafePointersIs(false);
+  EXPECT_EQ(log, "~a ");
+}
+
+TEST(Ptr, AnObjectReleasedInsideAUseScopeDiesWhenTheOutermostScopeEnds) {
+  std::string log;
+  Ptr<Logged> a = make<Logged>("a", &log);
+  Ptr<Logged> b = make<Logged>("b", &log);
+  {
+    const PtrInterface::UseScope outer(a.get());
+    {
+      const PtrInterface::UseScope inner(a.get());
+      a = nullptr;
+    }
+    EXPECT_EQ(log, "");  // the inner scope leaves it to the outer one
+    const PtrInterface::UseScope other(b.get());
+    Logged* raw = b.get();
+    b = nullptr;
+    b = Ptr<Logged>(raw);  // taken again before the scope ends
+  }
+  EXPECT_EQ(log, "~a ");
+  EXPECT_EQ(b->references(), 1u);
+}
+
+TEST(TypeDescriptor, InvokesOperationsByNameWithNamedArguments) {
+  Ptr<Counter> counter = Counter::CounterIs("c");
+  EXPECT_THROW(invoke(*counter, "valueIs", {}), InternalException);
+}
+
+}  // namespace
+}  // namespace Vex::testing

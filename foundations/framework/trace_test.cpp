@@ -1,0 +1,56 @@
+#include <hubstore/foundations/framework/trace.h>
+
+#include <gtest/gtest.h>
+
+#include <hubstore/foundations/framework/assert.h>
+#include <hubstore/foundations/framework/ferrolink.h>
+#include <hubstore/foundations/records/mount_state.h>
+
+namespace Vex {
+namespace {
+
+struct CapturedTrace : ::testing::Test {
+  CapturingTraceSink sink;
+  void SetUp() override { traceSinkIs(&sink); }
+  void TearDown() override {
+    traceSinkIs(nullptr);
+    Controller::ferrolink.levelsIs(0);
+  }
+};
+
+TEST_F(CapturedTrace, ADisabledLevelEvaluatesNothing) {
+  Controller::ferrolink.levelsIs(1u << 5);
+  int evaluated = 0;
+  auto expensive = [&] {
+    ++evaluated;
+    return "x";
+  };
+  HUBSTORE_TRACE(8) << expensive();
+  if (evaluated == 0) HUBSTORE_TRACE(5) << "a" << expensive();
+  else ADD_FAILURE() << "the else belongs to this if";
+  EXPECT_EQ(evaluated, 1);
+  EXPECT_EQ(sink.lines(), (std::vector<std::string>{"5 ax"}));
+}
+
+TEST_F(CapturedTrace, PiecesAreJoinedExactlyWithBoolsAndMountStatesInWords) {
+  Controller::ferrolink.levelsIs(*parseTraceLevels("0-9"));
+  HUBSTORE_TRACE(8) << "Klass::" << "handle" << " closed: " << true << "  x:" << 7u << " "
+                    << Controller::mountStateMounted;
+  EXPECT_EQ(sink.lines(), (std::vector<std::string>{"8 Klass::handle closed: true  x:7 mounted"}));
+}
+
+TEST(TraceLevels, ParseListsAndRangesAndRejectTheRest) {
+  EXPECT_EQ(parseTraceLevels("5"), 1u << 5);
+  EXPECT_EQ(parseTraceLevels("5,7-8"), (1u << 5) | (1u << 7) | (1u << 8));
+  EXPECT_EQ(parseTraceLevels("off"), 0u);
+  for (const char* bad : {"", "10", "8-7", "5,", "a", "1-"}) EXPECT_FALSE(parseTraceLevels(bad)) << bad;
+}
+
+TEST(AssertDeathTest, WritesTheExpressionTextAndAborts) {
+  int* smc = nullptr;
+  EXPECT_DEATH(VEX_ASSERT(smc), "^assertion failed: smc\n$");
+  EXPECT_DEATH(VEX_ASSERT(smc != nullptr && " a note "), "assertion failed: smc != nullptr && \" a note \"");
+}
+
+}  // namespace
+}  // namespace Vex

@@ -1,0 +1,44 @@
+#include <hubstore/foundations/platform/eth_addr.h>
+
+#include <gtest/gtest.h>
+
+#include <hubstore/foundations/records/system_id.h>
+
+namespace Lanx {
+namespace {
+
+TEST(EthAddr, ReadsTheThreeSpellingsInAnyCaseAndWritesLowercaseColons) {
+  for (const char* text : {"00:1C:73:0a:0B:0c", "00-1c-73-0A-0b-0C", "001C.730a.0B0c"}) {
+    EthAddr addr;
+    addr.stringValueIs(text);
+    EXPECT_EQ(addr.stringValue(), "00:1c:73:0a:0b:0c") << text;
+  }
+}
+
+TEST(EthAddr, RejectsMalformedTextNamingItAndKeepsTheOldValue) {
+  EthAddr addr;
+  addr.stringValueIs("00:00:00:00:00:01");
+  for (const char* bad : {"", "00:00:00:00:00", "00:00:00:00:00:0g", "00:00-00:00:00:01", "0000.0000.000",
+                          "00:00:00:00:00:001", "not-a-switch"}) {
+    try {
+      addr.stringValueIs(bad);
+      ADD_FAILURE() << "accepted " << bad;
+    } catch (const InvalidEthAddrException& e) {
+      EXPECT_NE(std::string(e.what()).find(std::string("'") + bad + "'"), std::string::npos) << e.what();
+    }
+  }
+  EXPECT_EQ(addr.stringValue(), "00:00:00:00:00:01");
+}
+
+TEST(SystemId, EqualityOrderAndHashFollowTheAddressNotTheSpelling) {
+  auto a = Controller::SystemId::fromString("00:1c:73:00:00:02");
+  auto b = Controller::SystemId::fromString("001C.7300.0002");
+  auto c = Controller::SystemId::fromString("00:1c:73:00:00:10");
+  EXPECT_EQ(a, b);
+  EXPECT_EQ(a.hash(), b.hash());
+  EXPECT_TRUE(a < c);
+  EXPECT_FALSE(c < a);
+}
+
+}  // namespace
+}  // namespace Lanx

@@ -1,0 +1,29 @@
+#pragma once
+// Controller::MountState: one switch's mount state for one group, as the mount
+// machinery reports it. The library passes it on and prints it; it never
+// compares states.
+
+#include <optional>
+#include <ostream>
+#include <string_view>
+
+#include <hubstore/foundations/framework/trace.h>
+
+namespace Controller {
+
+enum MountState {
+  mountStateUnknown,
+  mountStateMounting,
+  mountStateMounted,
+  mountStateUnmounted,
+  mountStateFailed,
+};
+
+// "unknown", "mounting", "mounted", "unmounted", "failed".
+const char* mountStateName(MountState state);
+std::optional<MountState> mountStateFromName(std::string_view name);
+
+inline std::ostream& operator<<(std::ostream& out, MountState state) { return out << mountStateName(state); }
+inline Vex::TraceStream& operator<<(Vex::TraceStream& out, MountState state) { return out << mountStateName(state); }
+
+}  // namespace Controller

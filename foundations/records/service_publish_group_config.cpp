@@ -1,0 +1,45 @@
+#include <hubstore/foundations/records/service_publish_group_config.h>
+
+namespace Controller {
+
+const Vex::TypeDescriptor& ServicePublishGroupConfig::staticType() {
+  static const Vex::TypeDescriptor type("Controller::ServicePublishGroupConfig",
+                                        {{"name", Vex::AttributeKind::attribute, Vex::firstRecordAttribute},
+                                         {"publishConfig", Vex::AttributeKind::collection, Attr::publishConfig},
+                                         {"publishDir", Vex::AttributeKind::collection, Attr::publishDir},
+                                         {"systemFilter", Vex::AttributeKind::attribute, Attr::systemFilter},
+                                         {"versionFilter", Vex::AttributeKind::attribute, Attr::versionFilter}});
+  return type;
+}
+
+void ServicePublishGroupConfig::publishConfigIs(const Vex::Name& hubstorePath, const Vex::String& remotePath,
+                                                const Vex::String& vexcType) {
+  if (publishConfig_.valueIs(hubstorePath, PublishConfig{remotePath, vexcType})) {
+    notify(Attr::publishConfig, &hubstorePath);
+  }
+}
+
+void ServicePublishGroupConfig::publishConfigDel(Vex::Name hubstorePath) {
+  if (publishConfig_.valueDel(hubstorePath)) notify(Attr::publishConfig, &hubstorePath);
+}
+
+Vex::Ptr<PublishDir> ServicePublishGroupConfig::publishDirIs(const Vex::Name& name, const Vex::String& vexcType) {
+  if (Vex::Ptr<PublishDir> existing = publishDir_.member(name)) {
+    existing->vexcTypeIs(vexcType);
+    return existing;
+  }
+  return memberIs(publishDir_, name, Attr::publishDir,
+                  [&vexcType](const Vex::Name& key) { return PublishDir::PublishDirIs(key, vexcType); });
+}
+
+void ServicePublishGroupConfig::publishDirDel(Vex::Name name) { memberDel(publishDir_, name, Attr::publishDir); }
+
+void ServicePublishGroupConfig::systemFilterIs(const Vex::Ptr<MountFilterSystem>& filter) {
+  if (assignIfChanged(systemFilter_, filter)) notify(Attr::systemFilter);
+}
+
+void ServicePublishGroupConfig::versionFilterIs(const Vex::Ptr<MountFilterServiceVersion>& filter) {
+  if (assignIfChanged(versionFilter_, filter)) notify(Attr::versionFilter);
+}
+
+}  // namespace Controller

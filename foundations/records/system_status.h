@@ -1,0 +1,45 @@
+#pragma once
+// Controller::SystemStatus: one switch's status within a service, named by the
+// text form of the switch's Ethernet address; it holds the switch's mount
+// state for each group.
+
+#include <hubstore/foundations/records/record.h>
+#include <hubstore/foundations/records/service_mount_group_status.h>
+
+namespace Controller {
+
+class SystemStatus : public Vex::Entity {
+ public:
+  struct Attr {
+    static constexpr Vex::AttributeId serviceMountGroupStatus = Vex::firstRecordAttribute + 1;
+  };
+  static Vex::Ptr<SystemStatus> SystemStatusIs(const Vex::Name& name) { return Vex::make<SystemStatus>(name); }
+  static const Vex::TypeDescriptor& staticType();
+  const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
+
+  Vex::Ptr<const ServiceMountGroupStatus> serviceMountGroupStatus(const Vex::Name& group) const {
+    return serviceMountGroupStatus_.member(group);
+  }
+  // Lookup without taking a reference, for the per-event path.
+  const ServiceMountGroupStatus* serviceMountGroupStatusRaw(const Vex::Name& group) const {
+    return serviceMountGroupStatus_.memberRaw(group);
+  }
+  const Vex::Collection<Vex::Name, ServiceMountGroupStatus>& serviceMountGroupStatusMembers() const {
+    return serviceMountGroupStatus_;
+  }
+  // Creates the group status with `state`, or returns the existing one as it is.
+  Vex::Ptr<ServiceMountGroupStatus> serviceMountGroupStatusIs(const Vex::Name& group,
+                                                              MountState state = mountStateUnknown);
+  void serviceMountGroupStatusDel(Vex::Name group);
+
+ protected:
+  explicit SystemStatus(const Vex::Name& name)
+      : Vex::Entity(name), serviceMountGroupStatus_(this, "serviceMountGroupStatus") {}
+  template <class T, class... Args>
+  friend Vex::Ptr<T> Vex::make(Args&&...);
+
+ private:
+  Vex::Collection<Vex::Name, ServiceMountGroupStatus> serviceMountGroupStatus_;
+};
+
+}  // namespace Controller

@@ -1,0 +1,284 @@
+#include <hubstore/mountgroup/mount_group_report.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+#include <hubstore/allowlist/version_white_list.h>
+#include <hubstore/mountgroup/hubstore_service_mount_group.h>
+#include <hubstore/testing/world.h>
+
+namespace Controller {
+namespace {
+
+using Wait = MountGroupReport::Wait;
+using testing::Log;
+
+// Logs every change its record reports.
+class ChangeLog : public Vex::PtrInterface::NotifieeConst {
+ public:
+  static const Vex::TypeDescriptor& staticType() {
+    static const Vex::TypeDescriptor type("Controller::MountGroupReportTest::ChangeLog", {});
+    return type;
+  }
+  const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
+  void onAttribute(Vex::AttributeId attribute, const void*) override {
+    log_->push_back(std::to_string(attribute));
+  }
+  explicit ChangeLog(Log* log) : log_(log) {}
+
+ private:
+  Log* log_;
+};
+
+class Report : public testing::World {
+ protected:
+  Vex::Ptr<HubstoreService> service;
+  Vex::Ptr<HubstoreServiceMountGroup> group;
+  Log changes;
+  std::vector<Vex::Ptr<ChangeLog>> watchers;
+
+  void SetUp() override {
+    World::SetUp();
+    service = serviceIs("svcA");
+  }
+  void TearDown() override {
+    watchers.clear();
+    group = nullptr;
+    service = nullptr;
+    World::TearDown();
+  }
+  void watch(const Vex::Ptr<const Vex::PtrInterface>& record) {
+    Vex::Ptr<ChangeLog> watcher = watchers.emplace_back(Vex::make<ChangeLog>(&changes));
+    watcher->notifierIs(record);
+    watcher->isRegisteredNotifieeIs(true);
+    watcher->hasNotificationActiveIs(true);
+  }
+  void close() {
+    group->versionWhiteListIs(service->versionWhiteListIs("v"));
+    group->closedIs(true);
+  }
+  bool traced(const std::string& line) const {
+    return std::find(traces().begin(), traces().end(), line) != traces().end();
+  }
+};
+
+// One state a group can be in, as far as completion goes.
+struct GroupState {
+  bool closed;
+  int mounts;          // controller mounts a0, a1, ...
+  unsigned prefixes;   // bit i: a<i> has a mounted path prefix
+  int publishes;       // publish mounts /p0, /p1, ...
+  bool groupStatus;    // the publish status holds this group's status
+  unsigned published;  // bit i: /p<i> has a publish status
+  // normal, publishStatusUnwatched, mountConfigOnly, publishConfigOnly, noConfig
+  int shape;
+  bool withMounter;
+
+  std::string describe() const {
+    return "closed=" + std::to_string(closed) + " mounts=" + std::to_string(mounts) + "/" +
+           std::to_string(prefixes) + " publishes=" + std::to_string(publishes) + "/" + std::to_string(groupStatus) +
+           "/" + std::to_string(published) + " shape=" + std::to_string(shape) +
+           " mounter=" + std::to_string(withMounter);
+  }
+};
+
+TEST_F(Report, SaysCompleteExactlyWhenTheCheckReportsAndChangesNothing) {
+  std::vector<GroupState> states;
+  for (bool closed : {false, true}) {
+    for (int mounts = 0; mounts <= 2; ++mounts) {
+      for (unsigned prefixes = 0; prefixes < (1u << mounts); ++prefixes) {
+        for (int publishes = 0; publishes <= 2; ++publishes) {
+          for (bool groupStatus : {false, true}) {
+            for (unsigned published = 0; published < (groupStatus ? 1u << publishes : 1u); ++published) {
+              for (int shape = 0; shape < 5; ++shape) {
+                for (bool withMounter : {false, true}) {
+                  states.push_back({closed, mounts, prefixes, publishes, groupStatus, published, shape, withMounter});
+                }
+              }
+            }
+          }
+        }
+      }
+    }
+  }
+  int completeStates = 0;
+  for (const GroupState& state : states) {
+    SCOPED_TRACE(state.describe());
+    group = service->serviceMountGroupIs("g1", state.withMounter ? mounter : nullptr);
+    for (int i = 0; i < state.mounts; ++i) {
+      const std::string remote = "a" + std::to_string(i);
+      group->controllerMountIs(remote, "/db/" + remote, "T", "F");
+      if (state.prefixes & (1u << i)) mountStatus->mountedPathPrefixIs(remote, "/mnt/" + remote);
+    }
+    if (state.groupStatus) publishStatus->publishGroupStatusIs("g1");
+    for (int i = 0; i < state.publishes; ++i) {
+      const std::string path = "/p" + std::to_string(i);
+      group->publishMountIs(path, "/sw" + path, "T");
+      if (state.published & (1u << i)) publishStatus->publishGroupStatusIs("g1")->publishStatusIs(path);
+    }
+    if (state.closed) close();
+    // Taken away after closing, which needs both configurations.
+    const Vex::Ptr<ServiceMountGroupConfig> mountGroupConfig = group->mountGroupConfig();
+    const Vex::Ptr<ServicePublishGroupConfig> publishGroupConfig = group->publishGroupConfig();
+    if (state.shape == 1) group->publishStatusDel();
+    if (state.shape == 2 || state.shape == 4) group->publishGroupConfigIs(nullptr);
+    if (state.shape == 3 || state.shape == 4) group->mountGroupConfigIs(nullptr);
+
+    for (const auto& record : std::initializer_list<Vex::Ptr<const Vex::PtrInterface>>{
+             mountConfig, publishConfig, mountGroupConfig, publishGroupConfig, mountStatus, publishStatus}) {
+      watch(record);
+    }
+    traceOn("0-9");
+    hooks.clear();
+    const MountGroupReport report = group->completionReport();
+    EXPECT_EQ(traces(), std::vector<std::string>{});
+    EXPECT_EQ(hooks, Log{});
+    EXPECT_EQ(changes, Log{});
+    watchers.clear();
+
+    group->doCheckMountAndPublishStatus();
+    EXPECT_EQ(report.complete(), traced("5 doCheckMountAndPublishStatus : publish/mount complete for g1"));
+    EXPECT_EQ(report.toldToMounter(), std::find(hooks.begin(), hooks.end(), "doMountsComplete g1") != hooks.end());
+    // Complete exactly when nothing but the initial switch mounts is awaited.
+    std::vector<Wait> waits = report.waitsFor();
+    std::erase(waits, Wait::initialSwitchMounts);
+    EXPECT_EQ(report.complete(), waits.empty());
+    completeStates += report.complete();
+
+    trace.levelsIs("off");
+    group->mountGroupConfigIs(mountGroupConfig);
+    group->publishGroupConfigIs(publishGroupConfig);
+    group = nullptr;
+    service->serviceMountGroupDel("g1");
+    service->versionWhiteListDel("v");
+    for (auto prefix = mountStatus->mountedPathPrefixMembers().begin(); prefix != nullptr; ++prefix) {
+      mountStatus->mountedPathPrefixDel(prefix->key);
+    }
+    publishStatus->publishGroupStatusDel("g1");
+  }
+  EXPECT_GT(completeStates, 0);
+  EXPECT_LT(completeStates, static_cast<int>(states.size()));
+}
+
+TEST_F(Report, ListsWhatIsMissingInKeyOrderAndCountsTheSwitches) {
+  group = service->serviceMountGroupIs("g1", mounter);
+  for (const char* remote : {"c", "a", "b"}) group->controllerMountIs(remote, "/db", "T", "F");
+  mountStatus->mountedPathPrefixIs("b", "/mnt/b");
+  group->publishMountIs("/p2", "/sw", "T");
+  group->publishMountIs("/p1", "/sw", "T");
+  publishStatus->publishGroupStatusIs("g1")->publishStatusIs("/p1");
+  mountStatus->systemStatusIs("00:00:00:00:00:03")->serviceMountGroupStatusIs("g1", mountStateFailed);
+  mountStatus->systemStatusIs("00:00:00:00:00:01")->serviceMountGroupStatusIs("g1", mountStateMounted);
+  mountStatus->systemStatusIs("00:00:00:00:00:02")->serviceMountGroupStatusIs("g1", mountStateMounting);
+  mountStatus->systemStatusIs("00:00:00:00:00:04")->serviceMountGroupStatusIs("g2", mountStateFailed);
+  mountStatus->systemStatusIs("00:00:00:00:00:05")->serviceMountGroupStatusIs("g1", mountStateUnknown);
+
+  MountGroupReport report = group->completionReport(1);
+  EXPECT_EQ(report.withoutPathPrefix.items, std::vector<std::string>{"a"});
+  EXPECT_EQ(report.withoutPathPrefix.total, 2u);
+  EXPECT_EQ(report.withoutPublishStatus.items, std::vector<std::string>{"/p2"});
+  EXPECT_EQ(report.switches(), 4u) << "the switch without a status for g1 is not counted";
+  EXPECT_EQ(report.switchesByState, (std::array<std::size_t, 5>{1, 1, 1, 0, 1}));
+  EXPECT_EQ(report.switchesNotMounted.items,
+            (std::vector<MountGroupReport::SwitchState>{{"00:00:00:00:00:02", mountStateMounting}}));
+  EXPECT_EQ(report.switchesNotMounted.total, 3u);
+  EXPECT_EQ(report.waitsFor(),
+            (std::vector<Wait>{Wait::close, Wait::versionWhiteList, Wait::pathPrefix, Wait::publishedPaths,
+                               Wait::initialSwitchMounts}));
+  EXPECT_EQ(report.text(),
+            "group g1: not complete; waits for closing, a version allow-list (closing requires one), "
+            "mounted path prefixes, publish statuses, initial switch mounts\n"
+            "closed: false\n"
+            "version allow-list: none\n"
+            "controller mounts: 3, without a mounted path prefix: 2: a and 1 more\n"
+            "publish mounts: 2, without a publish status: 1: /p2\n"
+            "publish group status: present\n"
+            "mounter: set\n"
+            "initial switch mounts: not complete\n"
+            "switches: 4: unknown 1, mounting 1, mounted 1, unmounted 0, failed 1\n"
+            "switches not mounted: 3: 00:00:00:00:00:02 mounting and 2 more\n");
+
+  mountStatus->mountedPathPrefixIs("a", "/mnt/a");
+  mountStatus->mountedPathPrefixIs("c", "/mnt/c");
+  publishStatus->publishGroupStatusIs("g1")->publishStatusIs("/p2");
+  mountStatus->initialMountsCompleteIs("g1", true);
+  close();
+  report = group->completionReport();
+  EXPECT_TRUE(report.complete());
+  EXPECT_EQ(report.waitsFor(), std::vector<Wait>{});
+  EXPECT_EQ(report.summary(), "group g1: complete");
+  EXPECT_EQ(report.switchesNotMounted.items.size(), 3u);
+}
+
+TEST_F(Report, AGroupTheServiceLetGoTellsNobodyAndAnOrphanNeverCompletes) {
+  group = service->serviceMountGroupIs("g1", mounter);
+  publishStatus->publishGroupStatusIs("g1");
+  mountStatus->initialMountsCompleteIs("g1", true);
+  mountStatus->systemStatusIs("00:00:00:00:00:01")->serviceMountGroupStatusIs("g1", mountStateMounted);
+  close();
+  service->serviceMountGroupDel("g1");
+  MountGroupReport report = group->completionReport();
+  EXPECT_TRUE(report.complete());
+  EXPECT_FALSE(report.heldByService);
+  EXPECT_FALSE(report.toldToMounter());
+  EXPECT_EQ(report.summary(), "group g1: complete; not held by its service, nobody is told");
+
+  service = nullptr;
+  report = group->completionReport();
+  EXPECT_TRUE(report.orphaned);
+  EXPECT_FALSE(report.complete());
+  EXPECT_EQ(report.waitsFor(), std::vector<Wait>{Wait::service});
+  EXPECT_EQ(report.switches(), 0u) << "an orphan reads no service record";
+  EXPECT_EQ(report.summary(), "group g1: orphaned; its service is gone, it never completes");
+}
+
+TEST_F(Report, AClosedGroupWithoutAMountStatusWaitsForOneWhereTheCheckWouldAbort) {
+  group = service->serviceMountGroupIs("g1", nullptr);
+  group->controllerMountIs("a", "/db/a", "T", "F");
+  publishStatus->publishGroupStatusIs("g1");
+  mountStatus->mountedPathPrefixIs("a", "/mnt/a");
+  close();
+  group->mountStatusDel();
+  const MountGroupReport report = group->completionReport();
+  EXPECT_FALSE(report.complete());
+  EXPECT_EQ(report.waitsFor(), (std::vector<Wait>{Wait::mountStatus, Wait::initialSwitchMounts}));
+  EXPECT_NE(report.text().find("controller mounts: 1, without a mounted path prefix: 1 (no mount status): a\n"),
+            std::string::npos);
+}
+
+TEST(MountGroupReportText, NamesEveryFactAndQuotesWhatWouldNotReadBack) {
+  MountGroupReport report;
+  report.groupName = "my group";
+  report.closed = true;
+  report.versionWhiteList = "";
+  report.hasPublishGroupConfig = true;
+  report.publishMounts = 3;
+  report.publishStatusWatched = false;
+  report.withoutPublishStatus = {{"/a,b", "/c"}, 3};
+  report.initialMountsComplete = true;
+  report.switchesNotMounted = {{{"sw;1", mountStateFailed}}, 1};
+  report.switchesByState[mountStateFailed] = 1;
+  EXPECT_EQ(report.text(),
+            "group \"my group\": not complete; waits for the service publish status\n"
+            "closed: true\n"
+            "version allow-list: \"\"\n"
+            "controller mounts: no mount group configuration\n"
+            "publish mounts: 3, without a publish status: 3: \"/a,b\", /c and 1 more\n"
+            "publish group status: no publish status\n"
+            "mounter: none\n"
+            "initial switch mounts: complete\n"
+            "switches: 1: unknown 0, mounting 0, mounted 0, unmounted 0, failed 1\n"
+            "switches not mounted: 1: \"sw;1\" failed\n");
+  EXPECT_EQ(reportQuoted("a\"b\\c"), "\"a\\\"b\\\\c\"");
+
+  MountGroupReport empty;
+  empty.groupName = "g";
+  empty.closed = true;
+  empty.initialMountsComplete = true;
+  EXPECT_EQ(empty.summary(), "group g: not complete; waits for a group configuration");
+}
+
+}  // namespace
+}  // namespace Controller

@@ -1,0 +1,138 @@
+#include <hubstore/redis/redis_connection.h>
+
+#include <hiredis/hiredis.h>
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <cstring>
+#include <memory>
+
+namespace hubstore::redis {
+
+namespace {
+
+struct ReplyDeleter {
+  void operator()(redisReply* reply) const { freeReplyObject(reply); }
+};
+using ReplyPtr = std::unique_ptr<redisReply, ReplyDeleter>;
+
+// A subscription's message, as opposed to the reply to a command.
+bool isPush(const redisReply& reply) {
+  if (reply.type != REDIS_REPLY_ARRAY || reply.elements < 3 || reply.element[0]->type != REDIS_REPLY_STRING) {
+    return false;
+  }
+  const std::string_view kind(reply.element[0]->str, reply.element[0]->len);
+  return kind == "pmessage" || kind == "message";
+}
+
+}  // namespace
+
+RedisConnection::~RedisConnection() { close(); }
+
+bool RedisConnection::open(const RedisEndpoint& endpoint) {
+  close();
+  error_.clear();
+  context_ = endpoint.socketPath.empty() ? redisConnectNonBlock(endpoint.host.c_str(), endpoint.port)
+                                         : redisConnectUnixNonBlock(endpoint.socketPath.c_str());
+  if (!context_) return fail("out of memory");
+  if (context_->err) return fail(context_->errstr);
+  connecting_ = true;
+  return true;
+}
+
+void RedisConnection::close() {
+  if (context_) redisFree(context_);
+  context_ = nullptr;
+  connecting_ = false;
+  bufferedInput_ = false;
+  callbacks_.clear();
+}
+
+bool RedisConnection::fail(const std::string& why) {
+  error_ = name_ + " connection: " + why;
+  close();
+  return false;
+}
+
+bool RedisConnection::finishConnect() {
+  if (!connecting_) return isOpen();
+  int error = 0;
+  socklen_t length = sizeof error;
+  if (getsockopt(context_->fd, SOL_SOCKET, SO_ERROR, &error, &length) != 0) error = errno;
+  if (error != 0) return fail(std::strerror(error));
+  connecting_ = false;
+  return true;
+}
+
+int RedisConnection::fd() const { return context_ ? context_->fd : -1; }
+
+void RedisConnection::command(const std::vector<std::string_view>& args, Callback onReply) {
+  if (!context_) return;
+  std::vector<const char*> argv;
+  std::vector<std::size_t> lengths;
+  argv.reserve(args.size());
+  lengths.reserve(args.size());
+  for (std::string_view arg : args) {
+    argv.push_back(arg.data());
+    lengths.push_back(arg.size());
+  }
+  redisAppendCommandArgv(context_, static_cast<int>(argv.size()), argv.data(), lengths.data());
+  callbacks_.push_back(std::move(onReply));
+}
+
+bool RedisConnection::wantsWrite() const { return context_ && context_->obuf && sdslen(context_->obuf) > 0; }
+
+bool RedisConnection::flush() {
+  if (!context_ || connecting_) return true;
+  int done = 0;
+  while (!done) {
+    const std::size_t before = sdslen(context_->obuf);
+    if (redisBufferWrite(context_, &done) != REDIS_OK) return fail(context_->errstr);
+    if (!done && sdslen(context_->obuf) == before) break;  // the socket is full: wait until writable
+  }
+  return true;
+}
+
+bool RedisConnection::read() {
+  if (!context_ || connecting_) return isOpen();
+  if (bufferedInput_ && !dispatchBuffered()) return false;
+  // Reads until the socket is empty, with a bound so one busy connection
+  // cannot hold the event loop for long.
+  char buffer[64 * 1024];
+  for (int round = 0; round < 64 && context_; ++round) {
+    const ssize_t n = recv(context_->fd, buffer, sizeof buffer, MSG_DONTWAIT);
+    if (n == 0) return fail("the server closed the connection");
+    if (n < 0) {
+      if (errno == EAGAIN || errno == EWOULDBLOCK) break;
+      if (errno == EINTR) continue;
+      return fail(std::strerror(errno));
+    }
+    if (redisReaderFeed(context_->reader, buffer, static_cast<std::size_t>(n)) != REDIS_OK) {
+      return fail("protocol error");
+    }
+    bufferedInput_ = true;
+    if (!dispatchBuffered()) return false;
+  }
+  return isOpen();
+}
+
+bool RedisConnection::dispatchBuffered() {
+  while (context_) {
+    void* raw = nullptr;
+    if (redisReaderGetReply(context_->reader, &raw) != REDIS_OK) return fail("protocol error");
+    if (!raw) break;
+    ReplyPtr reply(static_cast<redisReply*>(raw));
+    if (isPush(*reply)) {
+      if (pushHandler_) pushHandler_(*reply);
+      continue;
+    }
+    if (callbacks_.empty()) return fail("a reply that no command asked for");
+    Callback callback = std::move(callbacks_.front());
+    callbacks_.pop_front();
+    if (callback) callback(*reply);
+  }
+  bufferedInput_ = false;
+  return isOpen();
+}
+
+}  // namespace hubstore::redis

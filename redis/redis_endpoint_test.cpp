@@ -1,0 +1,53 @@
+#include <hubstore/redis/redis_endpoint.h>
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+namespace hubstore::redis {
+namespace {
+
+TEST(RedisEndpointTest, ReadsHostPortCredentialsAndDatabase) {
+  const RedisEndpoint plain = RedisEndpoint::parse("redis://127.0.0.1:6390");
+  EXPECT_EQ(plain.host, "127.0.0.1");
+  EXPECT_EQ(plain.port, 6390);
+  EXPECT_EQ(plain.database, 0);
+  EXPECT_TRUE(plain.password.empty());
+
+  const RedisEndpoint full = RedisEndpoint::parse("redis://agent:p%40ss:w@localhost:7000/3");
+  EXPECT_EQ(full.user, "agent");
+  EXPECT_EQ(full.password, "p@ss:w");
+  EXPECT_EQ(full.host, "localhost");
+  EXPECT_EQ(full.port, 7000);
+  EXPECT_EQ(full.database, 3);
+  EXPECT_EQ(full.describe(), "localhost:7000/3");  // never the password
+
+  const RedisEndpoint passwordOnly = RedisEndpoint::parse("redis://:secret@127.0.0.1");
+  EXPECT_TRUE(passwordOnly.user.empty());
+  EXPECT_EQ(passwordOnly.password, "secret");
+  EXPECT_EQ(passwordOnly.port, 6379);
+}
+
+TEST(RedisEndpointTest, ReadsAUnixSocket) {
+  const RedisEndpoint socket = RedisEndpoint::parse("unix:///tmp/redis.sock");
+  EXPECT_EQ(socket.socketPath, "/tmp/redis.sock");
+  EXPECT_TRUE(socket.host.empty());
+  EXPECT_EQ(socket.describe(), "unix:/tmp/redis.sock");
+}
+
+TEST(RedisEndpointTest, RejectsWhatIsNotAStoreUrl) {
+  for (const char* url : {"http://127.0.0.1:6379", "redis://", "redis://host:port", "redis://host:70000",
+                          "redis://host:6379/x", "redis://user@host:6379", "redis://u:@host", "unix://relative",
+                          "redis://:%4@host"}) {
+    EXPECT_THROW(RedisEndpoint::parse(url), std::invalid_argument) << url;
+  }
+  try {
+    RedisEndpoint::parse("redis://host:port");
+    FAIL();
+  } catch (const std::invalid_argument& error) {
+    EXPECT_STREQ(error.what(), "bad store URL 'redis://host:port': port 'port' is not a number from 0 to 65535");
+  }
+}
+
+}  // namespace
+}  // namespace hubstore::redis

@@ -1,0 +1,738 @@
+#include <hubstore/redis/redis_store.h>
+
+#include <hiredis/hiredis.h>
+#include <poll.h>
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <sys/timerfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include <hubstore/foundations/records/service_mount_status.h>
+#include <hubstore/redis/redis_store_error.h>
+
+namespace hubstore::redis {
+
+Vex::TraceHandle redisStoreTrace("RedisStore");
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+constexpr std::size_t kScanCount = 1000;
+constexpr std::size_t kDeleteBatch = 1000;
+
+std::string_view text(const redisReply& reply) { return {reply.str ? reply.str : "", reply.len}; }
+
+bool isError(const redisReply& reply) { return reply.type == REDIS_REPLY_ERROR; }
+
+// A hash's fields, or nullopt for a key that does not exist (an empty hash).
+std::optional<Fields> hashFields(const redisReply& reply) {
+  if (reply.type != REDIS_REPLY_ARRAY || reply.elements == 0) return std::nullopt;
+  Fields fields;
+  for (std::size_t i = 0; i + 1 < reply.elements; i += 2) {
+    fields.emplace(std::string(text(*reply.element[i])), std::string(text(*reply.element[i + 1])));
+  }
+  return fields;
+}
+
+// The keyspace event classes the store needs: keyspace channel (K), generic
+// commands such as DEL (g), hash commands (h), expiry (x) and eviction (e).
+std::string neededEventFlags(const std::string& current) {
+  std::string flags = current;
+  const bool all = current.find('A') != std::string::npos;
+  for (char flag : std::string("Kghxe")) {
+    if (flag != 'K' && all) continue;
+    if (flags.find(flag) == std::string::npos) flags += flag;
+  }
+  return flags;
+}
+
+void drain(int fd) {
+  std::uint64_t count = 0;
+  while (::read(fd, &count, sizeof count) == static_cast<ssize_t>(sizeof count)) {
+  }
+}
+
+bool writable(int fd) {
+  pollfd p{fd, POLLOUT, 0};
+  return ::poll(&p, 1, 0) > 0;
+}
+
+}  // namespace
+
+const char* RedisStore::stateName(State state) {
+  switch (state) {
+    case State::closed:
+      return "closed";
+    case State::connecting:
+      return "connecting";
+    case State::syncing:
+      return "syncing";
+    case State::live:
+      return "live";
+    case State::disconnected:
+      return "disconnected";
+  }
+  return "invalid";
+}
+
+RedisStore::RedisStore(Vex::Ptr<Mirra::EntityManager> entityManager, Options options)
+    : em_(std::move(entityManager)), options_(std::move(options)), keys_(options_.agentName) {
+  poll_ = epoll_create1(EPOLL_CLOEXEC);
+  timer_ = timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC);
+  wake_ = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
+  if (poll_ < 0 || timer_ < 0 || wake_ < 0) throw RedisStoreError(std::string("RedisStore: ") + std::strerror(errno));
+  for (int fd : {timer_, wake_}) {
+    epoll_event event{};
+    event.events = EPOLLIN;
+    event.data.fd = fd;
+    epoll_ctl(poll_, EPOLL_CTL_ADD, fd, &event);
+  }
+  notifications_.pushHandlerIs([this](const redisReply& message) {
+    // ["pmessage", pattern, "__keyspace@DB__:KEY", event]
+    if (message.elements < 4) return;
+    const std::string_view channel = text(*message.element[2]);
+    const std::size_t colon = channel.find("__:");
+    if (colon != std::string_view::npos) onNotification(std::string(channel.substr(colon + 3)));
+  });
+}
+
+RedisStore::~RedisStore() {
+  watchers_.clear();
+  data_.close();
+  notifications_.close();
+  for (int fd : {poll_, timer_, wake_}) {
+    if (fd >= 0) ::close(fd);
+  }
+}
+
+// ---------------------------------------------------------------------------
+// Opening and the connection's lifecycle
+
+void RedisStore::open() {
+  if (state_ != State::closed) return;
+  fatalError_.clear();
+  lastError_.clear();
+  backoff_ = milliseconds(0);
+  const auto deadline = Clock::now() + options_.openTimeout;
+  startAttempt();
+  const bool ready = waitUntil([this] { return !fatalError_.empty() || (state_ == State::live && toApply_.empty()); },
+                               deadline);
+  std::string failure = fatalError_;
+  if (failure.empty() && !ready) {
+    failure = "no answer from redis at " + options_.endpoint.describe() + " within " +
+              std::to_string(options_.openTimeout.count()) + " ms" +
+              (lastError_.empty() ? std::string() : " (" + lastError_ + ")");
+  }
+  if (!failure.empty()) {
+    watchFd(data_.fd(), false, false);
+    watchFd(notifications_.fd(), false, false);
+    data_.close();
+    notifications_.close();
+    timerIs(milliseconds(0));
+    state_ = State::closed;
+    throw RedisStoreError(failure);
+  }
+  for (Side side : {Side::config, Side::status}) {
+    if (owned(side)) ownedIs(side, true);
+  }
+}
+
+void RedisStore::startAttempt() {
+  handshakeSteps_ = 2;
+  for (RedisConnection* connection : {&data_, &notifications_}) {
+    if (!connection->open(options_.endpoint)) {
+      lose(connection->error());
+      return;
+    }
+    watchFd(connection->fd(), true, true);
+  }
+  timerIs(options_.attemptTimeout);
+  stateIs(State::connecting, "");
+}
+
+void RedisStore::sendHandshake() {
+  const RedisEndpoint& endpoint = options_.endpoint;
+  if (!endpoint.password.empty()) {
+    std::vector<std::string_view> auth{"AUTH"};
+    if (!endpoint.user.empty()) auth.push_back(endpoint.user);
+    auth.push_back(endpoint.password);
+    auto checkLogin = [this](const redisReply& reply) {
+      if (!isError(reply)) return;
+      const std::string why = "redis at " + options_.endpoint.describe() + " refused the login: " +
+                              std::string(text(reply));
+      loaded_ ? lose(why) : fatal(why);
+    };
+    data_.command(auth, checkLogin);
+    notifications_.command(auth, checkLogin);
+  }
+  if (endpoint.database != 0) {
+    const std::string database = std::to_string(endpoint.database);
+    data_.command({"SELECT", database}, [this](const redisReply& reply) {
+      if (!isError(reply)) return;
+      const std::string why = "redis at " + options_.endpoint.describe() + " has no database " +
+                              std::to_string(options_.endpoint.database) + ": " + std::string(text(reply));
+      loaded_ ? lose(why) : fatal(why);
+    });
+  }
+  data_.command({"CONFIG", "GET", "notify-keyspace-events"}, [this](const redisReply& reply) {
+    if (isError(reply) || reply.type != REDIS_REPLY_ARRAY || reply.elements != 2) {
+      VEX_TRACE(redisStoreTrace, 5) << "RedisStore::keyspaceNotifications unknown: "
+                                    << (isError(reply) ? text(reply) : std::string_view("no value"));
+      handshakeStepDone();
+      return;
+    }
+    const std::string current(text(*reply.element[1]));
+    const std::string needed = neededEventFlags(current);
+    if (needed == current) {
+      handshakeStepDone();
+      return;
+    }
+    data_.command({"CONFIG", "SET", "notify-keyspace-events", needed}, [this](const redisReply& set) {
+      // Without notifications the store still resynchronises on reconnect;
+      // say so rather than refuse to run.
+      if (isError(set)) {
+        VEX_TRACE(redisStoreTrace, 5) << "RedisStore::keyspaceNotifications cannot be enabled: " << text(set);
+      }
+      handshakeStepDone();
+    });
+  });
+  const std::string channels =
+      "__keyspace@" + std::to_string(endpoint.database) + "__:" + keys_.pattern();
+  notifications_.command({"PSUBSCRIBE", channels}, [this](const redisReply& reply) {
+    if (!isError(reply)) handshakeStepDone();
+  });
+}
+
+void RedisStore::handshakeStepDone() {
+  if (--handshakeSteps_ == 0) startResync();
+}
+
+void RedisStore::lose(const std::string& why) {
+  if (state_ == State::closed && !fatalError_.empty()) return;
+  if (state_ == State::disconnected && !data_.isOpen() && !notifications_.isOpen()) return;
+  watchFd(data_.fd(), false, false);
+  watchFd(notifications_.fd(), false, false);
+  data_.close();
+  notifications_.close();
+  arrived_.clear();
+  arrivedSet_.clear();
+  toApply_.clear();
+  seen_.clear();
+  ownedInRedis_.clear();
+  followedInRedis_.clear();
+  unansweredInBatch_.clear();
+  pongPending_ = false;
+  lastError_ = why;
+  backoff_ = backoff_.count() == 0 ? options_.backoffMin : std::min(backoff_ * 2, options_.backoffMax);
+  timerIs(backoff_);
+  stateIs(State::disconnected, why);
+}
+
+void RedisStore::fatal(const std::string& why) {
+  watchFd(data_.fd(), false, false);
+  watchFd(notifications_.fd(), false, false);
+  data_.close();
+  notifications_.close();
+  timerIs(milliseconds(0));
+  fatalError_ = why;
+  stateIs(State::closed, why);
+}
+
+void RedisStore::stateIs(State state, const std::string& detail) {
+  if (state == state_ && detail.empty()) return;
+  state_ = state;
+  VEX_TRACE(redisStoreTrace, 5) << "RedisStore::state " << stateName(state) << " agent:" << std::string_view(keys_.agentName())
+                                << " at:" << std::string_view(options_.endpoint.describe())
+                                << std::string_view(detail.empty() ? std::string() : " why: " + detail);
+  if (stateHandler_) stateHandler_(state, detail);
+}
+
+void RedisStore::watchFd(int fd, bool writable, bool add) {
+  if (fd < 0) return;
+  epoll_event event{};
+  event.events = EPOLLIN | (writable ? EPOLLOUT : 0u);
+  event.data.fd = fd;
+  if (!add && !writable) {
+    epoll_ctl(poll_, EPOLL_CTL_DEL, fd, &event);
+    return;
+  }
+  epoll_ctl(poll_, add ? EPOLL_CTL_ADD : EPOLL_CTL_MOD, fd, &event);
+}
+
+void RedisStore::updateInterest() {
+  for (RedisConnection* connection : {&data_, &notifications_}) {
+    if (!connection->isOpen()) continue;
+    epoll_event event{};
+    event.events = EPOLLIN | (connection->connecting() || connection->wantsWrite() ? EPOLLOUT : 0u);
+    event.data.fd = connection->fd();
+    epoll_ctl(poll_, EPOLL_CTL_MOD, connection->fd(), &event);
+  }
+}
+
+void RedisStore::timerIs(milliseconds delay) {
+  itimerspec spec{};
+  spec.it_value.tv_sec = delay.count() / 1000;
+  spec.it_value.tv_nsec = (delay.count() % 1000) * 1000000;
+  timerfd_settime(timer_, 0, &spec, nullptr);
+}
+
+void RedisStore::wake() {
+  const std::uint64_t one = 1;
+  [[maybe_unused]] const ssize_t n = ::write(wake_, &one, sizeof one);
+}
+
+bool RedisStore::waitUntil(const std::function<bool()>& done, Clock::time_point deadline) {
+  while (true) {
+    process();
+    if (done()) return true;
+    const auto left = std::chrono::duration_cast<milliseconds>(deadline - Clock::now());
+    if (left.count() <= 0) return false;
+    pollfd p{poll_, POLLIN, 0};
+    ::poll(&p, 1, static_cast<int>(std::min<long long>(left.count(), 100)));
+  }
+}
+
+void RedisStore::process() {
+  if (processing_) return;
+  struct Scope {
+    RedisStore& store;
+    int exceptions = std::uncaught_exceptions();
+    ~Scope() {
+      store.processing_ = false;
+      // What an exception left undone waits for the next call.
+      if (std::uncaught_exceptions() > exceptions) store.wake();
+    }
+  } scope{*this};
+  processing_ = true;
+  drain(wake_);
+  std::uint64_t expirations = 0;
+  const bool timerFired = ::read(timer_, &expirations, sizeof expirations) == static_cast<ssize_t>(sizeof expirations);
+  if (timerFired) {
+    if (state_ == State::disconnected) {
+      startAttempt();
+    } else if (state_ == State::connecting || state_ == State::syncing) {
+      lose("no answer within " + std::to_string(options_.attemptTimeout.count()) + " ms");
+    }
+  }
+  if (state_ == State::connecting) {
+    bool connected = true;
+    for (RedisConnection* connection : {&data_, &notifications_}) {
+      if (connection->connecting() && writable(connection->fd()) && !connection->finishConnect()) {
+        lose(connection->error());
+        break;
+      }
+      connected = connected && connection->isOpen() && !connection->connecting();
+    }
+    if (connected && state_ == State::connecting) {
+      stateIs(State::syncing, "");
+      sendHandshake();
+    }
+  }
+  const std::size_t awaited = data_.pending();
+  for (RedisConnection* connection : {&notifications_, &data_}) {
+    if (connection->isOpen() && !connection->connecting() && !connection->read() && !connection->isOpen()) {
+      if (fatalError_.empty() && state_ != State::disconnected) lose(connection->error());
+    }
+  }
+  // A long resynchronisation is no lost connection while replies keep coming.
+  if (state_ == State::syncing && data_.pending() != awaited) timerIs(options_.attemptTimeout);
+  if (state_ == State::live) requestArrived();
+  applyQueued();
+  for (RedisConnection* connection : {&data_, &notifications_}) {
+    if (!connection->flush()) {
+      lose(connection->error());
+      break;
+    }
+  }
+  updateInterest();
+}
+
+// ---------------------------------------------------------------------------
+// Reading: notifications, resynchronisation, applying to the records
+
+void RedisStore::onNotification(const std::string& key) {
+  const auto path = keys_.parse(key);
+  if (!path || owned(sideOf(path->record))) return;
+  if (arrivedSet_.insert(key).second) arrived_.push_back(key);
+}
+
+void RedisStore::requestArrived() {
+  if (arrived_.empty()) return;
+  const std::uint64_t batch = ++lastBatch_;
+  unansweredInBatch_[batch] = arrived_.size();
+  for (const std::string& key : arrived_) {
+    data_.command({"HGETALL", key}, [this, key, batch](const redisReply& reply) {
+      --unansweredInBatch_[batch];
+      if (isError(reply)) {
+        VEX_TRACE(redisStoreTrace, 5) << "RedisStore::read " << std::string_view(key) << ": " << text(reply);
+        return;
+      }
+      toApply_.push_back({key, hashFields(reply), false, batch});
+    });
+  }
+  arrived_.clear();
+  arrivedSet_.clear();
+}
+
+void RedisStore::startResync() {
+  seen_.clear();
+  ownedInRedis_.clear();
+  scanDone_ = false;
+  resyncReads_ = 0;
+  scanFrom("0");
+}
+
+void RedisStore::scanFrom(const std::string& cursor) {
+  const std::string pattern = keys_.pattern();
+  const std::string count = std::to_string(kScanCount);
+  data_.command({"SCAN", cursor, "MATCH", pattern, "COUNT", count}, [this](const redisReply& reply) {
+    if (reply.type != REDIS_REPLY_ARRAY || reply.elements != 2) {
+      lose("SCAN failed: " + std::string(text(reply)));
+      return;
+    }
+    const std::string next(text(*reply.element[0]));
+    const redisReply& found = *reply.element[1];
+    if (next != "0") scanFrom(next);
+    for (std::size_t i = 0; i < found.elements; ++i) {
+      std::string key(text(*found.element[i]));
+      if (!keys_.parse(key)) continue;
+      ++resyncReads_;
+      data_.command({"HGETALL", key}, [this, key](const redisReply& hash) {
+        if (isError(hash)) {
+          --resyncReads_;
+          VEX_TRACE(redisStoreTrace, 5) << "RedisStore::read " << std::string_view(key) << ": " << text(hash);
+        } else {
+          resyncKeyRead(key, hashFields(hash));
+          return;
+        }
+        if (scanDone_ && resyncReads_ == 0) finishResync();
+      });
+    }
+    if (next == "0") {
+      scanDone_ = true;
+      if (resyncReads_ == 0) finishResync();
+    }
+  });
+}
+
+void RedisStore::resyncKeyRead(const std::string& key, std::optional<Fields> fields) {
+  --resyncReads_;
+  const Side side = sideOf(keys_.parse(key)->record);
+  if (fields) {
+    if (!loaded_) {
+      seen_.insert(key);
+      toApply_.push_back({key, std::move(fields), true, 0});
+    } else if (!owned(side)) {
+      seen_.insert(key);
+      followedInRedis_[key] = std::move(*fields);
+    } else {
+      ownedInRedis_[key] = std::move(*fields);
+    }
+  }
+  if (scanDone_ && resyncReads_ == 0) finishResync();
+}
+
+void RedisStore::finishResync() {
+  std::size_t rewritten = 0;
+  std::size_t removed = 0;
+  for (Side side : {Side::config, Side::status}) {
+    const std::map<std::string, Fields> local = localKeys(side);
+    if (!loaded_ || !owned(side)) {
+      // Followed: records first, then their members; what Redis no longer
+      // holds leaves the records, members before their records.
+      for (auto& [key, fields] : followedInRedis_) {
+        if (sideOf(keys_.parse(key)->record) == side) toApply_.push_back({key, std::move(fields), false, 0});
+      }
+      for (auto it = local.rbegin(); it != local.rend(); ++it) {
+        if (!seen_.count(it->first)) {
+          toApply_.push_back({it->first, std::nullopt, !loaded_, 0});
+          ++removed;
+        }
+      }
+      continue;
+    }
+    // Owned: Redis is brought in line with the records.
+    for (const auto& [key, fields] : local) {
+      auto inRedis = ownedInRedis_.find(key);
+      if (inRedis == ownedInRedis_.end() || inRedis->second != fields) {
+        write(key, fields);
+        ++rewritten;
+      }
+    }
+    std::vector<std::string> extra;
+    for (const auto& [key, fields] : ownedInRedis_) {
+      const auto path = keys_.parse(key);
+      if (sideOf(path->record) == side && !local.count(key)) extra.push_back(key);
+    }
+    erase(extra);
+    rewritten += extra.size();
+  }
+  VEX_TRACE(redisStoreTrace, 7) << "RedisStore::resync agent:" << std::string_view(keys_.agentName()) << " read:" << seen_.size()
+                                << " rewritten:" << rewritten << " removed:" << removed;
+  seen_.clear();
+  ownedInRedis_.clear();
+  followedInRedis_.clear();
+  backoff_ = milliseconds(0);
+  timerIs(milliseconds(0));
+  loaded_ = true;
+  stateIs(State::live, "");
+  requestArrived();
+}
+
+void RedisStore::applyQueued() {
+  while (!toApply_.empty()) {
+    const std::uint64_t batch = toApply_.front().batch;
+    if (batch != 0) {
+      auto unanswered = unansweredInBatch_.find(batch);
+      if (unanswered != unansweredInBatch_.end()) {
+        if (unanswered->second > 0) return;
+        unansweredInBatch_.erase(unanswered);
+      }
+    }
+    const Applied change = std::move(toApply_.front());
+    toApply_.pop_front();
+    apply(change);
+  }
+}
+
+bool RedisStore::applyNewSystemStatus(const Applied& change, const RedisKeySchema::Path& path) {
+  auto* status = dynamic_cast<Controller::ServiceMountStatus*>(root(RecordSlot::mountStatus));
+  if (!status || !change.fields || path.steps.size() != 1 || path.steps[0].attribute != "systemStatus" ||
+      status->systemStatusRaw(Vex::Name(path.steps[0].key))) {
+    return false;
+  }
+  auto system = Controller::SystemStatus::SystemStatusIs(Vex::Name(path.steps[0].key));
+  for (auto it = toApply_.begin(); it != toApply_.end();) {
+    const auto member = it->fields && RedisKeySchema::isWithin(it->key, change.key) ? keys_.parse(it->key) : std::nullopt;
+    if (member && member->steps.size() == 2 && member->steps[1].attribute == "serviceMountGroupStatus") {
+      const auto state = Controller::mountStateFromName(it->fields->count("mountState") ? it->fields->at("mountState") : "");
+      system->serviceMountGroupStatusIs(Vex::Name(member->steps[1].key), state.value_or(Controller::mountStateUnknown));
+      it = toApply_.erase(it);
+    } else {
+      ++it;
+    }
+  }
+  status->systemStatusIs(system);
+  return true;
+}
+
+Vex::Entity* RedisStore::root(RecordSlot slot) const {
+  Vex::Ptr<Vex::Entity> record = em_->getEntity(Vex::String(keys_.recordPath(slot)));
+  return record && RecordCodec::holds(slot, *record) ? record.get() : nullptr;
+}
+
+void RedisStore::apply(const Applied& change) {
+  const auto path = keys_.parse(change.key);
+  if (!path || (!change.load && owned(sideOf(path->record)))) return;
+  const RecordCodec::Roots roots = [this](RecordSlot slot) { return root(slot); };
+  const Fields* fields = change.fields ? &*change.fields : nullptr;
+  Vex::Ptr<Vex::Entity> entity(root(path->record));
+  if (!entity) {
+    if (!fields) return;
+    // A record this process does not have yet: the agent's name is the name
+    // of every per-service record.
+    const bool isStatus = path->record == RecordSlot::status;
+    const Fields* own = path->steps.empty() ? fields : nullptr;
+    const std::string name = own && own->count("name") ? own->at("name")
+                             : isStatus                ? std::string("status")
+                                                       : keys_.agentName();
+    entity = RecordCodec::newRecord(path->record, Vex::Name(name));
+    em_->entityIs(Vex::String(keys_.recordPath(path->record)), entity);
+  }
+  if (path->record == RecordSlot::mountStatus && applyNewSystemStatus(change, *path)) return;
+  RecordCodec::applyPath(*entity, path->steps, fields, roots);
+}
+
+// ---------------------------------------------------------------------------
+// Writing: the owned side follows its records
+
+void RedisStore::ownedIs(Side side, bool owned) {
+  owned_[static_cast<int>(side)] = owned;
+  if (!loaded_) return;
+  for (RecordSlot slot : kRecordSlots) {
+    if (sideOf(slot) != side) continue;
+    const std::string key = keys_.recordKey(slot);
+    unwatch(key);
+    if (Vex::Entity* record = owned ? root(slot) : nullptr) watch(*record, key);
+  }
+}
+
+void RedisStore::recordIs(const Vex::String& path, const Vex::Ptr<Vex::Entity>& record) {
+  const auto slot = keys_.recordAtPath(path.view());
+  if (!slot || !record || !RecordCodec::holds(*slot, *record)) {
+    em_->entityIs(path, record);
+    return;
+  }
+  const std::string key = keys_.recordKey(*slot);
+  if (Vex::Entity* old = root(*slot)) eraseSubtree(*old, key);
+  unwatch(key);
+  em_->entityIs(path, record);
+  writeSubtree(*record, key);
+  if (owned(sideOf(*slot))) watch(*record, key);
+}
+
+bool RedisStore::recordDel(const Vex::String& path) {
+  if (const auto slot = keys_.recordAtPath(path.view())) {
+    const std::string key = keys_.recordKey(*slot);
+    if (Vex::Entity* old = root(*slot)) eraseSubtree(*old, key);
+    unwatch(key);
+  }
+  return em_->entityDel(path);
+}
+
+void RedisStore::recordChanged(const RecordWatcher& watcher, Vex::AttributeId attribute, const void* key) {
+  const Vex::Entity* entity = watcher.notifier();
+  if (!entity) return;
+  const std::string& entityKey = watcher.key();
+  const RecordCodec::Collection* collection = RecordCodec::collection(*entity, attribute);
+  if (!collection) {
+    write(entityKey, RecordCodec::fields(*entity));
+    return;
+  }
+  if (!key) return;
+  const std::string memberName = RecordCodec::keyText(*collection, key);
+  const std::string memberKey = RedisKeySchema::memberKey(entityKey, collection->name, memberName);
+  if (!collection->holdsRecords) {
+    if (auto fields = RecordCodec::valueMember(*entity, *collection, memberName)) {
+      write(memberKey, *fields);
+    } else {
+      erase({memberKey});
+    }
+    return;
+  }
+  const Vex::Entity* member = RecordCodec::recordMember(*entity, *collection, memberName);
+  if (auto old = watchers_.find(memberKey); old != watchers_.end()) {
+    if (old->second->notifier() == member) return;
+    if (Vex::Ptr<const Vex::Entity> gone = old->second->notifierPtr()) eraseSubtree(*gone, memberKey);
+    unwatch(memberKey);
+  }
+  if (member) {
+    writeSubtree(*member, memberKey);
+    watch(*member, memberKey);
+  }
+  // A filter that joins or leaves its collection changes how the groups that
+  // point at it name it.
+  const std::string_view name = collection->name;
+  if (name == "systemFilter" || name == "versionFilter") rewriteFilterUsers(memberName);
+}
+
+void RedisStore::rewriteFilterUsers(const std::string& filterName) {
+  for (RecordSlot slot : {RecordSlot::mountConfig, RecordSlot::publishConfig}) {
+    const Vex::Entity* config = root(slot);
+    if (!config) continue;
+    const std::string configKey = keys_.recordKey(slot);
+    RecordCodec::forEachRecordMember(
+        *config, [&](const RecordCodec::Collection& collection, const std::string& key, const Vex::Entity& member) {
+          const std::string_view kind = collection.name;
+          if (kind != "mountGroupConfig" && kind != "publishGroupConfig") return;
+          const Fields fields = RecordCodec::fields(member);
+          for (const char* filter : {"systemFilter", "versionFilter"}) {
+            const std::string& place = fields.at(filter);
+            if (place == RedisKeySchema::memberKey("mountConfig", filter, filterName) ||
+                place == RedisKeySchema::memberKey("publishConfig", filter, filterName) ||
+                place == "detached " + RedisKeySchema::quoted(filterName)) {
+              write(RedisKeySchema::memberKey(configKey, collection.name, key), fields);
+              return;
+            }
+          }
+        });
+  }
+}
+
+void RedisStore::write(const std::string& key, const Fields& fields) {
+  // Before the login nothing is sent; the resynchronisation writes it.
+  if (!data_.isOpen() || state_ == State::connecting) return;
+  std::vector<std::string_view> args{"HSET", key};
+  for (const auto& [name, value] : fields) {
+    args.push_back(name);
+    args.push_back(value);
+  }
+  const bool idle = !data_.wantsWrite();
+  data_.command(args, [this, key](const redisReply& reply) {
+    if (!isError(reply)) return;
+    ++failedWrites_;
+    VEX_TRACE(redisStoreTrace, 5) << "RedisStore::writeFailed " << std::string_view(key) << ": " << text(reply);
+  });
+  if (idle && !processing_) wake();
+}
+
+void RedisStore::erase(const std::vector<std::string>& keys) {
+  if (!data_.isOpen() || state_ == State::connecting || keys.empty()) return;
+  const bool idle = !data_.wantsWrite();
+  for (std::size_t from = 0; from < keys.size(); from += kDeleteBatch) {
+    std::vector<std::string_view> args{"DEL"};
+    for (std::size_t i = from; i < std::min(keys.size(), from + kDeleteBatch); ++i) args.push_back(keys[i]);
+    data_.command(args, [this](const redisReply& reply) {
+      if (!isError(reply)) return;
+      ++failedWrites_;
+      VEX_TRACE(redisStoreTrace, 5) << "RedisStore::writeFailed DEL: " << text(reply);
+    });
+  }
+  if (idle && !processing_) wake();
+}
+
+void RedisStore::writeSubtree(const Vex::Entity& record, const std::string& key) {
+  RecordCodec::flatten(record, key, [this](const std::string& member, const Fields& fields) { write(member, fields); });
+}
+
+void RedisStore::eraseSubtree(const Vex::Entity& record, const std::string& key) {
+  std::vector<std::string> keys;
+  RecordCodec::flatten(record, key, [&keys](const std::string& member, const Fields&) { keys.push_back(member); });
+  erase(keys);
+}
+
+void RedisStore::watch(const Vex::Entity& record, const std::string& key) {
+  watchers_[key] = RecordWatcher::RecordWatcherIs(this, key, &record);
+  RecordCodec::forEachRecordMember(
+      record, [&](const RecordCodec::Collection& collection, const std::string& name, const Vex::Entity& member) {
+        watch(member, RedisKeySchema::memberKey(key, collection.name, name));
+      });
+}
+
+void RedisStore::unwatch(const std::string& key) {
+  for (auto it = watchers_.lower_bound(key); it != watchers_.end() && it->first.compare(0, key.size(), key) == 0;) {
+    it = RedisKeySchema::isWithin(it->first, key) ? watchers_.erase(it) : std::next(it);
+  }
+}
+
+std::map<std::string, Fields> RedisStore::localKeys(Side side) const {
+  std::map<std::string, Fields> keys;
+  for (RecordSlot slot : kRecordSlots) {
+    if (sideOf(slot) != side) continue;
+    if (const Vex::Entity* record = root(slot)) {
+      RecordCodec::flatten(*record, keys_.recordKey(slot),
+                           [&keys](const std::string& key, const Fields& fields) { keys.emplace(key, fields); });
+    }
+  }
+  return keys;
+}
+
+// ---------------------------------------------------------------------------
+// Waiting
+
+bool RedisStore::sync(milliseconds timeout) {
+  const auto deadline = Clock::now() + timeout;
+  if (!waitUntil([this] { return state_ == State::live; }, deadline)) return false;
+  pongPending_ = true;
+  notifications_.command({"PING"}, [this](const redisReply&) { pongPending_ = false; });
+  return waitUntil(
+      [this] {
+        return state_ == State::live && !pongPending_ && arrived_.empty() && data_.pending() == 0 &&
+               !data_.wantsWrite() && toApply_.empty();
+      },
+      deadline);
+}
+
+bool RedisStore::flush(milliseconds timeout) {
+  return waitUntil(
+      [this] { return state_ == State::live && data_.pending() == 0 && !data_.wantsWrite() && toApply_.empty(); },
+      Clock::now() + timeout);
+}
+
+}  // namespace hubstore::redis

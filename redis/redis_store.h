@@ -1,0 +1,218 @@
+#pragma once
+// hubstore::redis::RedisStore: one agent's five records kept in a Redis
+// database, so that the agent and the mount machinery can run as separate
+// processes around it. The records stay ordinary in-process records in a
+// Mirra::EntityManager, which the library uses as always; the store mirrors
+// them:
+//  - the side this process owns (the configuration for an agent, the status
+//    for the mount machinery) is written through: every change of a record is
+//    sent, in the order it was made, on one pipelined connection;
+//  - the other side follows Redis: a change another process writes there
+//    (seen through keyspace notifications) is written into the records
+//    through their setters, so the library's handlers run.
+//
+//   RedisStore::Options options{RedisEndpoint::parse("redis://127.0.0.1:6379"), "agentB"};
+//   auto em = Mirra::EntityManager::EntityManagerIs();
+//   RedisStore store(em, options);
+//   store.ownedIs(Side::config, true);
+//   store.open();                     // reads what Redis holds; throws RedisStoreError
+//   ... create missing records with store.recordIs(path, record), then the service ...
+//   loop: poll store.fd() for reading, then store.process();
+//
+// There is no thread: the agent's loop polls fd() (one descriptor for both
+// connections, the reconnect timer and pending writes) and calls process(),
+// which reads what has arrived, applies it to the records, and writes what
+// the records' changes queued. An exception that a handler throws while a
+// change is applied leaves process() and the rest waits for the next call.
+//
+// Recovery is level-based. On open, after a reconnect, and when the
+// notifications may have been missed (a lost connection), the store reads
+// every key of the agent: the followed side is brought in line with Redis
+// (each change once, each removal once) and the owned side is written again
+// where Redis differs from the records, so a server restarted without
+// persistence gets the configuration back. While the server is away, the
+// records go on changing; reconnection backs off from backoffMin to
+// backoffMax and the state handler and the trace facility "RedisStore" say
+// what the store is doing. A record at one of the five paths is never
+// replaced by the store, only emptied, so the library's references to it
+// stay good.
+//
+// Not reentrant: process(), sync() and flush() must not be called from a
+// handler that the store's own apply runs.
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <unordered_set>
+
+#include <hubstore/foundations/framework/entity.h>
+#include <hubstore/foundations/framework/ptr.h>
+#include <hubstore/foundations/framework/trace.h>
+#include <hubstore/foundations/platform/entity_manager.h>
+#include <hubstore/redis/record_codec.h>
+#include <hubstore/redis/record_watcher.h>
+#include <hubstore/redis/redis_connection.h>
+#include <hubstore/redis/redis_endpoint.h>
+#include <hubstore/redis/redis_key_schema.h>
+
+namespace hubstore::redis {
+
+// The store's trace facility, "RedisStore": level 5 for state changes and
+// failed writes, 7 for what a resynchronisation did.
+extern Vex::TraceHandle redisStoreTrace;
+
+class RedisStore : private RecordWatcher::Owner {
+ public:
+  enum class State { closed, connecting, syncing, live, disconnected };
+  static const char* stateName(State state);
+
+  struct Options {
+    RedisEndpoint endpoint;
+    std::string agentName;
+    // open() gives up after this long (a server that is not there).
+    std::chrono::milliseconds openTimeout{5000};
+    // A connection attempt, or a resynchronisation, that gets no answer for
+    // this long counts as lost.
+    std::chrono::milliseconds attemptTimeout{3000};
+    std::chrono::milliseconds backoffMin{50};
+    std::chrono::milliseconds backoffMax{2000};
+  };
+  // Told of every state change, with what caused it ("" when nothing failed).
+  // Must not throw.
+  using StateHandler = std::function<void(State state, const std::string& detail)>;
+
+  RedisStore(Vex::Ptr<Mirra::EntityManager> entityManager, Options options);
+  // Closes the connections: writes not yet sent are lost (flush() first).
+  ~RedisStore();
+  RedisStore(const RedisStore&) = delete;
+  RedisStore& operator=(const RedisStore&) = delete;
+
+  // Connects and reads every record of the agent that Redis holds into the
+  // entity manager (both sides). Raises RedisStoreError when the server does
+  // not answer within openTimeout (retrying meanwhile), or refuses the login
+  // or the database at once.
+  void open();
+
+  // The side this process writes: its records are written through and, after
+  // a reconnect, written again where Redis lost them; the other side follows
+  // Redis. Owning a side takes effect at once (a process that starts writing
+  // statuses owns them from then on).
+  void ownedIs(Side side, bool owned);
+  bool owned(Side side) const { return owned_[static_cast<int>(side)]; }
+
+  // Places `record` at `path` in the entity manager and, at one of the five
+  // paths, writes it to Redis in place of what was there.
+  void recordIs(const Vex::String& path, const Vex::Ptr<Vex::Entity>& record);
+  // Removes the record at `path`, and its keys; false when there was none.
+  bool recordDel(const Vex::String& path);
+
+  // Readable when process() has work.
+  int fd() const { return poll_; }
+  void process();
+
+  State state() const { return state_; }
+  void stateHandlerIs(StateHandler handler) { stateHandler_ = std::move(handler); }
+  // Waits until every change made in Redis before the call has been applied
+  // to the records and every write has been answered; false when the store
+  // is not live or the time runs out.
+  bool sync(std::chrono::milliseconds timeout);
+  // Waits until every write has been answered; false as sync().
+  bool flush(std::chrono::milliseconds timeout);
+
+  const RedisKeySchema& keys() const { return keys_; }
+  const Vex::Ptr<Mirra::EntityManager>& entityManager() const { return em_; }
+  // Writes that the server answered with an error (traced at level 5).
+  std::uint64_t failedWrites() const { return failedWrites_; }
+
+ private:
+  struct Applied {
+    std::string key;
+    std::optional<Fields> fields;  // nullopt: the key is gone
+    bool load;                     // the first read, which fills the owned side too
+    std::uint64_t batch;           // the notifications read together; 0 for a resynchronisation
+  };
+
+  void recordChanged(const RecordWatcher& watcher, Vex::AttributeId attribute, const void* key) override;
+
+  // Connection lifecycle
+  void startAttempt();
+  void sendHandshake();
+  void handshakeStepDone();
+  void lose(const std::string& why);
+  void fatal(const std::string& why);
+  void stateIs(State state, const std::string& detail);
+  void watchFd(int fd, bool writable, bool add);
+  void timerIs(std::chrono::milliseconds delay);
+  void wake();
+  void updateInterest();
+  bool waitUntil(const std::function<bool()>& done, std::chrono::steady_clock::time_point deadline);
+
+  // Reading
+  void onNotification(const std::string& key);
+  void requestArrived();
+  void startResync();
+  void scanFrom(const std::string& cursor);
+  void resyncKeyRead(const std::string& key, std::optional<Fields> fields);
+  void finishResync();
+  void applyQueued();
+  void apply(const Applied& change);
+  // A new switch status, built with the group statuses queued behind it.
+  bool applyNewSystemStatus(const Applied& change, const RedisKeySchema::Path& path);
+  Vex::Entity* root(RecordSlot slot) const;
+
+  // Writing
+  void write(const std::string& key, const Fields& fields);
+  void erase(const std::vector<std::string>& keys);
+  void writeSubtree(const Vex::Entity& record, const std::string& key);
+  void eraseSubtree(const Vex::Entity& record, const std::string& key);
+  void watch(const Vex::Entity& record, const std::string& key);
+  void unwatch(const std::string& key);
+  void rewriteFilterUsers(const std::string& filterName);
+  std::map<std::string, Fields> localKeys(Side side) const;
+
+  Vex::Ptr<Mirra::EntityManager> em_;
+  Options options_;
+  RedisKeySchema keys_;
+  bool owned_[2] = {false, false};
+  State state_ = State::closed;
+  StateHandler stateHandler_;
+
+  int poll_ = -1;   // epoll over the two sockets, the timer and the wake-up
+  int timer_ = -1;  // reconnect back-off and attempt deadline
+  int wake_ = -1;   // pending writes or applies
+  RedisConnection data_{"data"};
+  RedisConnection notifications_{"notifications"};
+  std::chrono::milliseconds backoff_{0};
+  std::string fatalError_;
+  std::string lastError_;
+  int handshakeSteps_ = 0;
+  bool loaded_ = false;  // the first resynchronisation, which loads both sides, is done
+  bool processing_ = false;
+
+  // Resynchronisation
+  std::unordered_set<std::string> seen_;          // followed keys present in Redis
+  std::map<std::string, Fields> ownedInRedis_;   // owned keys and what Redis holds
+  bool scanDone_ = false;
+  std::size_t resyncReads_ = 0;                  // HGETALLs not answered yet
+
+  // Notified keys not yet read, in arrival order, and what was read, not yet applied.
+  std::vector<std::string> arrived_;
+  std::unordered_set<std::string> arrivedSet_;
+  std::deque<Applied> toApply_;
+  // Reads of each batch not answered yet: a batch is applied whole, so a
+  // switch status written with its group statuses arrives holding them.
+  std::map<std::uint64_t, std::size_t> unansweredInBatch_;
+  std::uint64_t lastBatch_ = 0;
+  // A later resynchronisation of the followed side applies in key order.
+  std::map<std::string, Fields> followedInRedis_;
+  bool pongPending_ = false;
+
+  std::map<std::string, Vex::Ptr<RecordWatcher>> watchers_;
+  std::uint64_t failedWrites_ = 0;
+};
+
+}  // namespace hubstore::redis

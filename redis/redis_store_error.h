@@ -1,0 +1,16 @@
+#pragma once
+// hubstore::redis::RedisStoreError: the store could not be opened (the server
+// is not there, refused the login, or did not answer in time). The message
+// says which, and where.
+
+#include <stdexcept>
+#include <string>
+
+namespace hubstore::redis {
+
+class RedisStoreError : public std::runtime_error {
+ public:
+  explicit RedisStoreError(const std::string& message) : std::runtime_error(message) {}
+};
+
+}  // namespace hubstore::redis

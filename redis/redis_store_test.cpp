@@ -1,0 +1,294 @@
+#include <hubstore/redis/redis_store.h>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <hubstore/foundations/platform/agent.h>
+#include <hubstore/foundations/records/hubstore_status.h>
+#include <hubstore/foundations/records/service_mount_config.h>
+#include <hubstore/foundations/records/service_mount_status.h>
+#include <hubstore/foundations/records/service_publish_config.h>
+#include <hubstore/foundations/records/service_publish_status.h>
+#include <hubstore/allowlist/switch_white_list.h>
+#include <hubstore/allowlist/version_white_list.h>
+#include <hubstore/mountgroup/hubstore_service_mount_group.h>
+#include <hubstore/redis/redis_store_error.h>
+#include <hubstore/service/hubstore_service.h>
+#include <hubstore/testing/recording_mounter.h>
+#include "redis/test_redis_server.h"
+
+namespace hubstore::redis {
+namespace {
+
+using namespace std::chrono_literals;
+using Controller::testing::Log;
+using Controller::testing::RecordingMounter;
+using testing::TestRedisServer;
+
+constexpr auto kWait = 5000ms;
+
+// What Redis holds under the agent's prefix, read with a plain connection.
+std::map<std::string, Fields> redisContent(const TestRedisServer& server, const std::string& agent) {
+  std::map<std::string, Fields> content;
+  redisContext* context = server.connect();
+  if (!context) return content;
+  auto* keys = static_cast<redisReply*>(redisCommand(context, "KEYS %s:*", agent.c_str()));
+  for (std::size_t i = 0; keys && i < keys->elements; ++i) {
+    const std::string key(keys->element[i]->str, keys->element[i]->len);
+    auto* hash = static_cast<redisReply*>(redisCommand(context, "HGETALL %b", key.data(), key.size()));
+    Fields& fields = content[key];
+    for (std::size_t j = 0; j + 1 < hash->elements; j += 2) {
+      fields[std::string(hash->element[j]->str, hash->element[j]->len)] =
+          std::string(hash->element[j + 1]->str, hash->element[j + 1]->len);
+    }
+    freeReplyObject(hash);
+  }
+  if (keys) freeReplyObject(keys);
+  redisFree(context);
+  return content;
+}
+
+void command(const TestRedisServer& server, const std::vector<std::string>& args) {
+  redisContext* context = server.connect();
+  ASSERT_TRUE(context);
+  std::vector<const char*> argv;
+  std::vector<std::size_t> lengths;
+  for (const std::string& arg : args) {
+    argv.push_back(arg.data());
+    lengths.push_back(arg.size());
+  }
+  freeReplyObject(redisCommandArgv(context, static_cast<int>(args.size()), argv.data(), lengths.data()));
+  redisFree(context);
+}
+
+// One process's view: an entity manager and a store over it.
+struct Process {
+  Process(const TestRedisServer& server, Side owns, std::chrono::milliseconds openTimeout = kWait)
+      : em(Mirra::EntityManager::EntityManagerIs()) {
+    RedisStore::Options options{RedisEndpoint::parse(server.url()), "agentB"};
+    options.openTimeout = openTimeout;
+    store = std::make_unique<RedisStore>(em, options);
+    store->stateHandlerIs([this](RedisStore::State state, const std::string&) { states.push_back(state); });
+    store->ownedIs(owns, true);
+  }
+  std::map<std::string, Fields> keys() const {
+    std::map<std::string, Fields> keys;
+    for (RecordSlot slot : kRecordSlots) {
+      if (auto record = em->getEntity(Vex::String(store->keys().recordPath(slot)))) {
+        RecordCodec::flatten(*record, store->keys().recordKey(slot),
+                             [&keys](const std::string& key, const Fields& fields) { keys.emplace(key, fields); });
+      }
+    }
+    return keys;
+  }
+  void records() {
+    const RedisKeySchema& k = store->keys();
+    auto status = Hubstore::Status::StatusIs("status");
+    status->leaderGenIdIs("gen-1");
+    store->recordIs(Vex::String(k.recordPath(RecordSlot::status)), status);
+    store->recordIs(Vex::String(k.recordPath(RecordSlot::mountConfig)),
+                    Controller::ServiceMountConfig::ServiceMountConfigIs("agentB"));
+    store->recordIs(Vex::String(k.recordPath(RecordSlot::mountStatus)),
+                    Controller::ServiceMountStatus::ServiceMountStatusIs("agentB"));
+    store->recordIs(Vex::String(k.recordPath(RecordSlot::publishConfig)),
+                    Controller::ServicePublishConfig::ServicePublishConfigIs("agentB"));
+    store->recordIs(Vex::String(k.recordPath(RecordSlot::publishStatus)),
+                    Controller::ServicePublishStatus::ServicePublishStatusIs("agentB"));
+  }
+  Controller::ServiceMountStatus& mountStatus() const {
+    return static_cast<Controller::ServiceMountStatus&>(
+        *em->getEntity("controller/mount/status/service/agentB"));
+  }
+  Controller::ServiceMountConfig& mountConfig() const {
+    return static_cast<Controller::ServiceMountConfig&>(
+        *em->getEntity("controller/mount/config/service/agentB"));
+  }
+
+  Vex::Ptr<Mirra::EntityManager> em;
+  std::unique_ptr<RedisStore> store;
+  std::vector<RedisStore::State> states;
+};
+
+// An agent with a service and group g1 over a store that owns the
+// configuration, and a mount machinery over another store that owns the
+// status: two processes around one server, in one test.
+class RedisStoreTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    agent.store->open();
+    agent.records();
+    ASSERT_TRUE(agent.store->flush(kWait));
+    hostingAgent = Mirra::Agent::AgentIs("agentB");
+    Controller::globalAgent = hostingAgent.get();
+    mounter = Vex::make<RecordingMounter>();
+    service = Controller::HubstoreService::HubstoreServiceIs("svcA", agent.em, agent.em);
+    auto switches = service->switchWhiteListIs("L");
+    switches->allowedSwitchIs(Controller::SystemId::fromString("00:1c:73:00:00:01"), true);
+    auto versions = service->versionWhiteListIs("V");
+    versions->allowedVersionIs(1, true);
+    auto group = service->serviceMountGroupIs("g1", mounter);
+    group->controllerMountIs("/remote/a", "/db/a", "type", "flags");
+    group->switchWhiteListIs(switches);
+    group->versionWhiteListIs(versions);
+    group->closedIs(true);
+    service->closedIs(true);
+    ASSERT_TRUE(agent.store->flush(kWait));
+    machinery.store->open();
+  }
+  void TearDown() override {
+    service = nullptr;
+    Controller::globalAgent = nullptr;
+  }
+  std::map<std::string, Fields> configIn(const std::map<std::string, Fields>& keys) const {
+    std::map<std::string, Fields> config;
+    for (const auto& [key, fields] : keys) {
+      if (key.rfind("agentB:mountConfig", 0) == 0 || key.rfind("agentB:publishConfig", 0) == 0) {
+        config.emplace(key, fields);
+      }
+    }
+    return config;
+  }
+
+  TestRedisServer server;
+  Process agent{server, Side::config};
+  Process machinery{server, Side::status};
+  Vex::Ptr<Mirra::Agent> hostingAgent;
+  Vex::Ptr<RecordingMounter> mounter;
+  Vex::Ptr<Controller::HubstoreService> service;
+};
+
+TEST_F(RedisStoreTest, TheAgentsConfigurationIsInRedisAsItChanges) {
+  EXPECT_EQ(redisContent(server, "agentB"), agent.keys());
+  EXPECT_EQ(redisContent(server, "agentB").at("agentB:mountConfig.mountGroupConfig[g1].mountConfig[/remote/a]"),
+            (Fields{{"vexcType", "type"}, {"vexcFlags", "flags"}, {"hubstorePath", "/db/a"}}));
+  // A burst of changes, undone and redone: Redis ends where the records are.
+  auto group = service->serviceMountGroup("g1");
+  for (int i = 0; i < 50; ++i) {
+    group->controllerMountIs("/remote/" + std::to_string(i), "/db", "t", "f");
+    if (i % 2) group->controllerMountDel("/remote/" + std::to_string(i - 1));
+  }
+  group = nullptr;
+  service->serviceMountGroupDel("g1");
+  service->serviceMountGroupIs("g2", mounter)->controllerMountIs("/remote/b", "/db/b", "t", "f");
+  ASSERT_TRUE(agent.store->flush(kWait));
+  const auto content = redisContent(server, "agentB");
+  EXPECT_EQ(content, agent.keys());
+  EXPECT_EQ(content.count("agentB:mountConfig.mountGroupConfig[g1]"), 0u);
+  EXPECT_EQ(content.count("agentB:mountConfig.mountGroupConfig[g2].mountConfig[/remote/b]"), 1u);
+  EXPECT_EQ(agent.store->failedWrites(), 0u);
+}
+
+TEST_F(RedisStoreTest, StatusWrittenByTheMachineryReachesTheAgentsHooksOnce) {
+  // The machinery loaded what the agent wrote.
+  EXPECT_EQ(configIn(machinery.keys()), configIn(agent.keys()));
+  auto system = machinery.mountStatus().systemStatusIs("00:1c:73:00:00:01");
+  system->serviceMountGroupStatusIs("g1", Controller::mountStateMounting);
+  ASSERT_TRUE(machinery.store->flush(kWait));
+  ASSERT_TRUE(agent.store->sync(kWait));
+  system->serviceMountGroupStatusIs("g1")->mountStateIs(Controller::mountStateMounted);
+  machinery.mountStatus().initialMountsCompleteIs("g1", true);
+  ASSERT_TRUE(machinery.store->flush(kWait));
+  ASSERT_TRUE(agent.store->sync(kWait));
+  // The switch arrives holding its group status, as in one process.
+  EXPECT_EQ(mounter->calls(), (Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounting",
+                                   "doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted",
+                                   "doInitialSwitchMountsComplete g1"}));
+  // A write by hand in redis-cli's way is seen too; a removal once.
+  command(server, {"HSET", "agentB:mountStatus.systemStatus[00:1c:73:00:00:01].serviceMountGroupStatus[g1]",
+                   "mountState", "failed"});
+  ASSERT_TRUE(agent.store->sync(kWait));
+  EXPECT_EQ(mounter->calls().back(), "doHandleControllerMountState 00:1c:73:00:00:01 g1 failed");
+  command(server, {"DEL", "agentB:mountStatus.systemStatus[00:1c:73:00:00:01].serviceMountGroupStatus[g1]",
+                   "agentB:mountStatus.systemStatus[00:1c:73:00:00:01]"});
+  ASSERT_TRUE(agent.store->sync(kWait));
+  EXPECT_EQ(mounter->calls().size(), 4u);
+  EXPECT_FALSE(agent.mountStatus().systemStatus("00:1c:73:00:00:01"));
+  EXPECT_EQ(agent.keys(), redisContent(server, "agentB"));
+}
+
+TEST_F(RedisStoreTest, AStartingProcessLoadsWhatRedisHolds) {
+  machinery.mountStatus().systemStatusIs("00:1c:73:00:00:02")->serviceMountGroupStatusIs("g1",
+                                                                                        Controller::mountStateFailed);
+  ASSERT_TRUE(machinery.store->flush(kWait));
+  Process restarted(server, Side::config);
+  restarted.store->open();
+  EXPECT_EQ(restarted.keys(), redisContent(server, "agentB"));
+  EXPECT_EQ(restarted.mountStatus().systemStatus("00:1c:73:00:00:02")->serviceMountGroupStatus("g1")->mountState(),
+            Controller::mountStateFailed);
+  EXPECT_TRUE(restarted.mountConfig().warm());
+}
+
+TEST_F(RedisStoreTest, AServerRestartedEmptyGetsTheConfigurationBackAndTheStatusIsFollowedAgain) {
+  machinery.mountStatus().systemStatusIs("00:1c:73:00:00:01")->serviceMountGroupStatusIs("g1",
+                                                                                        Controller::mountStateMounted);
+  ASSERT_TRUE(machinery.store->flush(kWait));
+  ASSERT_TRUE(agent.store->sync(kWait));
+  const auto config = configIn(agent.keys());
+  server.kill();
+  // The agent goes on changing its configuration while the server is away.
+  service->serviceMountGroup("g1")->controllerMountIs("/remote/late", "/db/late", "t", "f");
+  server.start();
+  machinery.store.reset();
+  ASSERT_TRUE(agent.store->sync(kWait));
+  EXPECT_NE(std::find(agent.states.begin(), agent.states.end(), RedisStore::State::disconnected),
+            agent.states.end());
+  EXPECT_EQ(agent.states.back(), RedisStore::State::live);
+  const auto content = redisContent(server, "agentB");
+  EXPECT_EQ(configIn(content), configIn(agent.keys()));
+  EXPECT_EQ(content.count("agentB:mountConfig.mountGroupConfig[g1].mountConfig[/remote/late]"), 1u);
+  EXPECT_NE(configIn(content), config);
+  // The status the server lost has left the agent's records; the status
+  // record stays the same object, emptied.
+  EXPECT_FALSE(agent.mountStatus().systemStatus("00:1c:73:00:00:01"));
+  // A new mount machinery writes again, and the agent's hooks hear it.
+  Process machinery2(server, Side::status);
+  machinery2.store->open();
+  machinery2.records();
+  ASSERT_TRUE(machinery2.store->flush(kWait));
+  ASSERT_TRUE(agent.store->sync(kWait));
+  mounter->callsDelAll();
+  machinery2.mountStatus().systemStatusIs("00:1c:73:00:00:01")->serviceMountGroupStatusIs("g1",
+                                                                                         Controller::mountStateFailed);
+  ASSERT_TRUE(machinery2.store->flush(kWait));
+  ASSERT_TRUE(agent.store->sync(kWait));
+  EXPECT_EQ(mounter->calls(), (Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 failed"}));
+}
+
+TEST(RedisStoreOpenTest, ALoginRefusedOrNoServerIsAClearErrorInBoundedTime) {
+  TestRedisServer server("right");
+  RedisStore::Options options{RedisEndpoint::parse("redis://:wrong@127.0.0.1:" + std::to_string(server.port())),
+                              "agentB"};
+  RedisStore wrong(Mirra::EntityManager::EntityManagerIs(), options);
+  try {
+    wrong.open();
+    FAIL() << "a wrong password opened the store";
+  } catch (const RedisStoreError& error) {
+    EXPECT_NE(std::string(error.what()).find("refused the login: WRONGPASS"), std::string::npos) << error.what();
+  }
+  options.endpoint.password = "right";
+  RedisStore right(Mirra::EntityManager::EntityManagerIs(), options);
+  EXPECT_NO_THROW(right.open());
+  EXPECT_EQ(right.state(), RedisStore::State::live);
+
+  server.kill();
+  options.openTimeout = 300ms;
+  RedisStore absent(Mirra::EntityManager::EntityManagerIs(), options);
+  const auto start = std::chrono::steady_clock::now();
+  try {
+    absent.open();
+    FAIL() << "a server that is not there opened the store";
+  } catch (const RedisStoreError& error) {
+    EXPECT_NE(std::string(error.what()).find("within 300 ms (data connection: Connection refused)"),
+              std::string::npos)
+        << error.what();
+  }
+  EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
+  EXPECT_EQ(absent.state(), RedisStore::State::closed);
+}
+
+}  // namespace
+}  // namespace hubstore::redis

@@ -1,0 +1,455 @@
+#include "tests/fuzz/command_alphabet.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <utility>
+
+namespace hubstore::fuzz {
+namespace {
+
+struct Kind {
+  std::string_view name;
+  // A renamable kind takes any word when encoding (a name); the others must
+  // match one of their alternatives exactly (true, mounted, ...).
+  bool renamable;
+  std::vector<std::string_view> alternatives;
+};
+
+// Command slots by number. Empty slots are free: a new command takes one
+// without moving the others, so inputs found earlier keep their meaning.
+constexpr std::size_t kSlots = 64;
+
+const std::vector<std::string_view>& commandSlots() {
+  static const std::vector<std::string_view> slots = [] {
+    std::vector<std::string_view> table(kSlots);
+    const std::pair<std::size_t, std::string_view> used[] = {
+        // The world
+        {0, "agent {agent}"},
+        {1, "records"},
+        {2, "records leaderGenId={genId}"},
+        {3, "record {recordPath} {recordType}"},
+        {4, "recordDel {recordPath}"},
+        {5, "leaderGenId {genId}"},
+        {6, "set {configLine}"},
+        {7, "unset {configPlace}"},
+        {8, "restart"},
+        // The mount machinery
+        {9, "systemStatus {sys}"},
+        {10, "systemStatus {sys} {group}={state}"},
+        {11, "systemStatus {sys} {group}={state} {group}={state}"},
+        {12, "systemStatusDel {sys}"},
+        {13, "serviceMountGroupStatus {sys} {group} {state}"},
+        {14, "serviceMountGroupStatusDel {sys} {group}"},
+        {15, "mountState {sys} {group} {state}"},
+        {16, "initialMountsComplete {group} {bool}"},
+        {17, "initialMountsCompleteDel {group}"},
+        {18, "mountedPathPrefix {remote} {prefix}"},
+        {19, "mountedPathPrefixDel {remote}"},
+        {20, "publishGroupStatus {group}"},
+        {21, "publishGroupStatusDel {group}"},
+        {22, "publishStatus {group} {path}"},
+        {23, "publishStatusDel {group} {path}"},
+        // The agent
+        {24, "mounter {mounter}"},
+        {25, "mounter {mounter} default"},
+        {26, "service {service}"},
+        {27, "serviceDel"},
+        {28, "closed {bool}"},
+        {29, "publishMountsSynchronized {bool}"},
+        {30, "group {group} {mounterOrNone}"},
+        {31, "groupDel {group}"},
+        {32, "controllerMount {group} {remote} {path} {type} {flags}"},
+        {33, "publishMount {group} {path} {remote} {type}"},
+        {34, "perSwitchPublishMount {group} {path} {remote} {type}"},
+        {35, "controllerMountDel {group} {remote}"},
+        {36, "publishMountDel {group} {path}"},
+        {37, "perSwitchPublishMountDel {group} {path}"},
+        {38, "controllerMountDelAll {group}"},
+        {39, "publishMountDelAll {group}"},
+        {40, "perSwitchPublishMountDelAll {group}"},
+        {41, "publishActive {group} {path} {bool}"},
+        {42, "groupSwitchWhiteList {group} {switchListOrNone}"},
+        {43, "groupVersionWhiteList {group} {versionListOrNone}"},
+        {44, "groupClosed {group} {bool}"},
+        {45, "groupPreserveMountsOnDisconnect {group} {bool}"},
+        {46, "switchWhiteList {switchList}"},
+        {47, "switchWhiteListDel {switchList}"},
+        {48, "allowedSwitch {switchList} {sys} {bool}"},
+        {49, "allowedSwitchDel {switchList} {sys}"},
+        {50, "allowedSwitchDelAll {switchList}"},
+        {51, "versionWhiteList {versionList}"},
+        {52, "versionWhiteListDel {versionList}"},
+        {53, "allowedVersion {versionList} {version} {bool}"},
+        {54, "allowedVersionDel {versionList} {version}"},
+        {55, "allowedVersionDelAll {versionList}"},
+        // The tool
+        {56, "trace {levels}"},
+        {57, "dump"},
+        // Hooks that act
+        {58, "mounter {mounter} throwing {hook}"},
+        {59, "when {mounter} {hook} {groupOrStar} {hookAction}"},
+        {60, "whenDel {mounter}"},
+        {61, "serviceMountGroupStatus {sys} {group}"},
+    };
+    for (const auto& [slot, command] : used) table[slot] = command;
+    return table;
+  }();
+  return slots;
+}
+
+// What a hook may run: the agent's and the mount machinery's commands (the
+// language allows no other), without the two that could end in a documented
+// fatal assertion at a moment the fuzzer cannot see: `service` (its records
+// may be gone by then) and `groupClosed G true` (the group may have no
+// version allow-list by then).
+std::vector<std::string_view> hookActions() {
+  static const std::set<std::string_view> excluded = {
+      "agent", "records", "record", "recordDel", "leaderGenId", "restart", "set", "unset",
+      "trace", "dump",    "when",   "service",   "groupClosed"};
+  std::vector<std::string_view> actions;
+  for (std::string_view command : commandSlots()) {
+    if (!command.empty() && !excluded.count(command.substr(0, command.find(' ')))) actions.push_back(command);
+  }
+  actions.push_back("groupClosed {group} false");
+  return actions;
+}
+
+const std::map<std::string_view, Kind, std::less<>>& kinds() {
+  static const std::map<std::string_view, Kind, std::less<>> table = [] {
+    const Kind list[] = {
+        {"agent", true, {"agentB", "agentC"}},
+        {"service", true, {"svcA", "svcB"}},
+        {"group", true, {"g1", "g2", "g3"}},
+        {"mounter", true, {"m1", "m2"}},
+        {"switchList", true, {"L1", "L2"}},
+        {"versionList", true, {"V1", "V2"}},
+        // Three switches; the parser and the library accept colons, dashes
+        // and dotted quads in either case. The last is no address at all.
+        {"sys",
+         true,
+         {"00:1c:73:00:00:01", "00-1C-73-00-00-01", "001c.7300.0001", "00:1c:73:00:00:02", "00-1c-73-00-00-02",
+          "001C.7300.0002", "00:1C:73:00:00:03", "001c.7300.0003", "00:1c:73:zz:00:01"}},
+        {"version", true, {"0", "1", "2", "3"}},
+        {"remote", true, {"/r/a", "/r/b", "/r/c"}},
+        {"path", true, {"/db/a", "/db/b", "/db/c"}},
+        {"prefix", true, {"/mnt/a", "/mnt/b"}},
+        {"type", true, {"T", "U"}},
+        {"flags", true, {"F", "ro"}},
+        {"genId", true, {"gen-1", "gen-2"}},
+        {"recordPath",
+         true,
+         {"controller/status", "controller/mount/config/service/agentB", "controller/mount/status/service/agentB",
+          "controller/publish/config/service/agentB", "controller/publish/status/service/agentB",
+          "controller/mount/config/service/agentC", "controller/mount/status/service/agentC",
+          "controller/publish/config/service/agentC", "controller/publish/status/service/agentC"}},
+        {"levels", true, {"off", "0-9", "5,7", "8"}},
+        {"bool", false, {"true", "false"}},
+        {"state", false, {"unknown", "mounting", "mounted", "unmounted", "failed"}},
+        {"recordType",
+         false,
+         {"Status", "ServiceMountConfig", "ServiceMountStatus", "ServicePublishConfig", "ServicePublishStatus"}},
+        {"hook", false, {"doHandleControllerMountState", "doMountsComplete", "doInitialSwitchMountsComplete"}},
+        // "none" first: encoding takes the first alternative that matches.
+        {"mounterOrNone", false, {"none", "{mounter}"}},
+        {"groupOrStar", false, {"*", "{group}"}},
+        {"hookAction", false, hookActions()},
+        {"switchListOrNone", false, {"none", "{switchList}"}},
+        {"versionListOrNone", false, {"none", "{versionList}"}},
+        {"systemFilterRef",
+         false,
+         {"none", "mountConfig.systemFilter[{switchList}]", "publishConfig.systemFilter[{switchList}]",
+          "detached {switchList}"}},
+        {"versionFilterRef",
+         false,
+         {"none", "mountConfig.versionFilter[{versionList}]", "publishConfig.versionFilter[{versionList}]",
+          "detached {versionList}"}},
+        // A `set` line: a place of the configuration records and a value.
+        {"configLine",
+         false,
+         {"mountConfig = ServiceMountConfig",
+          "mountConfig = none",
+          "mountConfig.warm = {bool}",
+          "mountConfig.serviceName = {service}",
+          "mountConfig.leaderGenId = {genId}",
+          "mountConfig.mountGroupConfig[{group}] = ServiceMountGroupConfig",
+          "mountConfig.mountGroupConfig[{group}].preserveMountsOnDisconnect = {bool}",
+          "mountConfig.mountGroupConfig[{group}].systemFilter = {systemFilterRef}",
+          "mountConfig.mountGroupConfig[{group}].versionFilter = {versionFilterRef}",
+          "mountConfig.mountGroupConfig[{group}].mountConfig[{remote}] = vexcType={type} vexcFlags={flags} "
+          "hubstorePath={path}",
+          "mountConfig.systemFilter[{switchList}] = MountFilterSystem",
+          "mountConfig.systemFilter[{switchList}].includedSystem[{sys}] = {bool}",
+          "mountConfig.versionFilter[{versionList}] = MountFilterServiceVersion",
+          "mountConfig.versionFilter[{versionList}].includedServiceVersion[{version}] = {bool}",
+          "publishConfig = ServicePublishConfig",
+          "publishConfig = none",
+          "publishConfig.ready = {bool}",
+          "publishConfig.serviceName = {service}",
+          "publishConfig.leaderGenId = {genId}",
+          "publishConfig.publishGroupConfig[{group}] = ServicePublishGroupConfig",
+          "publishConfig.publishGroupConfig[{group}].systemFilter = {systemFilterRef}",
+          "publishConfig.publishGroupConfig[{group}].versionFilter = {versionFilterRef}",
+          "publishConfig.publishGroupConfig[{group}].publishConfig[{path}] = remotePath={remote} vexcType={type}",
+          "publishConfig.publishGroupConfig[{group}].publishDir[{path}] = vexcType={type} remoteTargetPath={remote} "
+          "readyToPublish={bool}",
+          "publishConfig.systemFilter[{switchList}] = MountFilterSystem",
+          "publishConfig.systemFilter[{switchList}].includedSystem[{sys}] = {bool}",
+          "publishConfig.versionFilter[{versionList}] = MountFilterServiceVersion",
+          "publishConfig.versionFilter[{versionList}].includedServiceVersion[{version}] = {bool}"}},
+        // An `unset` line: the places alone.
+        {"configPlace",
+         false,
+         {"mountConfig", "mountConfig.warm", "mountConfig.serviceName", "mountConfig.leaderGenId",
+          "mountConfig.mountGroupConfig[{group}]", "mountConfig.mountGroupConfig[{group}].preserveMountsOnDisconnect",
+          "mountConfig.mountGroupConfig[{group}].systemFilter", "mountConfig.mountGroupConfig[{group}].versionFilter",
+          "mountConfig.mountGroupConfig[{group}].mountConfig[{remote}]", "mountConfig.systemFilter[{switchList}]",
+          "mountConfig.systemFilter[{switchList}].includedSystem[{sys}]", "mountConfig.versionFilter[{versionList}]",
+          "mountConfig.versionFilter[{versionList}].includedServiceVersion[{version}]", "publishConfig",
+          "publishConfig.ready", "publishConfig.serviceName", "publishConfig.leaderGenId",
+          "publishConfig.publishGroupConfig[{group}]", "publishConfig.publishGroupConfig[{group}].systemFilter",
+          "publishConfig.publishGroupConfig[{group}].versionFilter",
+          "publishConfig.publishGroupConfig[{group}].publishConfig[{path}]",
+          "publishConfig.publishGroupConfig[{group}].publishDir[{path}]", "publishConfig.systemFilter[{switchList}]",
+          "publishConfig.systemFilter[{switchList}].includedSystem[{sys}]",
+          "publishConfig.versionFilter[{versionList}]",
+          "publishConfig.versionFilter[{versionList}].includedServiceVersion[{version}]"}},
+    };
+    std::map<std::string_view, Kind, std::less<>> byName;
+    for (const Kind& kind : list) byName.emplace(kind.name, kind);
+    return byName;
+  }();
+  return table;
+}
+
+const Kind& kindNamed(std::string_view name) { return kinds().at(name); }
+
+// A template as literal text and placeholders, in order.
+struct Piece {
+  bool placeholder;
+  std::string_view text;  // the literal, or the kind's name
+};
+
+std::vector<Piece> piecesOf(std::string_view pattern) {
+  std::vector<Piece> pieces;
+  std::size_t at = 0;
+  while (at < pattern.size()) {
+    const std::size_t open = pattern.find('{', at);
+    if (open == std::string_view::npos) {
+      pieces.push_back({false, pattern.substr(at)});
+      break;
+    }
+    if (open > at) pieces.push_back({false, pattern.substr(at, open - at)});
+    const std::size_t close = pattern.find('}', open);
+    pieces.push_back({true, pattern.substr(open + 1, close - open - 1)});
+    at = close + 1;
+  }
+  return pieces;
+}
+
+bool isLeaf(const Kind& kind) {
+  return std::none_of(kind.alternatives.begin(), kind.alternatives.end(),
+                      [](std::string_view alternative) { return alternative.find('{') != std::string_view::npos; });
+}
+
+// ---------------------------------------------------------------------------
+// Decoding
+
+class ByteReader {
+ public:
+  explicit ByteReader(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
+  bool next(std::uint8_t& byte) {
+    if (at_ == bytes_.size()) return false;
+    byte = bytes_[at_++];
+    return true;
+  }
+  bool done() const { return at_ == bytes_.size(); }
+
+ private:
+  std::span<const std::uint8_t> bytes_;
+  std::size_t at_ = 0;
+};
+
+bool expandPattern(std::string_view pattern, ByteReader& in, std::string& out);
+
+bool expandKind(const Kind& kind, ByteReader& in, std::string& out) {
+  std::size_t choice = 0;
+  if (kind.alternatives.size() > 1) {
+    std::uint8_t byte = 0;
+    if (!in.next(byte)) return false;
+    choice = byte % kind.alternatives.size();
+  }
+  return expandPattern(kind.alternatives[choice], in, out);
+}
+
+bool expandPattern(std::string_view pattern, ByteReader& in, std::string& out) {
+  for (const Piece& piece : piecesOf(pattern)) {
+    if (!piece.placeholder) {
+      out += piece.text;
+    } else if (!expandKind(kindNamed(piece.text), in, out)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// ---------------------------------------------------------------------------
+// Encoding
+
+// Per kind, which index each name of the text was given.
+using Renaming = std::map<std::string_view, std::map<std::string, std::size_t, std::less<>>, std::less<>>;
+
+// A word of the alphabet keeps its own index; any other word takes the
+// first index no word of the text holds yet (all held: they wrap around).
+// A name of the alphabet that comes later may so share its index with a
+// renamed word, which only merges two objects of the seed.
+std::size_t indexFor(const Kind& kind, const std::string& word, Renaming& renaming) {
+  auto& given = renaming[kind.name];
+  if (auto found = given.find(word); found != given.end()) return found->second;
+  const auto own = std::find(kind.alternatives.begin(), kind.alternatives.end(), word);
+  std::size_t index = static_cast<std::size_t>(own - kind.alternatives.begin());
+  if (own == kind.alternatives.end()) {
+    std::set<std::size_t> taken;
+    for (const auto& entry : given) taken.insert(entry.second);
+    index = given.size() % kind.alternatives.size();
+    for (std::size_t candidate = 0; candidate < kind.alternatives.size(); ++candidate) {
+      if (!taken.count(candidate)) {
+        index = candidate;
+        break;
+      }
+    }
+  }
+  given.emplace(word, index);
+  return index;
+}
+
+struct Match {
+  std::size_t end;
+  std::vector<std::uint8_t> bytes;
+  Renaming renaming;
+};
+
+std::vector<Match> matchPattern(std::string_view pattern, std::string_view line, std::size_t at, char stop,
+                                const Renaming& renaming);
+
+// Every way `kind` can match `line` from `at`; a word ends at a blank, at the
+// end, or at `stop` (the first character of the literal that follows).
+std::vector<Match> matchKind(const Kind& kind, std::string_view line, std::size_t at, char stop,
+                             const Renaming& renaming) {
+  std::vector<Match> matches;
+  const bool choose = kind.alternatives.size() > 1;
+  if (isLeaf(kind)) {
+    std::size_t end = at;
+    while (end < line.size() && line[end] != ' ' && line[end] != stop) ++end;
+    if (end == at) return matches;
+    const std::string word(line.substr(at, end - at));
+    Match match{end, {}, renaming};
+    std::size_t index = 0;
+    if (kind.renamable) {
+      index = indexFor(kind, word, match.renaming);
+    } else {
+      const auto found = std::find(kind.alternatives.begin(), kind.alternatives.end(), word);
+      if (found == kind.alternatives.end()) return matches;
+      index = static_cast<std::size_t>(found - kind.alternatives.begin());
+    }
+    if (choose) match.bytes.push_back(static_cast<std::uint8_t>(index));
+    matches.push_back(std::move(match));
+    return matches;
+  }
+  for (std::size_t index = 0; index < kind.alternatives.size(); ++index) {
+    for (Match& match : matchPattern(kind.alternatives[index], line, at, stop, renaming)) {
+      if (choose) match.bytes.insert(match.bytes.begin(), static_cast<std::uint8_t>(index));
+      matches.push_back(std::move(match));
+    }
+  }
+  return matches;
+}
+
+std::vector<Match> matchPieces(const std::vector<Piece>& pieces, std::size_t next, std::string_view line,
+                               std::size_t at, char stop, const Renaming& renaming) {
+  if (next == pieces.size()) return {Match{at, {}, renaming}};
+  const Piece& piece = pieces[next];
+  if (!piece.placeholder) {
+    if (line.substr(at, piece.text.size()) != piece.text) return {};
+    return matchPieces(pieces, next + 1, line, at + piece.text.size(), stop, renaming);
+  }
+  const char wordStop = next + 1 < pieces.size() ? pieces[next + 1].text.front() : stop;
+  std::vector<Match> matches;
+  for (Match& head : matchKind(kindNamed(piece.text), line, at, wordStop, renaming)) {
+    for (Match& tail : matchPieces(pieces, next + 1, line, head.end, stop, head.renaming)) {
+      tail.bytes.insert(tail.bytes.begin(), head.bytes.begin(), head.bytes.end());
+      matches.push_back(std::move(tail));
+    }
+  }
+  return matches;
+}
+
+std::vector<Match> matchPattern(std::string_view pattern, std::string_view line, std::size_t at, char stop,
+                                const Renaming& renaming) {
+  return matchPieces(piecesOf(pattern), 0, line, at, stop, renaming);
+}
+
+// The line without its comment, its words joined by single blanks.
+std::string normalized(std::string_view line) {
+  std::string out;
+  std::size_t at = 0;
+  while (at < line.size()) {
+    while (at < line.size() && (line[at] == ' ' || line[at] == '\t' || line[at] == '\r')) ++at;
+    if (at == line.size() || line[at] == '#') break;
+    std::size_t end = at;
+    while (end < line.size() && line[end] != ' ' && line[end] != '\t' && line[end] != '\r') ++end;
+    if (!out.empty()) out += ' ';
+    out += line.substr(at, end - at);
+    at = end;
+  }
+  return out;
+}
+
+}  // namespace
+
+std::string decode(std::span<const std::uint8_t> bytes) {
+  const auto& slots = commandSlots();
+  ByteReader in(bytes);
+  std::string scenario;
+  std::size_t commands = 0;
+  std::uint8_t byte = 0;
+  while (commands < kMaxCommands && in.next(byte)) {
+    const std::string_view slot = slots[byte % kSlots];
+    if (slot.empty()) continue;
+    std::string line;
+    if (!expandPattern(slot, in, line)) break;
+    scenario += line + "\n";
+    ++commands;
+  }
+  return scenario;
+}
+
+Encoding encode(std::string_view scenario) {
+  const auto& slots = commandSlots();
+  Encoding encoding;
+  Renaming renaming;
+  std::size_t at = 0;
+  while (at < scenario.size()) {
+    std::size_t end = scenario.find('\n', at);
+    if (end == std::string_view::npos) end = scenario.size();
+    const std::string line = normalized(scenario.substr(at, end - at));
+    at = end + 1;
+    if (line.empty()) continue;
+    bool encoded = false;
+    for (std::size_t slot = 0; slot < slots.size() && !encoded; ++slot) {
+      if (slots[slot].empty()) continue;
+      for (Match& match : matchPattern(slots[slot], line, 0, '\0', renaming)) {
+        if (match.end != line.size()) continue;
+        encoding.bytes.push_back(static_cast<std::uint8_t>(slot));
+        encoding.bytes.insert(encoding.bytes.end(), match.bytes.begin(), match.bytes.end());
+        renaming = std::move(match.renaming);
+        encoded = true;
+        break;
+      }
+    }
+    if (!encoded) encoding.droppedLines.push_back(line);
+  }
+  return encoding;
+}
+
+}  // namespace hubstore::fuzz

@@ -1,0 +1,111 @@
+#pragma once
+// A reference model of the service's configuration records, written from the
+// rules of the service close and of the allow-lists alone, in plain data: no
+// type of the library appears here. close_model_check holds the library
+// against it over random sequences of agent calls.
+//
+//   CloseModel model;
+//   model.apply({.kind = AgentCall::staleSystem, .name = "L1", .spelling = "00-1C-73-00-00-01"});
+//   model.apply({.kind = AgentCall::service});
+//   model.apply({.kind = AgentCall::switchList, .name = "L1"});
+//   model.apply({.kind = AgentCall::close});
+//   model.mount().systemFilters.at("L1")   // {}: the list allows nothing
+//
+// What it follows: which group configurations, system and version filters
+// and filter members exist in the mount and the publish configuration. What
+// it leaves out: entries, bindings, flags, hooks.
+//
+// Switches are named by spelling; switchSpellings() says which switch (1-3)
+// each spelling is, or none. A list adds and removes a switch by its
+// canonical spelling; the close keeps any spelling of an allowed switch.
+
+#include <cstdint>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace hubstore::model {
+
+// One configuration record's contents as far as the model goes.
+struct ConfigContents {
+  std::set<std::string> groups;
+  std::map<std::string, std::set<std::string>> systemFilters;
+  std::map<std::string, std::set<std::uint32_t>> versionFilters;
+  bool operator==(const ConfigContents&) const = default;
+};
+
+enum class Side { mount, publish };
+
+struct SwitchSpelling {
+  std::string text;
+  int switchNumber;  // 1-3; 0: not an Ethernet address
+};
+const std::vector<SwitchSpelling>& switchSpellings();
+// "00:1c:73:00:00:0N", the form a list writes.
+std::string canonicalSpelling(int switchNumber);
+
+struct AgentCall {
+  enum Kind {
+    service,     // a new service (none exists)
+    serviceDel,  // the service released: every object's cleanup runs
+    restart,     // the service gone without any cleanup
+    group,
+    groupDel,
+    switchList,
+    switchListDel,
+    allowedSwitch,  // name, switchNumber, value
+    allowedSwitchDel,
+    allowedSwitchDelAll,
+    versionList,
+    versionListDel,
+    allowedVersion,  // name, version, value
+    allowedVersionDel,
+    allowedVersionDelAll,
+    // What an earlier run left, written while no service exists.
+    staleGroup,          // side, name
+    staleSystem,         // side, name, spelling (creates the filter)
+    staleVersion,        // side, name, version (creates the filter)
+    close,               // service closedIs(true)
+    reopen,              // service closedIs(false)
+  };
+  Kind kind = service;
+  Side side = Side::mount;
+  std::string name;
+  std::string spelling;
+  int switchNumber = 0;
+  std::uint32_t version = 0;
+  bool value = false;
+
+  // The call as hubstore-sim lines (after `agent agentB`, `records`).
+  std::string scenarioLines() const;
+};
+
+class CloseModel {
+ public:
+  // The call must be legal: a service call needs a service, an allow-list
+  // entry its list, stale state no service; legal() says so.
+  void apply(const AgentCall& call);
+  bool legal(const AgentCall& call) const;
+
+  const ConfigContents& config(Side side) const { return side == Side::mount ? mount_ : publish_; }
+  const ConfigContents& mount() const { return mount_; }
+  const ConfigContents& publish() const { return publish_; }
+  bool hasService() const { return hasService_; }
+  bool hasSwitchList(const std::string& name) const { return switchLists_.count(name) > 0; }
+  bool hasVersionList(const std::string& name) const { return versionLists_.count(name) > 0; }
+
+ private:
+  void closeService();
+  void forgetService();
+
+  ConfigContents mount_;
+  ConfigContents publish_;
+  bool hasService_ = false;
+  bool closed_ = false;
+  std::set<std::string> groups_;
+  std::map<std::string, std::map<int, bool>> switchLists_;
+  std::map<std::string, std::map<std::uint32_t, bool>> versionLists_;
+};
+
+}  // namespace hubstore::model

@@ -1,0 +1,357 @@
+#!/usr/bin/env python3
+"""Cross-process tests of hubstore-sim --store against private redis-server
+instances (127.0.0.1, a free port, no persistence, stopped at the end).
+
+  cross_process_test.py --sim PATH --redis-server PATH --source DIR [TEST...]
+
+Tests: transcripts, follow, crash, server_restart, login. Every wait is
+bounded; a test that times out fails with what the processes printed.
+"""
+
+import argparse
+import os
+import queue
+import signal
+import socket
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+
+WAIT = 15.0  # seconds, for anything that should take milliseconds
+SWITCH = "00:1c:73:00:00:01"
+
+DECLARE_G1 = """\
+mounter m1
+service svcA
+switchWhiteList L1
+allowedSwitch L1 00:1c:73:00:00:01 true
+versionWhiteList V1
+allowedVersion V1 1 true
+group g1 m1
+controllerMount g1 /remote/a /db/a type flags
+groupSwitchWhiteList g1 L1
+groupVersionWhiteList g1 V1
+groupClosed g1 true
+"""
+
+DECLARE_G2 = """\
+switchWhiteList L2
+allowedSwitch L2 00:1c:73:00:00:02 true
+versionWhiteList V2
+allowedVersion V2 2 true
+group g2 m1
+controllerMount g2 /remote/b /db/b type flags
+groupSwitchWhiteList g2 L2
+groupVersionWhiteList g2 V2
+groupClosed g2 true
+"""
+
+
+class Failure(Exception):
+    pass
+
+
+# The sim processes a test started; whatever a failed test leaves running is
+# killed before the next one.
+SPAWNED = []
+
+
+def free_port():
+    with socket.socket() as s:
+        s.bind(("127.0.0.1", 0))
+        return s.getsockname()[1]
+
+
+class RedisServer:
+    def __init__(self, binary, password=None, unix_socket=None):
+        self.binary, self.password, self.unix_socket = binary, password, unix_socket
+        self.port = free_port()
+        self.process = None
+        self.start()
+
+    def url(self, password=None):
+        password = password if password is not None else self.password
+        credentials = f":{password}@" if password else ""
+        return f"redis://{credentials}127.0.0.1:{self.port}"
+
+    def start(self):
+        args = [self.binary, "--port", str(self.port), "--bind", "127.0.0.1", "--save", "",
+                "--appendonly", "no", "--loglevel", "warning", "--logfile", ""]
+        if self.password:
+            args += ["--requirepass", self.password]
+        if self.unix_socket:
+            args += ["--unixsocket", self.unix_socket]
+        self.process = subprocess.Popen(args, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        deadline = time.monotonic() + WAIT
+        while time.monotonic() < deadline:
+            if self.cli("PING", check=False) == "PONG":
+                return
+            time.sleep(0.02)
+        raise Failure("redis-server did not start")
+
+    def kill(self, sig=signal.SIGKILL):
+        if self.process:
+            self.process.send_signal(sig)
+            self.process.wait(timeout=WAIT)
+            self.process = None
+
+    def cli(self, *args, check=True):
+        command = ["redis-cli", "-h", "127.0.0.1", "-p", str(self.port), "--no-auth-warning"]
+        if self.password:
+            command += ["-a", self.password]
+        result = subprocess.run(command + list(args), capture_output=True, text=True, timeout=WAIT)
+        if check and result.returncode != 0:
+            raise Failure(f"redis-cli {args}: {result.stderr}")
+        return result.stdout.strip()
+
+    def keys(self, pattern):
+        return sorted(k for k in self.cli("--scan", "--pattern", pattern).splitlines() if k)
+
+
+class Sim:
+    """A hubstore-sim process whose standard output is read as it comes."""
+
+    def __init__(self, sim, url, scenario, follow=False, cwd=None):
+        args = [sim, "--store", url] + (["--follow"] if follow else []) + ["-"]
+        self.process = subprocess.Popen(args, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                        stderr=subprocess.PIPE, text=True, cwd=cwd)
+        SPAWNED.append(self.process)
+        self.process.stdin.write(scenario)
+        self.process.stdin.close()
+        self.lines = []
+        self.arrived = queue.Queue()
+        threading.Thread(target=self._read, daemon=True).start()
+
+    def _read(self):
+        for line in self.process.stdout:
+            self.arrived.put(line.rstrip("\n"))
+        self.arrived.put(None)
+
+    def wait_for(self, wanted, what):
+        """Reads lines until every line of `wanted` has come, in order."""
+        deadline = time.monotonic() + WAIT
+        remaining = list(wanted)
+        while remaining:
+            if all(line in self.lines for line in remaining) and self._in_order(wanted):
+                return
+            try:
+                line = self.arrived.get(timeout=max(0.0, deadline - time.monotonic()))
+            except queue.Empty:
+                raise Failure(f"{what}: waited {WAIT}s for {remaining}; printed {self.lines}")
+            if line is None:
+                if not (all(l in self.lines for l in remaining) and self._in_order(wanted)):
+                    raise Failure(f"{what}: ended without {remaining}; printed {self.lines}; "
+                                  f"stderr {self.process.stderr.read()}")
+                return
+            self.lines.append(line)
+
+    def _in_order(self, wanted):
+        at = 0
+        for line in self.lines:
+            if at < len(wanted) and line == wanted[at]:
+                at += 1
+        return at == len(wanted)
+
+    def finish(self, what, expect_status=0):
+        try:
+            status = self.process.wait(timeout=WAIT)
+        except subprocess.TimeoutExpired:
+            self.process.kill()
+            raise Failure(f"{what}: did not end")
+        while True:
+            line = self.arrived.get(timeout=WAIT)
+            if line is None:
+                break
+            self.lines.append(line)
+        if status != expect_status:
+            raise Failure(f"{what}: exit {status}, expected {expect_status}; printed {self.lines}; "
+                          f"stderr {self.process.stderr.read()}")
+        return self.lines
+
+
+def run_sim(sim, args, scenario=None, cwd=None):
+    result = subprocess.run([sim] + args, input=scenario, capture_output=True, text=True, timeout=WAIT * 4,
+                            cwd=cwd)
+    return result
+
+
+def dump_block(lines):
+    return lines[lines.index("dump begin"):lines.index("dump end") + 1]
+
+
+# ---------------------------------------------------------------------------
+
+def test_transcripts(ctx):
+    """Every scenario prints the same with and without --store."""
+    server = RedisServer(ctx.redis_server, unix_socket=os.path.join(ctx.tmp, "redis.sock"))
+    try:
+        scenarios = []
+        for folder in ("tests/scenarios", "examples"):
+            directory = os.path.join(ctx.source, folder)
+            scenarios += [(directory, f) for f in sorted(os.listdir(directory)) if f.endswith(".scn")]
+        for index, (directory, name) in enumerate(scenarios):
+            server.cli("FLUSHALL")
+            # Every other scenario goes through the unix socket.
+            url = f"unix://{server.unix_socket}" if index % 2 else server.url()
+            plain = run_sim(ctx.sim, [name], cwd=directory)
+            stored = run_sim(ctx.sim, ["--store", url, name], cwd=directory)
+            if (plain.stdout, plain.returncode) != (stored.stdout, stored.returncode):
+                raise Failure(f"{name} differs with --store {url}:\n--- without\n{plain.stdout}"
+                              f"exit {plain.returncode}\n--- with\n{stored.stdout}exit {stored.returncode}\n"
+                              f"{stored.stderr}")
+        if not server.keys("agentB:*"):
+            raise Failure("the scenarios left no record in Redis")
+        return f"{len(scenarios)} scenarios"
+    finally:
+        server.kill(signal.SIGTERM)
+
+
+def test_follow(ctx):
+    """A following agent's hooks fire when a machinery process writes statuses;
+    SIGTERM ends it through its teardown."""
+    server = RedisServer(ctx.redis_server)
+    try:
+        agent = Sim(ctx.sim, server.url(), "agent A\nrecords\n" + DECLARE_G1 + "closed true\necho ready\n",
+                    follow=True)
+        agent.wait_for(["# ready"], "agent")
+        # Each state is read when it is there: the agent reads levels, and a
+        # state overwritten before it was read is not reported.
+        Sim(ctx.sim, server.url(), f"agent A\nsystemStatus {SWITCH} g1=mounting\n").finish("machinery")
+        agent.wait_for([f"hook m1 doHandleControllerMountState {SWITCH} g1 mounting"], "agent")
+        Sim(ctx.sim, server.url(), f"agent A\nmountState {SWITCH} g1 mounted\ninitialMountsComplete g1 true\n"
+            ).finish("machinery")
+        agent.wait_for([f"hook m1 doHandleControllerMountState {SWITCH} g1 mounting",
+                        f"hook m1 doHandleControllerMountState {SWITCH} g1 mounted",
+                        "hook m1 doInitialSwitchMountsComplete g1"], "agent")
+        # A second write reaches the hook once more, and only once.
+        Sim(ctx.sim, server.url(), f"agent A\nmountState {SWITCH} g1 failed\n").finish("machinery")
+        agent.wait_for([f"hook m1 doHandleControllerMountState {SWITCH} g1 failed"], "agent")
+        if not server.keys("A:mountConfig.mountGroupConfig*"):
+            raise Failure("no group configuration in Redis while the agent runs")
+        agent.process.send_signal(signal.SIGTERM)
+        lines = agent.finish("agent after SIGTERM")
+        hooks = [l for l in lines if l.startswith("hook ")]
+        if hooks.count(f"hook m1 doHandleControllerMountState {SWITCH} g1 failed") != 1:
+            raise Failure(f"the failed state was reported {hooks}")
+        if server.keys("A:mountConfig.mountGroupConfig*"):
+            raise Failure("the teardown's removal of the group configuration did not reach Redis")
+        return "hooks fired in the agent process; teardown reached Redis"
+    finally:
+        server.kill(signal.SIGTERM)
+
+
+def test_crash(ctx):
+    """An agent killed with SIGKILL leaves its configuration; restarted with
+    fewer groups and lists, it closes, and Redis holds exactly what it declares."""
+    server = RedisServer(ctx.redis_server)
+    try:
+        first = Sim(ctx.sim, server.url(),
+                    "agent A\nrecords\n" + DECLARE_G1 + DECLARE_G2 + "closed true\necho ready\n", follow=True)
+        first.wait_for(["# ready"], "first agent")
+        first.process.kill()
+        first.process.wait(timeout=WAIT)
+        left = server.keys("A:mountConfig.*")
+        for member in ("A:mountConfig.mountGroupConfig[g2]", "A:mountConfig.systemFilter[L2]"):
+            if member not in left:
+                raise Failure(f"the crash lost {member}: {left}")
+        second = Sim(ctx.sim, server.url(), "agent A\n" + DECLARE_G1 + "closed true\ndump\necho ready\n",
+                     follow=True)
+        second.wait_for(["# ready"], "restarted agent")
+        live = dump_block(second.lines)
+        if any("g2" in line or "L2" in line or "V2" in line for line in live):
+            raise Failure(f"the restarted agent kept what it no longer declares: {live}")
+        # What another process reads from Redis is exactly the live configuration.
+        reader = Sim(ctx.sim, server.url(), "agent A\ndump\n").finish("reader")
+        if dump_block(reader) != live:
+            raise Failure(f"Redis holds\n{dump_block(reader)}\nthe agent declares\n{live}")
+        second.process.send_signal(signal.SIGTERM)
+        second.finish("restarted agent")
+        return f"{len(live) - 2} configuration lines, the same in Redis"
+    finally:
+        server.kill(signal.SIGTERM)
+
+
+def test_server_restart(ctx):
+    """The server killed and restarted under a following agent: its
+    configuration is back in Redis and later status writes reach its hooks."""
+    server = RedisServer(ctx.redis_server)
+    try:
+        agent = Sim(ctx.sim, server.url(), "agent A\nrecords\n" + DECLARE_G1 + "closed true\necho ready\n",
+                    follow=True)
+        agent.wait_for(["# ready"], "agent")
+        config = {key: server.cli("HGETALL", key) for key in server.keys("A:*Config*")}
+        server.kill()
+        server.start()
+        deadline = time.monotonic() + WAIT
+        while {key: server.cli("HGETALL", key) for key in server.keys("A:*Config*")} != config:
+            if time.monotonic() > deadline:
+                raise Failure(f"the configuration did not come back: {server.keys('A:*')}")
+            time.sleep(0.05)
+        machinery = Sim(ctx.sim, server.url(),
+                        "agent A\nrecord controller/mount/status/service/A Controller::ServiceMountStatus\n"
+                        f"systemStatus {SWITCH} g1=mounted\n")
+        machinery.finish("machinery")
+        agent.wait_for([f"hook m1 doHandleControllerMountState {SWITCH} g1 mounted"], "agent")
+        agent.process.send_signal(signal.SIGTERM)
+        agent.finish("agent")
+        return f"{len(config)} configuration keys back"
+    finally:
+        server.kill(signal.SIGTERM)
+
+
+def test_login(ctx):
+    """AUTH with a password; a wrong one and an absent server are clear errors."""
+    server = RedisServer(ctx.redis_server, password="s3cret")
+    try:
+        good = run_sim(ctx.sim, ["--store", server.url(), "-"], "agent A\nrecords\ndump\n")
+        if good.returncode != 0 or not server.keys("A:*"):
+            raise Failure(f"with the password: exit {good.returncode} {good.stderr}")
+        wrong = run_sim(ctx.sim, ["--store", server.url("wrong"), "-"], "agent A\n")
+        if wrong.returncode != 2 or "refused the login" not in wrong.stderr:
+            raise Failure(f"wrong password: exit {wrong.returncode}, {wrong.stderr!r}")
+    finally:
+        server.kill(signal.SIGTERM)
+    start = time.monotonic()
+    absent = run_sim(ctx.sim, ["--store", f"redis://127.0.0.1:{free_port()}", "-"], "agent A\n")
+    elapsed = time.monotonic() - start
+    if absent.returncode != 2 or "no answer from redis" not in absent.stderr or elapsed > 10:
+        raise Failure(f"absent server: exit {absent.returncode} after {elapsed:.1f}s, {absent.stderr!r}")
+    return f"wrong password and absent server: exit 2 ({elapsed:.1f}s)"
+
+
+TESTS = {"transcripts": test_transcripts, "follow": test_follow, "crash": test_crash,
+         "server_restart": test_server_restart, "login": test_login}
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--sim", required=True)
+    parser.add_argument("--redis-server", required=True)
+    parser.add_argument("--source", required=True)
+    parser.add_argument("tests", nargs="*", default=list(TESTS))
+    ctx = parser.parse_args()
+    ctx.sim, ctx.source = os.path.abspath(ctx.sim), os.path.abspath(ctx.source)
+    failed = 0
+    with tempfile.TemporaryDirectory() as tmp:
+        ctx.tmp = tmp
+        for name in ctx.tests:
+            start = time.monotonic()
+            try:
+                detail = TESTS[name](ctx)
+                print(f"PASS {name} ({time.monotonic() - start:.1f}s): {detail}", flush=True)
+            except Failure as failure:
+                failed += 1
+                print(f"FAIL {name}: {failure}", flush=True)
+            finally:
+                for process in SPAWNED:
+                    if process.poll() is None:
+                        process.kill()
+                        process.wait(timeout=WAIT)
+                SPAWNED.clear()
+    return 1 if failed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,77 @@
+#include "tools/sim/redis_record_store.h"
+
+#include <poll.h>
+
+#include "tools/sim/scenario_error.h"
+#include "tools/sim/simulator.h"
+
+namespace hubstore::sim {
+
+namespace {
+
+using namespace std::chrono_literals;
+using hubstore::redis::RedisStore;
+
+constexpr auto kOpenTimeout = 3000ms;
+constexpr auto kFlushTimeout = 5000ms;
+
+hubstore::redis::Side redisSide(RecordStore::Side side) {
+  return side == RecordStore::Side::config ? hubstore::redis::Side::config : hubstore::redis::Side::status;
+}
+
+}  // namespace
+
+RedisRecordStore::RedisRecordStore(const std::string& url) {
+  options_.endpoint = hubstore::redis::RedisEndpoint::parse(url);
+  options_.openTimeout = kOpenTimeout;
+  // The check before anything runs: a store of no agent, which reads nothing.
+  RedisStore probe(Mirra::EntityManager::EntityManagerIs(), options_);
+  probe.open();
+}
+
+RedisRecordStore::~RedisRecordStore() { flush(); }
+
+void RedisRecordStore::agentIs(const std::string& name, Mirra::EntityManager& em) {
+  flush();
+  options_.agentName = name;
+  store_ = std::make_unique<RedisStore>(Vex::Ptr<Mirra::EntityManager>(&em), options_);
+  for (Side side : {Side::config, Side::status}) {
+    if (owns_[static_cast<int>(side)]) store_->ownedIs(redisSide(side), true);
+  }
+  try {
+    store_->open();
+  } catch (const std::exception& error) {
+    store_ = nullptr;
+    throw ScenarioError(std::string("--store: ") + error.what());
+  }
+}
+
+void RedisRecordStore::recordIs(const Vex::String& path, const Vex::Ptr<Vex::Entity>& record) {
+  store_->recordIs(path, record);
+}
+
+bool RedisRecordStore::recordDel(const Vex::String& path) { return store_->recordDel(path); }
+
+void RedisRecordStore::ownedIs(Side side) {
+  if (owns_[static_cast<int>(side)]) return;
+  owns_[static_cast<int>(side)] = true;
+  if (store_) store_->ownedIs(redisSide(side), true);
+}
+
+void RedisRecordStore::process() {
+  if (store_) store_->process();
+}
+
+bool RedisRecordStore::flush() { return !store_ || store_->flush(kFlushTimeout); }
+
+void RedisRecordStore::follow(Simulator& simulator, int stopFd) {
+  while (true) {
+    pollfd fds[2] = {{stopFd, POLLIN, 0}, {store_ ? store_->fd() : -1, POLLIN, 0}};
+    // The wait is bounded so that a store without an agent still sees the signal.
+    ::poll(fds, 2, 1000);
+    if (fds[0].revents & POLLIN) return;
+    simulator.followStore();
+  }
+}
+
+}  // namespace hubstore::sim
