@@ -3,7 +3,7 @@
 fleet size, from the JSON that `scripts/run bench` leaves in
 build/release/bench.json:
 
-    bench/plot_sweep.py [build/release/bench.json] [bench/sweep.png]
+    bench/plot_sweep.py [build/release/bench.json] [docs/sweep.png]
 
 Needs matplotlib; Debian's python3-matplotlib is installed when missing, and
 the script goes on under Debian's python3, the one that package serves.
@@ -93,4 +93,4 @@ def main(source, target):
 
 if __name__ == "__main__":
     main(sys.argv[1] if len(sys.argv) > 1 else "build/release/bench.json",
-         sys.argv[2] if len(sys.argv) > 2 else "bench/sweep.png")
+         sys.argv[2] if len(sys.argv) > 2 else "docs/sweep.png")
