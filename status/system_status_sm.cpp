@@ -93,7 +93,7 @@ void SystemStatusSm::VexServiceMountGroupStatus::onAttribute(Vex::AttributeId at
   if (attribute != ServiceMountGroupStatus::Attr::mountState || vexMarkedForDeletion()) return;
   const ServiceMountGroupStatus* status = notifier();
   if (!status || !owner_) return;
-  owner_->handleMountState(*status);
+  owner_->handleMountStateOf(*status);
 }
 
 // --- SystemStatusSm ----------------------------------------------------------
@@ -193,6 +193,17 @@ void SystemStatusSm::handleMountState(const ServiceMountGroupStatus& groupStatus
   // The record in hand is the switch's while the switch record holds it.
   const SystemStatus* status = systemStatusReactor_ ? systemStatusReactor_->notifier() : nullptr;
   if (!status || groupStatus.parent() != status) return;
+  reportMountState(groupStatus);
+}
+
+// A reactor the machine still holds watches a group status of the machine's
+// own switch record: binding to another record replaces every reactor whose
+// record differs, and a group status only ever belongs to the switch record
+// that created it. So while the record holds it (it has a parent) it is the
+// switch's, and the switch record itself need not be read.
+void SystemStatusSm::handleMountStateOf(const ServiceMountGroupStatus& groupStatus) {
+  HUBSTORE_TRACE(8) << "SystemStatusSm::" << "handleMountState" << ": " << groupStatus.name();
+  if (!initialized_ || vexMarkedForDeletion() || !groupStatus.parent()) return;
   reportMountState(groupStatus);
 }
 

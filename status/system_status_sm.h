@@ -108,16 +108,19 @@ class SystemStatusSm : public Vex::PtrInterface {
  private:
   // The destructor's work; also run when the owner goes first.
   void tearDown();
+  // handleMountState(groupStatus) for the machine's own reactors.
+  void handleMountStateOf(const ServiceMountGroupStatus& groupStatus);
   // Tells the group's mounter the state of `groupStatus`, a member of the
   // switch record.
   void reportMountState(const ServiceMountGroupStatus& groupStatus);
 
+  // What every mount state event reads comes first, within two cache lines.
   SystemId systemId_;
+  bool initialized_ = false;
+  Vex::OwnerLink<ServiceMountStatusSm, SystemStatusSm> serviceMountStatusSm_;
   Vex::Ptr<VexSystemStatus> systemStatusReactor_;
   // One reactor per group of the switch: tens, in one array.
   Vex::FlatCollection<Vex::Name, VexServiceMountGroupStatus> serviceMountGroupStatus_;
-  bool initialized_ = false;
-  Vex::OwnerLink<ServiceMountStatusSm, SystemStatusSm> serviceMountStatusSm_;
 };
 
 Vex::Ptr<SystemStatusSm> systemStatusSmFactory(const Vex::Ptr<const SystemStatus>& systemStatus,

@@ -44,12 +44,12 @@ class FlatCollection {
   // Inserts `value` under `key`, replacing (and detaching) a previous member.
   const Ptr<T>& newMember(const K& key, Ptr<T> value) {
     attach(value.get());
-    if (members_.empty() || members_.back().first < key) {
+    auto at = members_.begin() + (lowerBound(key) - members_.cbegin());
+    if (at == members_.end()) {
       members_.emplace_back(key, std::move(value));
       return members_.back().second;
     }
-    auto at = members_.begin() + (lowerBound(key) - members_.cbegin());
-    if (at != members_.end() && at->first == key) {
+    if (at->first == key) {
       Ptr<T> previous = std::exchange(at->second, std::move(value));
       const Ptr<T>& slot = at->second;
       if (previous && previous != slot) detach(previous.get());
@@ -125,6 +125,8 @@ class FlatCollection {
 
  private:
   typename std::vector<Member>::const_iterator lowerBound(const K& key) const {
+    // A collection filled in key order is asked for keys past its end.
+    if (members_.empty() || members_.back().first < key) return members_.end();
     return std::lower_bound(members_.begin(), members_.end(), key,
                             [](const Member& member, const K& k) { return member.first < k; });
   }

@@ -32,12 +32,12 @@ class FlatValueMap {
   bool contains(const K& key) const { return value(key) != nullptr; }
   // Stores `value`; returns whether the map changed.
   bool valueIs(const K& key, V value) {
-    if (entries_.empty() || entries_.back().first < key) {
+    auto at = entries_.begin() + (lowerBound(key) - entries_.cbegin());
+    if (at == entries_.end()) {
       entries_.emplace_back(key, std::move(value));
       return true;
     }
-    auto at = entries_.begin() + (lowerBound(key) - entries_.cbegin());
-    if (at != entries_.end() && at->first == key) {
+    if (at->first == key) {
       if (at->second == value) return false;
       at->second = std::move(value);
       return true;
@@ -105,6 +105,8 @@ class FlatValueMap {
 
  private:
   typename Entries::const_iterator lowerBound(const K& key) const {
+    // A map filled in key order is asked for keys past its end.
+    if (entries_.empty() || entries_.back().first < key) return entries_.end();
     return std::lower_bound(entries_.begin(), entries_.end(), key,
                             [](const std::pair<K, V>& entry, const K& k) { return entry.first < k; });
   }
