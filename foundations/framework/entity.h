@@ -41,8 +41,7 @@ class Entity : public PtrInterface {
       notifiees_.visitCounted(attribute, key, this);
       return;
     }
-    const Ptr<const Entity> keepAlive(this);
-    notifiees_.visit(attribute, key);
+    notifiees_.visit(attribute, key, this);
   }
 
   // Create-or-return of a collection member, notifying on creation.

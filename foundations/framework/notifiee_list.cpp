@@ -11,7 +11,8 @@ NotifieeList::~NotifieeList() {
   if (slots_ != &inPlace_) delete[] slots_;
 }
 
-void NotifieeList::visitAll(AttributeId attribute, const void* key) {
+void NotifieeList::visitAll(AttributeId attribute, const void* key, const PtrInterface* notifier) {
+  const PtrInterface::UseScope notifierInUse(notifier);
   const DispatchScope scope(*this);
   // Slots are read afresh each time: an addition may move the array.
   // Members added now wait for the next round.

@@ -38,17 +38,20 @@ class NotifieeList {
   NotifieeList& operator=(const NotifieeList&) = delete;
   ~NotifieeList();
 
-  // The dispatch; the caller keeps the notifier alive. Only while
+  // The dispatch, which keeps `notifier` alive while it runs. Only while
   // threadSafePointers() is off.
-  void visit(AttributeId attribute, const void* key = nullptr) {
+  void visit(AttributeId attribute, const void* key, const PtrInterface* notifier) {
     if (size_ == 1 && dispatchDepth_ == 0) {
       // Outside any round nothing is cleared: the one slot holds a notifiee.
       PtrInterface::NotifieeConst* notifiee = slots_[0];
       if (!notifiee->hasNotificationActive()) return;
+      const PtrInterface::UseScope notifierInUse(notifier);
       call(notifiee, attribute, key);
       return;
     }
-    visitAll(attribute, key);
+    // Out of line and last, so that a setter calls it without saving
+    // registers of its own for the loop.
+    visitAll(attribute, key, notifier);
   }
   // The same holding the notifier and each notifiee by a counted reference,
   // for while threadSafePointers() is on.
@@ -78,7 +81,7 @@ class NotifieeList {
     const PtrInterface::UseScope inCall(notifiee);
     notifiee->onAttribute(attribute, key);
   }
-  void visitAll(AttributeId attribute, const void* key);
+  void visitAll(AttributeId attribute, const void* key, const PtrInterface* notifier);
   void compact();
 
   // Points at inPlace_ or at a heap array of capacity_ slots.
