@@ -12,16 +12,17 @@ NotifieeList::~NotifieeList() {
 }
 
 void NotifieeList::visitAll(AttributeId attribute, const void* key, const PtrInterface* notifier) {
-  const PtrInterface::UseScope notifierInUse(notifier);
-  const DispatchScope scope(*this);
-  // Slots are read afresh each time: an addition may move the array.
-  // Members added now wait for the next round.
-  const std::uint32_t end = size_;
-  for (std::uint32_t i = 0; i < end; ++i) {
-    PtrInterface::NotifieeConst* notifiee = slots_[i];
-    if (!notifiee || !notifiee->hasNotificationActive()) continue;
-    call(notifiee, attribute, key);
-  }
+  PtrInterface::keepAliveWhile(notifier, [&] {
+    const DispatchScope scope(*this);
+    // Slots are read afresh each time: an addition may move the array.
+    // Members added now wait for the next round.
+    const std::uint32_t end = size_;
+    for (std::uint32_t i = 0; i < end; ++i) {
+      PtrInterface::NotifieeConst* notifiee = slots_[i];
+      if (!notifiee || !notifiee->hasNotificationActive()) continue;
+      call(notifiee, attribute, key);
+    }
+  });
 }
 
 void NotifieeList::visitCounted(AttributeId attribute, const void* key, const PtrInterface* notifier) {

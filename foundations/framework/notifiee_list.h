@@ -11,7 +11,7 @@
 //  - A notifiee added during a dispatch is not called in that round: each
 //    round covers the members present when it started.
 //  - The notifiee being called is kept alive for the length of its call
-//    (PtrInterface::UseScope), so it may release its last owner from inside
+//    (PtrInterface::keepAliveWhile), so it may release its last owner from inside
 //    onAttribute; the notifier is kept alive for the whole dispatch.
 //  - A dispatch that a notifiee ends with an exception leaves the list
 //    consistent (depth restored, list compacted) and passes the exception on.
@@ -45,8 +45,7 @@ class NotifieeList {
       // Outside any round nothing is cleared: the one slot holds a notifiee.
       PtrInterface::NotifieeConst* notifiee = slots_[0];
       if (!notifiee->hasNotificationActive()) return;
-      const PtrInterface::UseScope notifierInUse(notifier);
-      call(notifiee, attribute, key);
+      PtrInterface::keepAliveWhile(notifier, [&] { call(notifiee, attribute, key); });
       return;
     }
     // Out of line and last, so that a setter calls it without saving
@@ -78,8 +77,7 @@ class NotifieeList {
   };
 
   static void call(PtrInterface::NotifieeConst* notifiee, AttributeId attribute, const void* key) {
-    const PtrInterface::UseScope inCall(notifiee);
-    notifiee->onAttribute(attribute, key);
+    PtrInterface::keepAliveWhile(notifiee, [&] { notifiee->onAttribute(attribute, key); });
   }
   void visitAll(AttributeId attribute, const void* key, const PtrInterface* notifier);
   void compact();

@@ -39,36 +39,31 @@ class PtrInterface {
   void referencesDec() const {
     if (!countDecrement(references_)) return;
     if (inUse_) {
-      releasedInUse_ = true;  // the UseScope that ends last finishes it
+      releasedInUse_ = true;  // the outermost use finishes it
     } else {
       handleZeroRef();
     }
   }
   std::uint32_t references() const { return references_; }
 
-  // Keeps an object alive for one scope, as a counted reference would, at the
-  // cost of a flag: a release of the last reference inside the scope only
-  // marks the object, and the outermost scope on it deletes it as it ends
-  // (unless it was taken again meanwhile). A dispatch does this for every
-  // notifiee it calls. Only while threadSafePointers() is off: another thread
-  // could release the object at any moment, and only a count stops that.
-  class UseScope {
-   public:
-    explicit UseScope(const PtrInterface* object) : object_(object), outermost_(!object->inUse_) {
-      object_->inUse_ = true;
+  // Runs `use`, keeping `object` alive as a counted reference would, at the
+  // cost of a flag: a release of its last reference meanwhile only marks it,
+  // and the outermost use deletes it as it ends (unless it was taken again
+  // meanwhile). A dispatch does this for every notifiee it calls. Only while
+  // threadSafePointers() is off: another thread could release the object at
+  // any moment, and only a count stops that. A nested use runs in a branch
+  // of its own, so that nothing is remembered across `use` and each flag is
+  // only ever stored, never counted: a loop that keeps using one object is
+  // not held up by a chain of read-modify-writes.
+  template <class Use>
+  static void keepAliveWhile(const PtrInterface* object, Use&& use) {
+    if (object->inUse_) {  // an enclosing use keeps it alive
+      use();
+      return;
     }
-    UseScope(const UseScope&) = delete;
-    UseScope& operator=(const UseScope&) = delete;
-    ~UseScope() {
-      if (!outermost_) return;
-      object_->inUse_ = false;
-      if (object_->releasedInUse_) [[unlikely]] object_->finishUse();
-    }
-
-   private:
-    const PtrInterface* object_;
-    bool outermost_;
-  };
+    const OutermostUse outermost(object);
+    use();
+  }
 
   // Objects that can be watched return their list; others have none.
   virtual NotifieeList* notifieeList() const { return nullptr; }
@@ -96,7 +91,20 @@ class PtrInterface {
   virtual void handleZeroRef() const { delete this; }
 
  private:
-  // The end of the outermost UseScope on an object released inside it.
+  class OutermostUse {
+   public:
+    explicit OutermostUse(const PtrInterface* object) : object_(object) { object_->inUse_ = true; }
+    OutermostUse(const OutermostUse&) = delete;
+    OutermostUse& operator=(const OutermostUse&) = delete;
+    ~OutermostUse() {
+      object_->inUse_ = false;
+      if (object_->releasedInUse_) [[unlikely]] object_->finishUse();
+    }
+
+   private:
+    const PtrInterface* object_;
+  };
+  // The end of the outermost use of an object released during it.
   void finishUse() const;
 
   mutable std::uint32_t references_ = 1;

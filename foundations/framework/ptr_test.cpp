@@ -72,22 +72,19 @@ TEST(Ptr, ThreadSafeSwitchKeepsCountsExact) {
   EXPECT_EQ(log, "~a ");
 }
 
-TEST(Ptr, AnObjectReleasedInsideAUseScopeDiesWhenTheOutermostScopeEnds) {
+TEST(Ptr, AnObjectReleasedDuringAUseDiesWhenTheOutermostUseEnds) {
   std::string log;
   Ptr<Logged> a = make<Logged>("a", &log);
   Ptr<Logged> b = make<Logged>("b", &log);
-  {
-    const PtrInterface::UseScope outer(a.get());
-    {
-      const PtrInterface::UseScope inner(a.get());
-      a = nullptr;
-    }
-    EXPECT_EQ(log, "");  // the inner scope leaves it to the outer one
-    const PtrInterface::UseScope other(b.get());
-    Logged* raw = b.get();
-    b = nullptr;
-    b = Ptr<Logged>(raw);  // taken again before the scope ends
-  }
+  PtrInterface::keepAliveWhile(a.get(), [&] {
+    PtrInterface::keepAliveWhile(a.get(), [&] { a = nullptr; });
+    EXPECT_EQ(log, "");  // the inner use leaves it to the outer one
+    PtrInterface::keepAliveWhile(b.get(), [&] {
+      Logged* raw = b.get();
+      b = nullptr;
+      b = Ptr<Logged>(raw);  // taken again before the use ends
+    });
+  });
   EXPECT_EQ(log, "~a ");
   EXPECT_EQ(b->references(), 1u);
 }
