@@ -201,7 +201,7 @@ std::vector<std::string> ConfigDump::lines() const {
 }
 
 template <class Filter>
-Vex::Ptr<Filter> ConfigDump::filterNamed(const Command& command) const {
+Vex::Ptr<Filter> ConfigDump::filterNamed(const Command& command) {
   if (command.detachedName) {
     if (restoring_) {
       auto kept = restoring_->detachedFilters.find(formatConfigPath(command.lhs));
@@ -214,32 +214,24 @@ Vex::Ptr<Filter> ConfigDump::filterNamed(const Command& command) const {
   if (!command.filter) return nullptr;
   const ConfigPath& place = *command.filter;
   // The parser checked that the place is a collection member of this type.
-  // A dump prints a group's binding before the filter record it names, so
-  // binding creates the record when it is not there yet: dump lines fed to
-  // set in their printed order rebuild the configuration.
+  // A dump prints a group's binding before the filter record it names, and
+  // the mount configuration before the publish one, so binding creates the
+  // filter and its configuration record when they are not there yet: dump
+  // lines fed to set in their printed order rebuild the configuration.
+  const bool mount = place[0].attribute == kMountRoot;
+  rootIs(mount, true);
   const Vex::Name key = keyOf(place[1]);
-  Vex::Ptr<Filter> filter;
   if constexpr (std::is_same_v<Filter, MountFilterSystem>) {
-    if (place[0].attribute == kMountRoot) {
-      if (auto config = mountConfig()) filter = config->systemFilterIs(key);
-    } else if (auto config = publishConfig()) {
-      filter = config->systemFilterIs(key);
-    }
+    return mount ? mountConfig()->systemFilterIs(key) : publishConfig()->systemFilterIs(key);
   } else {
-    if (place[0].attribute == kMountRoot) {
-      if (auto config = mountConfig()) filter = config->versionFilterIs(key);
-    } else if (auto config = publishConfig()) {
-      filter = config->versionFilterIs(key);
-    }
+    return mount ? mountConfig()->versionFilterIs(key) : publishConfig()->versionFilterIs(key);
   }
-  if (!filter) throw ScenarioError("filter " + formatConfigPath(place) + ": its configuration record does not exist");
-  return filter;
 }
 
 void ConfigDump::set(const Command& command) {
   const ConfigPath& lhs = command.lhs;
   if (lhs.size() == 1) {
-    setRoot(command, command.scalar != "none");
+    rootIs(lhs[0].attribute == kMountRoot, command.scalar != "none");
     return;
   }
   if (lhs[0].attribute == kMountRoot) {
@@ -256,7 +248,7 @@ void ConfigDump::set(const Command& command) {
 void ConfigDump::unset(const Command& command) {
   const ConfigPath& lhs = command.lhs;
   if (lhs.size() == 1) {
-    setRoot(command, false);
+    rootIs(lhs[0].attribute == kMountRoot, false);
     return;
   }
   if (lhs[0].attribute == kMountRoot) {
@@ -270,8 +262,7 @@ void ConfigDump::unset(const Command& command) {
   }
 }
 
-void ConfigDump::setRoot(const Command& command, bool present) {
-  const bool mount = command.lhs[0].attribute == kMountRoot;
+void ConfigDump::rootIs(bool mount, bool present) {
   const std::string path = mount ? mountConfigPath(agentName_) : publishConfigPath(agentName_);
   if (!present) {
     em_.entityDel(path);

@@ -71,9 +71,11 @@ class ConfigDump {
   std::string filterPlace(const Controller::MountFilterServiceVersion* filter) const;
   // The filter record that a FILTER value names; null for `none`.
   template <class Filter>
-  Vex::Ptr<Filter> filterNamed(const Command& command) const;
+  Vex::Ptr<Filter> filterNamed(const Command& command);
 
-  void setRoot(const Command& command, bool present);
+  // Creates (present) or removes the mount or the publish configuration
+  // record; an existing record of the right type is kept.
+  void rootIs(bool mount, bool present);
   void setMountConfig(Controller::ServiceMountConfig& config, const Command& command, bool isSet);
   void setPublishConfig(Controller::ServicePublishConfig& config, const Command& command, bool isSet);
   template <class Config>
