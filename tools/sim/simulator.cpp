@@ -122,7 +122,11 @@ int Simulator::run(const std::vector<Command>& commands, std::FILE* errors) {
     if (ended_) break;
     if (timeline_) timeline_->stepBegin(command);
     try {
-      execute(command);
+      if (command.repetition) {
+        runRepeated(command);
+      } else {
+        execute(command);
+      }
     } catch (const ScenarioError& error) {
       reportError(command, error.what());
       stepEnd();
@@ -131,6 +135,18 @@ int Simulator::run(const std::vector<Command>& commands, std::FILE* errors) {
     stepEnd();
   }
   return hookActionFailed_ ? 1 : 0;
+}
+
+void Simulator::runRepeated(const Command& repeat) {
+  const auto error = forEachRepeated(repeat, [this](const Command& command) {
+    try {
+      execute(command);
+    } catch (const ScenarioError& error) {
+      throw ScenarioError(repeatedCommandError(command, error.what()));
+    }
+    return !ended_;
+  });
+  if (error) throw ScenarioError(*error);
 }
 
 void Simulator::reportError(const Command& command, const char* message) {
@@ -274,6 +290,7 @@ const std::map<std::string, Simulator::Handler, std::less<>>& Simulator::handler
       {"trace", &Simulator::traceCommand},
       {"dump", &Simulator::dumpCommand},
       {"explain", &Simulator::explainCommand},
+      {"hookCounts", &Simulator::hookCountsCommand},
       {"echo", &Simulator::echoCommand},
       {"help", &Simulator::helpCommand},
       {"quit", &Simulator::quitCommand},
@@ -491,7 +508,7 @@ void Simulator::publishStatusDelCommand(const Command& c) {
 void Simulator::mounterCommand(const Command& c) {
   const std::string& name = c.args[0];
   if (mounters_.count(name)) throw ScenarioError("mounter " + name + " exists");
-  if (c.args.size() == 2) {
+  if (c.args.size() == 2 && c.args[1] == "default") {
     mounters_[name] = Vex::make<Controller::HubstoreServiceMounter>();
   } else {
     // c.hook names the throwing hook of `mounter M throwing HOOK`.
@@ -499,7 +516,8 @@ void Simulator::mounterCommand(const Command& c) {
         name, out_, [this](const Command& action) { runHookAction(action); }, c.hook,
         [this](const HookCall& call) {
           if (timeline_) timeline_->hookCalled(call);
-        });
+        },
+        c.args.size() == 2 && c.args[1] == "counting");
   }
 }
 
@@ -647,6 +665,31 @@ void Simulator::explainCommand(const Command& c) {
   explainLine("explain end");
 }
 
+void Simulator::hookCountsCommand(const Command& c) {
+  auto recording = Vex::ptr_cast<RecordingMounter>(mounter(c.args[0]));
+  if (!recording) throw ScenarioError("mounter " + c.args[0] + " is a default mounter: it counts no hook calls");
+  const RecordingMounter::StateCounts& counts = recording->switchStateCounts();
+  const std::string hook(mounterHookName(MounterHook::HandleControllerMountState));
+  std::uint64_t calls = 0;
+  std::string byState;
+  for (std::size_t state = 0; state < counts.size(); ++state) {
+    calls += counts[state];
+    byState += std::string(state == 0 ? "" : ", ") +
+               Controller::mountStateName(static_cast<Controller::MountState>(state)) + " " +
+               std::to_string(counts[state]);
+  }
+  const auto number = [](std::uint64_t count) { return static_cast<std::int64_t>(count); };
+  out_.line(LineKind::HookCounts, "hookCounts " + c.args[0] + " " + hook + " " + std::to_string(calls) + ": " + byState,
+            {{"mounter", c.args[0]},
+             {"hook", hook},
+             {"calls", number(calls)},
+             {"unknown", number(counts[Controller::mountStateUnknown])},
+             {"mounting", number(counts[Controller::mountStateMounting])},
+             {"mounted", number(counts[Controller::mountStateMounted])},
+             {"unmounted", number(counts[Controller::mountStateUnmounted])},
+             {"failed", number(counts[Controller::mountStateFailed])}});
+}
+
 void Simulator::echoCommand(const Command& c) {
   std::string text;
   for (const std::string& word : c.args) text += (&word == &c.args.front() ? "" : " ") + word;
@@ -667,6 +710,6 @@ void Simulator::helpCommand(const Command& c) {
 
 void Simulator::quitCommand(const Command&) { ended_ = true; }
 
-bool Simulator::knows(std::string_view verb) { return handlers().count(verb) > 0; }
+bool Simulator::knows(std::string_view verb) { return verb == "repeat" || handlers().count(verb) > 0; }
 
 }  // namespace hubstore::sim
