@@ -286,8 +286,8 @@ constexpr CommandEntry kFleets[] = {
      "commands are made one at a time as the repeat runs, so ten thousand of them cost no more memory than "
      "one. A brace that expands to nothing known, a value that does not fit its format and a COMMAND that "
      "does not parse at the first or the last values are syntax errors. The error of one of the commands "
-     "names it with the values: `FILE:LINE: error: in 'mountState 00:1c:73:00:00:05 g01 mounted' (i=5, "
-     "g=1): unknown switch status 00:1c:73:00:00:05`.",
+     "names it with the values: `FILE:LINE: error: in 'mountState 00:1c:73:00:00:05 g01 mounted' (g=1, "
+     "i=5): unknown switch status 00:1c:73:00:00:05`.",
      "repeat 1..10000 systemStatus 00:1c:73:{i:xx:xx:xx} g{1..5}=mounting"},
 };
 

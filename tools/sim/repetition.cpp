@@ -147,7 +147,9 @@ std::optional<std::string> Repetition::parseWord(const Word& word, Template& out
       }
       Piece braces;
       if (auto error = parseBraces(std::string_view(raw).substr(i + 1, close - i - 1), braces)) {
-        return "'" + raw.substr(i, close - i + 1) + "' " + *error;
+        std::string message = "'";
+        message.append(raw, i, close - i + 1).append("' ").append(*error);
+        return message;
       }
       endText();
       out.pieces.push_back(std::move(braces));

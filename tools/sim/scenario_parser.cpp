@@ -832,7 +832,11 @@ std::string formatConfigPath(const ConfigPath& path) {
   for (const ConfigSegment& seg : path) {
     if (!out.empty()) out += '.';
     out += seg.attribute;
-    if (seg.key) out += "[" + quoteIfNeeded(*seg.key) + "]";
+    if (seg.key) {
+      out += '[';
+      out += quoteIfNeeded(*seg.key);
+      out += ']';
+    }
   }
   return out;
 }

@@ -12,6 +12,7 @@
 #include <hubstore/foundations/records/hubstore_status.h>
 #include <hubstore/foundations/records/mount_state.h>
 #include <hubstore/foundations/records/service_mount_config.h>
+#include <hubstore/foundations/records/service_mount_group_status.h>
 #include <hubstore/foundations/records/service_mount_status.h>
 #include <hubstore/foundations/records/service_publish_config.h>
 #include <hubstore/foundations/records/service_publish_status.h>
@@ -65,10 +66,20 @@ Vex::Ptr<Vex::Entity> newRecord(const std::string& type, const Vex::Name& name) 
 }
 
 template <class Record>
-Vex::Ptr<Record> recordAt(const Mirra::EntityManager& em, const std::string& path, std::string_view type) {
+Vex::Ptr<Record> recordAt(const Mirra::EntityManager& em, const Vex::String& path, std::string_view type) {
   auto record = Vex::ptr_cast<Record>(em.getEntity(path));
-  if (!record) throw ScenarioError("no " + std::string(type) + " at " + path);
+  if (!record) throw ScenarioError("no " + std::string(type) + " at " + path.stdString());
   return record;
+}
+
+// A member that a record's collection hands out const, made writable: the
+// mount machinery owns the status records and writes them through their
+// setters. One lookup where a check and a writable lookup (`...Is(name)`,
+// which returns an existing member as it is) would be two, on the path that a
+// fleet's every state change takes.
+template <class Record>
+Vex::Ptr<Record> writable(const Record* member) {
+  return Vex::Ptr<Record>(const_cast<Record*>(member));
 }
 
 }  // namespace
@@ -342,18 +353,19 @@ Vex::Ptr<RecordingMounter> Simulator::recordingMounter(const std::string& name) 
 }
 
 Vex::Ptr<ServiceMountStatus> Simulator::mountStatusRecord() const {
-  return recordAt<ServiceMountStatus>(*em_, mountStatusPath(agentName()), "Controller::ServiceMountStatus");
+  agentName();
+  return recordAt<ServiceMountStatus>(*em_, mountStatusPath_, "Controller::ServiceMountStatus");
 }
 
 Vex::Ptr<ServicePublishStatus> Simulator::publishStatusRecord() const {
-  return recordAt<ServicePublishStatus>(*em_, publishStatusPath(agentName()), "Controller::ServicePublishStatus");
+  return recordAt<ServicePublishStatus>(*em_, Vex::String(publishStatusPath(agentName())), "Controller::ServicePublishStatus");
 }
 
 Vex::Ptr<SystemStatus> Simulator::systemStatusRecord(const std::string& system) const {
   auto status = mountStatusRecord();
-  const Vex::Name name(system);
-  if (!status->systemStatusRaw(name)) throw ScenarioError("unknown switch status " + system);
-  return status->systemStatusIs(name);  // the existing record, writable
+  const SystemStatus* found = status->systemStatusRaw(Vex::Name(system));
+  if (!found) throw ScenarioError("unknown switch status " + system);
+  return writable(found);
 }
 
 // ---------------------------------------------------------------------------
@@ -361,6 +373,7 @@ Vex::Ptr<SystemStatus> Simulator::systemStatusRecord(const std::string& system) 
 
 void Simulator::agentCommand(const Command& c) {
   agent_ = Mirra::Agent::AgentIs(Vex::String(c.args[0]));
+  mountStatusPath_ = Vex::String(mountStatusPath(agent_->name()));
   Controller::globalAgent = agent_.get();
   if (store_) store_->agentIs(c.args[0], *em_);
   everythingTouched();
@@ -395,7 +408,7 @@ void Simulator::recordDelCommand(const Command& c) {
 }
 
 void Simulator::leaderGenIdCommand(const Command& c) {
-  recordAt<Hubstore::Status>(*em_, std::string(kHubstoreStatusPath), "Hubstore::Status")
+  recordAt<Hubstore::Status>(*em_, Vex::String(kHubstoreStatusPath), "Hubstore::Status")
       ->leaderGenIdIs(Vex::String(c.args[0]));
 }
 
@@ -451,11 +464,11 @@ void Simulator::serviceMountGroupStatusDelCommand(const Command& c) {
 
 void Simulator::mountStateCommand(const Command& c) {
   auto system = systemStatusRecord(c.args[0]);
-  if (!system->serviceMountGroupStatusRaw(Vex::Name(c.args[1]))) {
-    throw ScenarioError("switch status " + c.args[0] + " has no group status " + c.args[1]);
-  }
+  const Controller::ServiceMountGroupStatus* group = system->serviceMountGroupStatusRaw(Vex::Name(c.args[1]));
+  if (!group) throw ScenarioError("switch status " + c.args[0] + " has no group status " + c.args[1]);
   switchTouched(c.args[0]);
-  system->serviceMountGroupStatusIs(Vex::Name(c.args[1]))->mountStateIs(stateArg(c.args[2]));
+  // Held for the call: a hook may remove the group status.
+  writable(group)->mountStateIs(stateArg(c.args[2]));
 }
 
 void Simulator::initialMountsCompleteCommand(const Command& c) {

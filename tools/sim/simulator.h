@@ -210,6 +210,8 @@ class Simulator {
   Output& out_;
   Vex::Ptr<Mirra::EntityManager> em_;
   Vex::Ptr<Mirra::Agent> agent_;
+  // Where the agent's mount status record is, looked up at every status write.
+  Vex::String mountStatusPath_;
   std::map<std::string, Vex::Ptr<Controller::HubstoreServiceMounter>> mounters_;
   Vex::Ptr<Controller::HubstoreService> service_;
 
