@@ -27,7 +27,11 @@ void RecordingMounter::doHandleControllerMountState(const Controller::SystemId& 
       const std::string state = Controller::mountStateName(mountState);
       const std::string_view hook = mounterHookName(MounterHook::HandleControllerMountState);
       out_.line(LineKind::Hook, "hook " + name_ + " " + std::string(hook) + " " + system + " " + group + " " + state,
-                {{"mounter", name_}, {"hook", std::string(hook)}, {"group", group}, {"system", system}, {"state", state}});
+                {{"mounter", name_},
+                 {"hook", std::string(hook)},
+                 {"group", group},
+                 {"system", system},
+                 {"state", state}});
     }
     if (listener_) listener_({MounterHook::HandleControllerMountState, name_, group, system, mountState});
   }

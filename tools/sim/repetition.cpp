@@ -103,11 +103,11 @@ std::optional<std::string> Repetition::parse(std::span<const Word> words, Repeti
     if (auto error = out.parseWord(word, parsed)) return error;
     std::uint64_t copies = 1;
     for (const Piece& piece : parsed.pieces) {
-      if (piece.kind == Piece::Kind::Range) {
-        copies = saturatingProduct(copies, (piece.from <= piece.to ? piece.to - piece.from : piece.from - piece.to) + 1ull);
-      }
+      if (piece.kind != Piece::Kind::Range) continue;
+      const std::uint64_t numbers = (piece.from <= piece.to ? piece.to - piece.from : piece.from - piece.to) + 1ull;
+      copies = saturatingProduct(copies, numbers);
     }
-    expandedWords = std::min(expandedWords + copies, kMaxWords + 1);
+    expandedWords = std::min(expandedWords + std::min(copies, kMaxWords + 1), kMaxWords + 1);
   }
   if (expandedWords > kMaxWords) {
     return "the command of 'repeat' expands to more than " + std::to_string(kMaxWords) + " words";

@@ -685,6 +685,7 @@ std::optional<std::string> parseWhen(std::span<const Word> words,
   auto action = std::make_shared<Command>();
   action->file = cmd.file;
   action->line = cmd.line;
+  action->bindings = cmd.bindings;
   action->source = joinRaw(command);
   if (auto error = parseCommand(command, *action)) {
     return "in the command of 'when': " + *error;

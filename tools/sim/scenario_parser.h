@@ -6,8 +6,9 @@
 // whose form is fixed is checked here: the verb, the word count, BOOL, STATE,
 // N, LEVELS, the record TYPE, the Ethernet address of an allow-list entry, the
 // LHS / VALUE of set and unset, the HOOK and inner command of `when`, and the
-// COMMAND of `help`. What is left to the executor is whether the named objects
-// exist.
+// COMMAND of `help`; the braces of a `repeat` and its COMMAND at its first
+// and last values. What is left to the executor is whether the named objects
+// exist. A repeat's commands are made as it runs (forEachRepeated).
 //
 //   ParseResult r = parseScenario("basic.scn", text);
 //   for (const std::string& e : r.errors) std::cerr << e << '\n';
@@ -99,7 +100,8 @@ struct Command {
   // repeat: what it repeats, expanded as it runs (forEachRepeated). args are
   // empty.
   std::shared_ptr<const Repetition> repetition;
-  // A command that a repeat expanded: its variables' values, e.g. "i=4, g=2".
+  // A command that a repeat expanded, or the action of a `when` that one
+  // expanded: its variables' values, e.g. "i=4, g=2".
   std::string bindings;
 };
 

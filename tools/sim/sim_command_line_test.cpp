@@ -294,6 +294,12 @@ TEST_F(SimCommandLine, ARepeatNamesTheCommandOfItsOwnThatFailedOrAsserted) {
             "b.scn:8: error: in 'mountState 00:1c:73:00:00:02 g2 mounted' (g=2): switch status 00:1c:73:00:00:02 "
             "has no group status g2\n");
 
+  // A hook's command that a repeated `when` gave names its values too.
+  write("d.scn", kClosableGroup + "repeat 2 when m1 doMountsComplete g1 groupDel x{i}\ngroupClosed g1 true\n");
+  EXPECT_EQ(sim("d.scn").err,
+            "d.scn:9: error: in 'groupDel x0' (i=0): unknown group x0\n"
+            "d.scn:9: error: in 'groupDel x1' (i=1): unknown group x1\n");
+
   write("c.scn", "agent agentB\nmounter m1\nrepeat 2 records\nrepeat 1 recordDel controller/status\n"
                  "repeat 2..3 service svc{i}\n");
   const SimRun aborted = sim("c.scn");

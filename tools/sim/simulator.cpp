@@ -161,10 +161,12 @@ void Simulator::runRepeated(const Command& repeat) {
 }
 
 void Simulator::reportError(const Command& command, const char* message) {
+  // A hook's command that a repeated `when` gave names its values.
+  const std::string text = command.bindings.empty() ? message : repeatedCommandError(command, message);
   std::fflush(stdout);
-  std::fprintf(errors_, "%s:%d: error: %s\n", command.file.c_str(), command.line, message);
+  std::fprintf(errors_, "%s:%d: error: %s\n", command.file.c_str(), command.line, text.c_str());
   std::fflush(errors_);
-  if (timeline_) timeline_->errorRaised(command.file + ":" + std::to_string(command.line) + ": error: " + message);
+  if (timeline_) timeline_->errorRaised(command.file + ":" + std::to_string(command.line) + ": error: " + text);
 }
 
 void Simulator::switchTouched(const std::string& system) {
@@ -358,7 +360,8 @@ Vex::Ptr<ServiceMountStatus> Simulator::mountStatusRecord() const {
 }
 
 Vex::Ptr<ServicePublishStatus> Simulator::publishStatusRecord() const {
-  return recordAt<ServicePublishStatus>(*em_, Vex::String(publishStatusPath(agentName())), "Controller::ServicePublishStatus");
+  return recordAt<ServicePublishStatus>(*em_, Vex::String(publishStatusPath(agentName())),
+                                        "Controller::ServicePublishStatus");
 }
 
 Vex::Ptr<SystemStatus> Simulator::systemStatusRecord(const std::string& system) const {
