@@ -91,6 +91,7 @@ const std::vector<std::string_view>& commandSlots() {
         {59, "when {mounter} {hook} {groupOrStar} {hookAction}"},
         {60, "whenDel {mounter}"},
         {61, "serviceMountGroupStatus {sys} {group}"},
+        {62, "mounter {mounter} counting"},
     };
     for (const auto& [slot, command] : used) table[slot] = command;
     return table;

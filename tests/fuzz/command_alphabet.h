@@ -23,7 +23,9 @@
 // The alphabet: 3 switches in several spellings and one malformed name, 3
 // groups, 2 mounters, 2 switch lists and 2 version lists, versions 0-3, 3
 // remote paths, 3 controller database paths, 2 agents, 2 services; every
-// command of the scenario language except echo. What a hook runs (`when M
+// command of the scenario language except echo, the reports (explain,
+// hookCounts, help), quit and repeat, whose commands are each one the
+// alphabet has already. What a hook runs (`when M
 // HOOK G COMMAND`) is any agent or mount machinery command but `service` and
 // `groupClosed G true`, which could meet a fatal assertion at a moment the
 // fuzzer's steering (fuzz_run.h) cannot see.

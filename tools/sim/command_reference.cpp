@@ -107,7 +107,9 @@ constexpr CommandEntry kAgent[] = {
      "hook, so the library's defaults run (the default doMountsComplete throws). `mounter M throwing HOOK` "
      "records too, and then its HOOK (doHandleControllerMountState, doMountsComplete or "
      "doInitialSwitchMountsComplete) throws Vex::InternalException `hook failed` after its line and its "
-     "commands. Mounters keep their names across `restart`.",
+     "commands. `mounter M counting` records too but prints no doHandleControllerMountState line, and only "
+     "counts those calls for `hookCounts`: a fleet's hundreds of thousands of state changes are summed up, "
+     "not listed. Mounters keep their names across `restart`.",
      "mounter m1 throwing doMountsComplete"},
     {"service", "create the service NAME",
      "Calls `HubstoreServiceIs(NAME, em, em)`: the service finds the agent's records and writes its name into "
@@ -252,6 +254,12 @@ constexpr CommandEntry kTool[] = {
      "only: no record changes, nothing is traced, no hook runs. The group's report says complete exactly "
      "when its completion check would.",
      "explain g1"},
+    {"hookCounts", "print how many switch states M heard, by state",
+     "Prints `hookCounts M doHandleControllerMountState CALLS: unknown N, mounting N, mounted N, unmounted N, "
+     "failed N`: how many times recording mounter M's doHandleControllerMountState has been called since M "
+     "was created, in all and by the state it was given. Every recording mounter counts; with a counting "
+     "mounter (`mounter M counting`) it is the one line that tells of a fleet's state changes.",
+     "hookCounts m1"},
     {"echo", "print a line of your own",
      "Prints `#` and the words, one blank between them: a heading in the transcript.",
      "echo the group closes"},
@@ -265,11 +273,30 @@ constexpr CommandEntry kTool[] = {
      "quit"},
 };
 
+constexpr CommandEntry kFleets[] = {
+    {"repeat", "run COMMAND once per value of VAR",
+     "Runs COMMAND once for each value of the variable VAR (`i` when not named): 0 to N-1, or FROM to TO "
+     "with both ends, counting down when FROM is the larger. COMMAND is any command; a repeat in it runs "
+     "inside, with a variable of its own. In the words of COMMAND, `{VAR}` is the value, `{VAR:000}` the "
+     "value zero-padded to as many digits as there are 0s, and `{VAR:xx:xx:xx}` the value in hexadecimal, "
+     "zero-padded into the x's with the `:`, `-` or `.` between them kept, for the tail of a switch name: "
+     "`00:1c:73:{i:xx:xx:xx}`. A word holding `{FROM..TO}` stands for one word per number, as in a shell: "
+     "`g{01..20}=mounting` is the 20 words `g01=mounting` to `g20=mounting`, zero-padded when an end is "
+     "written with a leading 0. A quoted brace is a brace, and only repeat lines expand braces. The "
+     "commands are made one at a time as the repeat runs, so ten thousand of them cost no more memory than "
+     "one. A brace that expands to nothing known, a value that does not fit its format and a COMMAND that "
+     "does not parse at the first or the last values are syntax errors. The error of one of the commands "
+     "names it with the values: `FILE:LINE: error: in 'mountState 00:1c:73:00:00:05 g01 mounted' (g=1, "
+     "i=5): unknown switch status 00:1c:73:00:00:05`.",
+     "repeat 1..10000 systemStatus 00:1c:73:{i:xx:xx:xx} g{1..5}=mounting"},
+};
+
 constexpr CommandSection kSections[] = {
     {"The world: the state database and the hosting agent", kWorld},
     {"The mount machinery: status records", kMountMachinery},
     {"The agent: calls into the library", kAgent},
     {"Hooks that act", kHooks},
+    {"A fleet in a line", kFleets},
     {"The tool", kTool},
 };
 

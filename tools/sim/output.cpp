@@ -20,6 +20,8 @@ std::string_view lineKindName(LineKind kind) {
       return "help";
     case LineKind::Explain:
       return "explain";
+    case LineKind::HookCounts:
+      return "hookCounts";
   }
   return "?";
 }
@@ -67,7 +69,7 @@ void Output::line(LineKind kind, std::string_view text, std::initializer_list<Li
   std::string json = "{\"kind\":" + jsonString(lineKindName(kind));
   for (const LineField& field : fields) {
     json += ',' + jsonString(field.name) + ':';
-    if (const auto* number = std::get_if<int>(&field.value)) {
+    if (const auto* number = std::get_if<std::int64_t>(&field.value)) {
       json += std::to_string(*number);
     } else {
       json += jsonString(std::get<std::string>(field.value));

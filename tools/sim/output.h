@@ -1,7 +1,7 @@
 #pragma once
 // The simulator's transcript on standard output: hook calls, trace lines,
-// echo, dump, help and explain lines, and the exceptions that left a library call, one
-// line per event in the order they happen.
+// echo, dump, help, explain and hookCounts lines, and the exceptions that
+// left a library call, one line per event in the order they happen.
 //
 // Each line has a kind and named fields besides its text. The transcript
 // prints the text; --json prints one JSON object per line instead, its kind
@@ -25,6 +25,7 @@
 // quiet (--quiet) drops every line but the error lines for the whole run;
 // muted drops every line for a while, and nests.
 
+#include <cstdint>
 #include <cstdio>
 #include <initializer_list>
 #include <string>
@@ -35,7 +36,7 @@
 
 namespace hubstore::sim {
 
-enum class LineKind { Hook, Trace, Error, Dump, Echo, Help, Explain };
+enum class LineKind { Hook, Trace, Error, Dump, Echo, Help, Explain, HookCounts };
 
 // The kind's name in a JSON line: "hook", "trace", ...
 std::string_view lineKindName(LineKind kind);
@@ -45,7 +46,7 @@ enum class OutputFormat { Transcript, Json };
 // One named value of a line: a text, or a number.
 struct LineField {
   std::string_view name;
-  std::variant<std::string, int> value;
+  std::variant<std::string, std::int64_t> value;
 };
 
 class Output : public Vex::TraceSink {

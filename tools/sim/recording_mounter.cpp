@@ -18,13 +18,23 @@ void RecordingMounter::doMountsComplete(Vex::String groupName, const Vex::Ptr<Mi
 void RecordingMounter::doHandleControllerMountState(const Controller::SystemId& systemId, Vex::String groupName,
                                                     Controller::MountState mountState,
                                                     const Vex::Ptr<Mirra::EntityManager>&) {
-  const std::string system = systemId.stringValue().stdString();
-  const std::string group = groupName.stdString();
-  const std::string state = Controller::mountStateName(mountState);
-  const std::string_view hook = mounterHookName(MounterHook::HandleControllerMountState);
-  out_.line(LineKind::Hook, "hook " + name_ + " " + std::string(hook) + " " + system + " " + group + " " + state,
-            {{"mounter", name_}, {"hook", std::string(hook)}, {"group", group}, {"system", system}, {"state", state}});
-  if (listener_) listener_({MounterHook::HandleControllerMountState, name_, group, system, mountState});
+  ++switchStateCounts_.at(static_cast<std::size_t>(mountState));
+  const bool printed = !counting_ && !out_.quiet() && !out_.muted();
+  if (printed || listener_) {
+    const std::string system = systemId.stringValue().stdString();
+    const std::string group = groupName.stdString();
+    if (printed) {
+      const std::string state = Controller::mountStateName(mountState);
+      const std::string_view hook = mounterHookName(MounterHook::HandleControllerMountState);
+      out_.line(LineKind::Hook, "hook " + name_ + " " + std::string(hook) + " " + system + " " + group + " " + state,
+                {{"mounter", name_},
+                 {"hook", std::string(hook)},
+                 {"group", group},
+                 {"system", system},
+                 {"state", state}});
+    }
+    if (listener_) listener_({MounterHook::HandleControllerMountState, name_, group, system, mountState});
+  }
   act(MounterHook::HandleControllerMountState, groupName);
 }
 

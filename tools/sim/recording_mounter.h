@@ -6,12 +6,18 @@
 //   hook M doInitialSwitchMountsComplete G
 // where M is the name the scenario gave it and SYSID the system id's text form.
 //
+// A counting mounter prints no doHandleControllerMountState line; every
+// recording mounter counts those calls by state, for a fleet whose hundreds
+// of thousands of state changes are better summed than listed.
+//
 // A hook may also act. After its line it runs the commands that `when` gave
 // it for that hook and group, through the runner that the simulator handed
 // over; then, if it is the mounter's throwing hook, it throws
 // Vex::InternalException("hook failed"). Whatever leaves the runner (an
 // exception of a library call made by the command) leaves the hook.
 
+#include <array>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -36,6 +42,9 @@ class RecordingMounter : public Controller::HubstoreServiceMounter {
   const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
 
   const std::string& name() const { return name_; }
+  // The doHandleControllerMountState calls so far, by Controller::MountState.
+  using StateCounts = std::array<std::uint64_t, 5>;
+  const StateCounts& switchStateCounts() const { return switchStateCounts_; }
 
   void doMountsComplete(Vex::String groupName, const Vex::Ptr<Mirra::EntityManager>& em) override;
   void doHandleControllerMountState(const Controller::SystemId& systemId, Vex::String groupName,
@@ -53,12 +62,13 @@ class RecordingMounter : public Controller::HubstoreServiceMounter {
  protected:
   // `out` must outlive the mounter; `runner` runs the actions' commands.
   RecordingMounter(std::string name, Output& out, CommandRunner runner, std::optional<MounterHook> throwingHook,
-                   HookListener listener = nullptr)
+                   HookListener listener = nullptr, bool counting = false)
       : name_(std::move(name)),
         out_(out),
         runner_(std::move(runner)),
         throwingHook_(throwingHook),
-        listener_(std::move(listener)) {}
+        listener_(std::move(listener)),
+        counting_(counting) {}
   ~RecordingMounter() override = default;
   template <class T, class... Args>
   friend Vex::Ptr<T> Vex::make(Args&&...);
@@ -81,6 +91,8 @@ class RecordingMounter : public Controller::HubstoreServiceMounter {
   CommandRunner runner_;
   std::optional<MounterHook> throwingHook_;
   HookListener listener_;
+  bool counting_;
+  StateCounts switchStateCounts_{};
   std::vector<Action> actions_;
 };
 

@@ -8,79 +8,11 @@
 #include <map>
 #include <span>
 
+#include "tools/sim/repetition.h"
+#include "tools/sim/scenario_words.h"
+
 namespace hubstore::sim {
 namespace {
-
-bool isBlank(char c) {
-  return c == ' ' || c == '\t' || c == '\r' || c == '\v' || c == '\f';
-}
-
-// ---------------------------------------------------------------------------
-// Words
-
-// One character of a word with whether it was written inside quotes. An empty
-// quoted pair leaves a marker with no character, so that `[""]` (the empty
-// key) differs from `[]` (a forgotten key).
-struct Char {
-  char c;
-  bool quoted;
-  bool emptyQuotes;
-};
-
-struct Word {
-  std::string raw;   // as written, for messages
-  std::string text;  // quotes removed
-  std::vector<Char> chars;
-};
-
-std::string textOf(std::span<const Char> chars) {
-  std::string out;
-  for (const Char& ch : chars) {
-    if (!ch.emptyQuotes) out += ch.c;
-  }
-  return out;
-}
-
-// Splits one line into words; returns the error when the line cannot be.
-std::optional<std::string> lexLine(std::string_view line,
-                                   std::vector<Word>& words) {
-  std::size_t i = 0;
-  const std::size_t n = line.size();
-  while (true) {
-    while (i < n && isBlank(line[i])) ++i;
-    if (i == n || line[i] == '#') return std::nullopt;
-    Word word;
-    const std::size_t start = i;
-    while (i < n && !isBlank(line[i])) {
-      if (line[i] != '"') {
-        word.chars.push_back({line[i++], false, false});
-        continue;
-      }
-      const std::size_t open = i++;
-      const std::size_t before = word.chars.size();
-      bool closed = false;
-      while (i < n) {
-        if (line[i] == '"') {
-          closed = true;
-          ++i;
-          break;
-        }
-        if (line[i] == '\\' && i + 1 < n &&
-            (line[i + 1] == '"' || line[i + 1] == '\\')) {
-          ++i;
-        }
-        word.chars.push_back({line[i++], true, false});
-      }
-      if (!closed) {
-        return "unterminated quote: " + std::string(line.substr(open));
-      }
-      if (word.chars.size() == before) word.chars.push_back({'\0', true, true});
-    }
-    word.raw = line.substr(start, i - start);
-    word.text = textOf(word.chars);
-    words.push_back(std::move(word));
-  }
-}
 
 // NAME=VALUE split at the first unquoted '='.
 std::optional<std::pair<std::string, std::string>> splitAssignment(
@@ -92,15 +24,6 @@ std::optional<std::pair<std::string, std::string>> splitAssignment(
     }
   }
   return std::nullopt;
-}
-
-std::string joinRaw(std::span<const Word> words) {
-  std::string out;
-  for (const Word& w : words) {
-    if (!out.empty()) out += ' ';
-    out += w.raw;
-  }
-  return out;
 }
 
 // ---------------------------------------------------------------------------
@@ -219,6 +142,7 @@ VerbShape parsedBy(WordsParser parser, std::string_view synopsis) { return {{}, 
 std::optional<std::string> parseMounter(std::span<const Word> words,
                                         Command& cmd);
 std::optional<std::string> parseWhen(std::span<const Word> words, Command& cmd);
+std::optional<std::string> parseRepeat(std::span<const Word> words, Command& cmd);
 std::optional<std::string> parseSetOrUnset(std::span<const Word> words,
                                            Command& cmd);
 
@@ -251,11 +175,13 @@ const VerbTable& verbTable() {
         {"trace", fixed({{"LEVELS|off", Arg::Levels}})},
         {"dump", fixed({})},
         {"explain", lastOptional({G})},
+        {"hookCounts", fixed({{"M"}})},
         {"echo", lastRepeated({{"TEXT"}})},
         {"help", lastOptional({{"COMMAND", Arg::CommandName}})},
         {"quit", fixed({})},
         // A hook runs no `when` of its own.
         {"when", parsedBy(parseWhen, "when M HOOK G|* COMMAND ...")},
+        {"repeat", parsedBy(parseRepeat, Repetition::kSynopsis)},
     });
     section(true, {
         // Status records. SYS here is the record's name, not checked: a badly
@@ -275,7 +201,7 @@ const VerbTable& verbTable() {
         {"publishStatus", fixed({G, H})},
         {"publishStatusDel", fixed({G, H})},
         // The agent
-        {"mounter", parsedBy(parseMounter, "mounter M [default | throwing HOOK]")},
+        {"mounter", parsedBy(parseMounter, "mounter M [default | counting | throwing HOOK]")},
         {"service", fixed({{"NAME"}})},
         {"serviceDel", fixed({})},
         {"closed", fixed({BOOL})},
@@ -721,7 +647,7 @@ std::optional<std::string> checkHook(std::string_view verb, const Word& word,
          std::string(kMounterHookNames[2]) + "), got '" + word.raw + "'";
 }
 
-// mounter M, mounter M default, mounter M throwing HOOK
+// mounter M, mounter M default, mounter M counting, mounter M throwing HOOK
 std::optional<std::string> parseMounter(std::span<const Word> words,
                                         Command& cmd) {
   if (words.empty() || words.size() > 3) {
@@ -730,13 +656,13 @@ std::optional<std::string> parseMounter(std::span<const Word> words,
   }
   for (const Word& word : words) cmd.args.push_back(word.text);
   const auto rest = words.subspan(1);
-  if (rest.empty() || (rest.size() == 1 && rest[0].text == "default")) {
+  if (rest.empty() || (rest.size() == 1 && (rest[0].text == "default" || rest[0].text == "counting"))) {
     return std::nullopt;
   }
   if (rest.size() == 2 && rest[0].text == "throwing") {
     return checkHook("mounter", rest[1], cmd);
   }
-  return "'mounter' takes 'default' or 'throwing HOOK' after M, got '" +
+  return "'mounter' takes 'default', 'counting' or 'throwing HOOK' after M, got '" +
          joinRaw(rest) + "'";
 }
 
@@ -759,6 +685,7 @@ std::optional<std::string> parseWhen(std::span<const Word> words,
   auto action = std::make_shared<Command>();
   action->file = cmd.file;
   action->line = cmd.line;
+  action->bindings = cmd.bindings;
   action->source = joinRaw(command);
   if (auto error = parseCommand(command, *action)) {
     return "in the command of 'when': " + *error;
@@ -767,7 +694,48 @@ std::optional<std::string> parseWhen(std::span<const Word> words,
   return std::nullopt;
 }
 
+// A command of a repeat at `values`, parsed into `cmd`; returns the error.
+std::optional<std::string> parseRepeated(const Repetition& repetition, std::span<const Word> words,
+                                         const Repetition::Values& values, Command& cmd) {
+  cmd.source = joinRaw(words);
+  cmd.bindings = repetition.bindings(values);
+  if (auto error = parseCommand(words, cmd)) return repeatedCommandError(cmd, *error);
+  return std::nullopt;
+}
+
+// repeat [VAR=]RANGE COMMAND...: COMMAND is checked at its first and last
+// values. A value's text grows with the value, so a form that holds at both
+// ends holds between them (the word counts do not depend on the values).
+std::optional<std::string> parseRepeat(std::span<const Word> words, Command& cmd) {
+  auto repetition = std::make_shared<Repetition>();
+  if (auto error = Repetition::parse(words, *repetition)) return error;
+  std::vector<Word> expanded;
+  for (const Repetition::Values& values : {repetition->firstValues(), repetition->lastValues()}) {
+    repetition->expand(values, expanded);
+    Command check;
+    if (auto error = parseRepeated(*repetition, expanded, values, check)) return error;
+  }
+  cmd.repetition = std::move(repetition);
+  return std::nullopt;
+}
+
 }  // namespace
+
+std::optional<std::string> forEachRepeated(const Command& repeat, const std::function<bool(const Command&)>& visit) {
+  std::optional<std::string> error;
+  repeat.repetition->forEach([&](std::span<const Word> words, const Repetition::Values& values) {
+    Command command;
+    command.file = repeat.file;
+    command.line = repeat.line;
+    error = parseRepeated(*repeat.repetition, words, values, command);
+    return !error && visit(command);
+  });
+  return error;
+}
+
+std::string repeatedCommandError(const Command& command, std::string_view message) {
+  return "in '" + command.source + "' (" + command.bindings + "): " + std::string(message);
+}
 
 ParseResult parseScenario(std::string_view fileName, std::string_view text, int firstLine) {
   ParseResult result;
@@ -865,7 +833,11 @@ std::string formatConfigPath(const ConfigPath& path) {
   for (const ConfigSegment& seg : path) {
     if (!out.empty()) out += '.';
     out += seg.attribute;
-    if (seg.key) out += "[" + quoteIfNeeded(*seg.key) + "]";
+    if (seg.key) {
+      out += '[';
+      out += quoteIfNeeded(*seg.key);
+      out += ']';
+    }
   }
   return out;
 }

@@ -6,8 +6,9 @@
 // whose form is fixed is checked here: the verb, the word count, BOOL, STATE,
 // N, LEVELS, the record TYPE, the Ethernet address of an allow-list entry, the
 // LHS / VALUE of set and unset, the HOOK and inner command of `when`, and the
-// COMMAND of `help`. What is left to the executor is whether the named objects
-// exist.
+// COMMAND of `help`; the braces of a `repeat` and its COMMAND at its first
+// and last values. What is left to the executor is whether the named objects
+// exist. A repeat's commands are made as it runs (forEachRepeated).
 //
 //   ParseResult r = parseScenario("basic.scn", text);
 //   for (const std::string& e : r.errors) std::cerr << e << '\n';
@@ -27,6 +28,7 @@
 // quoteIfNeeded() cannot give it a form that parses back.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -37,6 +39,8 @@
 #include "tools/sim/mounter_hook.h"
 
 namespace hubstore::sim {
+
+class Repetition;
 
 // One step of a configuration path: `mountGroupConfig[G]` is
 // {"mountGroupConfig", "G"}, `warm` is {"warm", nullopt}.
@@ -92,6 +96,13 @@ struct Command {
   // when: the command that the hook runs, parsed as a line of its own that
   // carries the file and line of its `when`. args are then {M, HOOK, G}.
   std::shared_ptr<const Command> action;
+
+  // repeat: what it repeats, expanded as it runs (forEachRepeated). args are
+  // empty.
+  std::shared_ptr<const Repetition> repetition;
+  // A command that a repeat expanded, or the action of a `when` that one
+  // expanded: its variables' values, e.g. "i=4, g=2".
+  std::string bindings;
 };
 
 struct ParseResult {
@@ -103,6 +114,19 @@ struct ParseResult {
 // that reads one line at a time counts on). A line with an error yields no
 // command; parsing goes on with the next line.
 ParseResult parseScenario(std::string_view fileName, std::string_view text, int firstLine = 1);
+
+// Calls `visit` with each command that the `repeat` command `repeat` stands
+// for, in order, until it returns false. Each is parsed from its expanded
+// words and carries the file and line of its repeat, the words as its
+// source and its bindings. The parser checked the first and the last command;
+// one between them that does not parse (a value that made a word invalid at
+// that value only) ends the expansion: its error is returned, as
+// repeatedCommandError() words it.
+std::optional<std::string> forEachRepeated(const Command& repeat, const std::function<bool(const Command&)>& visit);
+
+// `message` about a command that a repeat expanded, naming the command and
+// its bindings: "in 'mountState 00:1c:73:00:00:05 g1 mounted' (i=4): MESSAGE".
+std::string repeatedCommandError(const Command& command, std::string_view message);
 
 // The commands of the language, in name order.
 std::vector<std::string> commandNames();

@@ -66,7 +66,7 @@ TEST(ScenarioCommands, OptionalWordsAndNameValueWords) {
   EXPECT_EQ(one("record p ServiceMountConfig").scalar, "Controller::ServiceMountConfig");
   EXPECT_EQ(one("record p Hubstore::Status").scalar, "Hubstore::Status");
   for (const char* line :
-       {"mounter m default", "mounter m", "serviceMountGroupStatus s g",
+       {"mounter m default", "mounter m", "mounter m counting", "hookCounts m", "serviceMountGroupStatus s g",
         "serviceMountGroupStatus s g failed", "allowedSwitch l 00:1C:73:00:00:0a true",
         "allowedSwitchDel l 001c.7300.00AB", "allowedSwitch l 00-1c-73-00-00-01 false",
         "allowedVersion v 4294967295 true", "trace 0-2,5", "trace off", "echo",
@@ -79,8 +79,8 @@ TEST(ScenarioCommands, RejectsWrongCountsAndForms) {
   expectRejected({
       {"grop g m", "t.scn:1: error: unknown command 'grop'"},
       {"group g", "'group' takes 2 words (group G M|none), got 1"},
-      {"mounter", "'mounter' takes 1 to 3 words (mounter M [default | throwing HOOK]), got 0"},
-      {"mounter m x", "'mounter' takes 'default' or 'throwing HOOK' after M, got 'x'"},
+      {"mounter", "'mounter' takes 1 to 3 words (mounter M [default | counting | throwing HOOK]), got 0"},
+      {"mounter m x", "'mounter' takes 'default', 'counting' or 'throwing HOOK' after M, got 'x'"},
       {"systemStatus", "takes at least 1 word (systemStatus SYS [G=STATE ...]), got 0"},
       {"systemStatus s g=up", "got 'g=up'"},
       {"serviceMountGroupStatus s g x y", "takes 2 or 3 words"},
@@ -160,6 +160,78 @@ TEST(ScenarioHookCommands, WhenRejectsWhatAHookCannotRun) {
               std::string::npos)
         << verb;
   }
+}
+
+// The commands a repeat line stands for, each as its source with its
+// bindings and args, or the error that ended them.
+Args repeated(const std::string& line) {
+  const Command repeat = one(line);
+  Args out;
+  const auto error = forEachRepeated(repeat, [&](const Command& c) {
+    EXPECT_EQ(c.file, "t.scn");
+    EXPECT_EQ(c.line, 1);
+    std::string args;
+    for (const std::string& arg : c.args) args += " " + arg;
+    out.push_back(c.bindings + ": " + c.source + " ->" + args);
+    return true;
+  });
+  if (error) out.push_back(*error);
+  return out;
+}
+
+TEST(ScenarioRepeat, EachCommandIsParsedAsItIsReached) {
+  EXPECT_EQ(repeated(R"(repeat 1..2 systemStatus 00:1c:73:{i:xx:xx:xx} g{1..2}="mount"ing)"),
+            (Args{"i=1: systemStatus 00:1c:73:00:00:01 g1=\"mount\"ing g2=\"mount\"ing -> 00:1c:73:00:00:01 "
+                  "g1=mounting g2=mounting",
+                  "i=2: systemStatus 00:1c:73:00:00:02 g1=\"mount\"ing g2=\"mount\"ing -> 00:1c:73:00:00:02 "
+                  "g1=mounting g2=mounting"}));
+  const Command when = one("repeat 2 when m doMountsComplete g{i} groupDel g{i}");
+  forEachRepeated(when, [](const Command& c) {
+    EXPECT_EQ(c.action->source, "groupDel " + c.args[2]);
+    EXPECT_EQ(c.action->line, 1);
+    return false;
+  });
+  // The checks before the run see the first and the last command; a value
+  // between them may still make a command that does not parse, and ends the
+  // expansion there.
+  EXPECT_EQ(repeated("repeat i=0..2 repeat j=0..2 trace {i}-{j}"),
+            (Args{"i=0, j=0: trace 0-0 -> 0-0", "i=0, j=1: trace 0-1 -> 0-1", "i=0, j=2: trace 0-2 -> 0-2",
+                  "in 'trace 1-0' (i=1, j=0): 'trace' takes LEVELS (levels 0-9 as a comma list of levels and "
+                  "ranges, e.g. 5,7 or 0-8) or off, got '1-0'"}));
+}
+
+TEST(ScenarioRepeat, RejectsBadRangesBracesAndCommands) {
+  expectRejected({
+      {"repeat 3", "t.scn:1: error: 'repeat' takes at least 2 words (repeat [VAR=]N|FROM..TO COMMAND ...), got 1"},
+      {"repeat 3 repeat 2", "takes at least 2 words (repeat [VAR=]N|FROM..TO COMMAND ...), got 1"},
+      {"repeat x echo", "'repeat' takes [VAR=]N or [VAR=]FROM..TO (VAR a name, N, FROM and TO numbers from 0 "
+                        "to 4294967295), got 'x'"},
+      {"repeat 4294967296 echo", "got '4294967296'"},
+      {"repeat 1..-2 echo", "got '1..-2'"},
+      {"repeat 2x=3 echo", "got '2x=3'"},
+      {"repeat 3 repeat 1..4 echo", "'repeat' inside a repeat of i needs a variable of its own, e.g. j=1..4"},
+      {"repeat 3 echo {j}", "t.scn:1: error: '{j}' names no variable of its repeat (i)"},
+      {"repeat 3 echo {i", "'{' without its '}' in '{i' (quote a brace that stands for itself)"},
+      {"repeat 3 echo {i\"}\"", "'{' without its '}'"},
+      {"repeat 3 echo {}", "'{}' is neither {VAR}, {VAR:FORMAT} nor {FROM..TO}"},
+      {"repeat 3 echo {1..x}", "'{1..x}' is a range {FROM..TO} whose ends are not numbers from 0 to 4294967295"},
+      {"repeat 3 echo {i:zz}", "'{i:zz}' has no FORMAT of a variable: 0s for a zero-padded decimal ({i:000}), "
+                               "or x's with : - or . between for hexadecimal ({i:xx:xx:xx})"},
+      {"repeat 3 echo {i::xx}", "has no FORMAT"},
+      {"repeat 3 echo {i:xx:}", "has no FORMAT"},
+      {"repeat 257 echo {i:xx}", "'{i:xx}' holds numbers up to 255, and i goes up to 256"},
+      {"repeat n=100..0 echo {n:00}", "'{n:00}' holds numbers up to 99, and n goes up to 100"},
+      {"repeat 3 echo {0..9999} {0..1}", "the command of 'repeat' expands to more than 10000 words"},
+      {"repeat 3 mountState s{i} g", "in 'mountState s0 g' (i=0): 'mountState' takes 3 words"},
+      {"repeat 5..15 allowedSwitch l 00:1c:73:00:00:{i} true",
+       "in 'allowedSwitch l 00:1c:73:00:00:5 true' (i=5): 'allowedSwitch' takes SYS as an Ethernet address"},
+      {"repeat 8..10 trace {i}", "in 'trace 10' (i=10): 'trace' takes LEVELS"},
+      {"when m doMountsComplete g repeat 2 closed true",
+       "a hook runs an agent or mount machinery command, not 'repeat'"},
+  });
+  // Braces mean nothing outside a repeat, and a quoted one nothing inside.
+  EXPECT_EQ(one("echo {i} {0..1}").args, (Args{"{i}", "{0..1}"}));
+  EXPECT_EQ(repeated(R"(repeat 1 echo "{j}")"), Args{R"(i=0: echo "{j}" -> {j})"});
 }
 
 TEST(ScenarioSet, EveryDumpLineIsAnLhs) {

@@ -277,6 +277,53 @@ TEST_F(SimCommandLine, JsonPrintsOneObjectPerLineWithItsKindAndFields) {
             0u);
 }
 
+TEST_F(SimCommandLine, ARepeatNamesTheCommandOfItsOwnThatFailedOrAsserted) {
+  // Bad braces are syntax errors: nothing runs.
+  write("a.scn", "echo first\nrepeat 300 allowedSwitch l 00:1c:73:00:00:{i:xx} true\n");
+  const SimRun syntax = sim("a.scn");
+  EXPECT_EQ(syntax.status, 2);
+  EXPECT_EQ(syntax.out, "");
+  EXPECT_EQ(syntax.err, "a.scn:2: error: '{i:xx}' holds numbers up to 255, and i goes up to 299\n");
+
+  write("b.scn", kWorld + "mounter m2 counting\ngroup g1 m2\nrepeat 1..2 systemStatus 00:1c:73:00:00:0{i} g1=mounting\n"
+                          "repeat g=1..2 mountState 00:1c:73:00:00:0{g} g{g} mounted\necho not run\n");
+  const SimRun failed = sim("b.scn");
+  EXPECT_EQ(failed.status, 1);
+  EXPECT_EQ(failed.out, "");  // a counting mounter
+  EXPECT_EQ(failed.err,
+            "b.scn:8: error: in 'mountState 00:1c:73:00:00:02 g2 mounted' (g=2): switch status 00:1c:73:00:00:02 "
+            "has no group status g2\n");
+
+  // A hook's command that a repeated `when` gave names its values too.
+  write("d.scn", kClosableGroup + "repeat 2 when m1 doMountsComplete g1 groupDel x{i}\ngroupClosed g1 true\n");
+  EXPECT_EQ(sim("d.scn").err,
+            "d.scn:9: error: in 'groupDel x0' (i=0): unknown group x0\n"
+            "d.scn:9: error: in 'groupDel x1' (i=1): unknown group x1\n");
+
+  write("c.scn", "agent agentB\nmounter m1\nrepeat 2 records\nrepeat 1 recordDel controller/status\n"
+                 "repeat 2..3 service svc{i}\n");
+  const SimRun aborted = sim("c.scn");
+  EXPECT_EQ(aborted.status, -1);
+  EXPECT_EQ(aborted.err.substr(0, aborted.err.find('\n') + 1), "c.scn:5: while running: service svc2\n");
+}
+
+TEST_F(SimCommandLine, HookCountsSumACountingMounterInTheTranscriptAndInJson) {
+  write("a.scn", kWorld + "mounter m2 counting\ngroup g1 m2\ngroup g2 m1\n"
+                          "repeat 1..3 systemStatus 00:1c:73:00:00:0{i} g{1..2}=mounting\n"
+                          "mountState 00:1c:73:00:00:01 g1 failed\nhookCounts m2\n");
+  const SimRun run = sim("a.scn");
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_EQ(run.out.find("hook m2"), std::string::npos) << run.out;
+  EXPECT_EQ(run.out.substr(run.out.find("hookCounts")),
+            "hookCounts m2 doHandleControllerMountState 4: unknown 0, mounting 3, mounted 0, unmounted 0, failed 1\n");
+  const std::string json = sim("--json a.scn").out;
+  EXPECT_EQ(json.substr(json.find(R"({"kind":"hookCounts")")),
+            R"({"kind":"hookCounts","mounter":"m2","hook":"doHandleControllerMountState","calls":4,"unknown":0,)"
+            R"("mounting":3,"mounted":0,"unmounted":0,"failed":1})" "\n");
+  write("b.scn", kWorld + "mounter d default\nhookCounts d\n");
+  EXPECT_EQ(sim("b.scn").err, "b.scn:6: error: mounter d is a default mounter: it counts no hook calls\n");
+}
+
 TEST_F(SimCommandLine, AFailedAssertionIsPrecededByTheLinesThatWereRunning) {
   write("a.scn", "agent agentB\nmounter m1\n  service   svcA  # no records\n");
   const SimRun run = sim("a.scn");

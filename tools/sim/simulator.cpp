@@ -12,6 +12,7 @@
 #include <hubstore/foundations/records/hubstore_status.h>
 #include <hubstore/foundations/records/mount_state.h>
 #include <hubstore/foundations/records/service_mount_config.h>
+#include <hubstore/foundations/records/service_mount_group_status.h>
 #include <hubstore/foundations/records/service_mount_status.h>
 #include <hubstore/foundations/records/service_publish_config.h>
 #include <hubstore/foundations/records/service_publish_status.h>
@@ -65,10 +66,20 @@ Vex::Ptr<Vex::Entity> newRecord(const std::string& type, const Vex::Name& name) 
 }
 
 template <class Record>
-Vex::Ptr<Record> recordAt(const Mirra::EntityManager& em, const std::string& path, std::string_view type) {
+Vex::Ptr<Record> recordAt(const Mirra::EntityManager& em, const Vex::String& path, std::string_view type) {
   auto record = Vex::ptr_cast<Record>(em.getEntity(path));
-  if (!record) throw ScenarioError("no " + std::string(type) + " at " + path);
+  if (!record) throw ScenarioError("no " + std::string(type) + " at " + path.stdString());
   return record;
+}
+
+// A member that a record's collection hands out const, made writable: the
+// mount machinery owns the status records and writes them through their
+// setters. One lookup where a check and a writable lookup (`...Is(name)`,
+// which returns an existing member as it is) would be two, on the path that a
+// fleet's every state change takes.
+template <class Record>
+Vex::Ptr<Record> writable(const Record* member) {
+  return Vex::Ptr<Record>(const_cast<Record*>(member));
 }
 
 }  // namespace
@@ -122,7 +133,11 @@ int Simulator::run(const std::vector<Command>& commands, std::FILE* errors) {
     if (ended_) break;
     if (timeline_) timeline_->stepBegin(command);
     try {
-      execute(command);
+      if (command.repetition) {
+        runRepeated(command);
+      } else {
+        execute(command);
+      }
     } catch (const ScenarioError& error) {
       reportError(command, error.what());
       stepEnd();
@@ -133,11 +148,25 @@ int Simulator::run(const std::vector<Command>& commands, std::FILE* errors) {
   return hookActionFailed_ ? 1 : 0;
 }
 
+void Simulator::runRepeated(const Command& repeat) {
+  const auto error = forEachRepeated(repeat, [this](const Command& command) {
+    try {
+      execute(command);
+    } catch (const ScenarioError& error) {
+      throw ScenarioError(repeatedCommandError(command, error.what()));
+    }
+    return !ended_;
+  });
+  if (error) throw ScenarioError(*error);
+}
+
 void Simulator::reportError(const Command& command, const char* message) {
+  // A hook's command that a repeated `when` gave names its values.
+  const std::string text = command.bindings.empty() ? message : repeatedCommandError(command, message);
   std::fflush(stdout);
-  std::fprintf(errors_, "%s:%d: error: %s\n", command.file.c_str(), command.line, message);
+  std::fprintf(errors_, "%s:%d: error: %s\n", command.file.c_str(), command.line, text.c_str());
   std::fflush(errors_);
-  if (timeline_) timeline_->errorRaised(command.file + ":" + std::to_string(command.line) + ": error: " + message);
+  if (timeline_) timeline_->errorRaised(command.file + ":" + std::to_string(command.line) + ": error: " + text);
 }
 
 void Simulator::switchTouched(const std::string& system) {
@@ -274,6 +303,7 @@ const std::map<std::string, Simulator::Handler, std::less<>>& Simulator::handler
       {"trace", &Simulator::traceCommand},
       {"dump", &Simulator::dumpCommand},
       {"explain", &Simulator::explainCommand},
+      {"hookCounts", &Simulator::hookCountsCommand},
       {"echo", &Simulator::echoCommand},
       {"help", &Simulator::helpCommand},
       {"quit", &Simulator::quitCommand},
@@ -325,18 +355,20 @@ Vex::Ptr<RecordingMounter> Simulator::recordingMounter(const std::string& name) 
 }
 
 Vex::Ptr<ServiceMountStatus> Simulator::mountStatusRecord() const {
-  return recordAt<ServiceMountStatus>(*em_, mountStatusPath(agentName()), "Controller::ServiceMountStatus");
+  agentName();
+  return recordAt<ServiceMountStatus>(*em_, mountStatusPath_, "Controller::ServiceMountStatus");
 }
 
 Vex::Ptr<ServicePublishStatus> Simulator::publishStatusRecord() const {
-  return recordAt<ServicePublishStatus>(*em_, publishStatusPath(agentName()), "Controller::ServicePublishStatus");
+  return recordAt<ServicePublishStatus>(*em_, Vex::String(publishStatusPath(agentName())),
+                                        "Controller::ServicePublishStatus");
 }
 
 Vex::Ptr<SystemStatus> Simulator::systemStatusRecord(const std::string& system) const {
   auto status = mountStatusRecord();
-  const Vex::Name name(system);
-  if (!status->systemStatusRaw(name)) throw ScenarioError("unknown switch status " + system);
-  return status->systemStatusIs(name);  // the existing record, writable
+  const SystemStatus* found = status->systemStatusRaw(Vex::Name(system));
+  if (!found) throw ScenarioError("unknown switch status " + system);
+  return writable(found);
 }
 
 // ---------------------------------------------------------------------------
@@ -344,6 +376,7 @@ Vex::Ptr<SystemStatus> Simulator::systemStatusRecord(const std::string& system) 
 
 void Simulator::agentCommand(const Command& c) {
   agent_ = Mirra::Agent::AgentIs(Vex::String(c.args[0]));
+  mountStatusPath_ = Vex::String(mountStatusPath(agent_->name()));
   Controller::globalAgent = agent_.get();
   if (store_) store_->agentIs(c.args[0], *em_);
   everythingTouched();
@@ -378,7 +411,7 @@ void Simulator::recordDelCommand(const Command& c) {
 }
 
 void Simulator::leaderGenIdCommand(const Command& c) {
-  recordAt<Hubstore::Status>(*em_, std::string(kHubstoreStatusPath), "Hubstore::Status")
+  recordAt<Hubstore::Status>(*em_, Vex::String(kHubstoreStatusPath), "Hubstore::Status")
       ->leaderGenIdIs(Vex::String(c.args[0]));
 }
 
@@ -434,11 +467,11 @@ void Simulator::serviceMountGroupStatusDelCommand(const Command& c) {
 
 void Simulator::mountStateCommand(const Command& c) {
   auto system = systemStatusRecord(c.args[0]);
-  if (!system->serviceMountGroupStatusRaw(Vex::Name(c.args[1]))) {
-    throw ScenarioError("switch status " + c.args[0] + " has no group status " + c.args[1]);
-  }
+  const Controller::ServiceMountGroupStatus* group = system->serviceMountGroupStatusRaw(Vex::Name(c.args[1]));
+  if (!group) throw ScenarioError("switch status " + c.args[0] + " has no group status " + c.args[1]);
   switchTouched(c.args[0]);
-  system->serviceMountGroupStatusIs(Vex::Name(c.args[1]))->mountStateIs(stateArg(c.args[2]));
+  // Held for the call: a hook may remove the group status.
+  writable(group)->mountStateIs(stateArg(c.args[2]));
 }
 
 void Simulator::initialMountsCompleteCommand(const Command& c) {
@@ -491,7 +524,7 @@ void Simulator::publishStatusDelCommand(const Command& c) {
 void Simulator::mounterCommand(const Command& c) {
   const std::string& name = c.args[0];
   if (mounters_.count(name)) throw ScenarioError("mounter " + name + " exists");
-  if (c.args.size() == 2) {
+  if (c.args.size() == 2 && c.args[1] == "default") {
     mounters_[name] = Vex::make<Controller::HubstoreServiceMounter>();
   } else {
     // c.hook names the throwing hook of `mounter M throwing HOOK`.
@@ -499,7 +532,8 @@ void Simulator::mounterCommand(const Command& c) {
         name, out_, [this](const Command& action) { runHookAction(action); }, c.hook,
         [this](const HookCall& call) {
           if (timeline_) timeline_->hookCalled(call);
-        });
+        },
+        c.args.size() == 2 && c.args[1] == "counting");
   }
 }
 
@@ -647,6 +681,31 @@ void Simulator::explainCommand(const Command& c) {
   explainLine("explain end");
 }
 
+void Simulator::hookCountsCommand(const Command& c) {
+  auto recording = Vex::ptr_cast<RecordingMounter>(mounter(c.args[0]));
+  if (!recording) throw ScenarioError("mounter " + c.args[0] + " is a default mounter: it counts no hook calls");
+  const RecordingMounter::StateCounts& counts = recording->switchStateCounts();
+  const std::string hook(mounterHookName(MounterHook::HandleControllerMountState));
+  std::uint64_t calls = 0;
+  std::string byState;
+  for (std::size_t state = 0; state < counts.size(); ++state) {
+    calls += counts[state];
+    byState += std::string(state == 0 ? "" : ", ") +
+               Controller::mountStateName(static_cast<Controller::MountState>(state)) + " " +
+               std::to_string(counts[state]);
+  }
+  const auto number = [](std::uint64_t count) { return static_cast<std::int64_t>(count); };
+  out_.line(LineKind::HookCounts, "hookCounts " + c.args[0] + " " + hook + " " + std::to_string(calls) + ": " + byState,
+            {{"mounter", c.args[0]},
+             {"hook", hook},
+             {"calls", number(calls)},
+             {"unknown", number(counts[Controller::mountStateUnknown])},
+             {"mounting", number(counts[Controller::mountStateMounting])},
+             {"mounted", number(counts[Controller::mountStateMounted])},
+             {"unmounted", number(counts[Controller::mountStateUnmounted])},
+             {"failed", number(counts[Controller::mountStateFailed])}});
+}
+
 void Simulator::echoCommand(const Command& c) {
   std::string text;
   for (const std::string& word : c.args) text += (&word == &c.args.front() ? "" : " ") + word;
@@ -667,6 +726,6 @@ void Simulator::helpCommand(const Command& c) {
 
 void Simulator::quitCommand(const Command&) { ended_ = true; }
 
-bool Simulator::knows(std::string_view verb) { return handlers().count(verb) > 0; }
+bool Simulator::knows(std::string_view verb) { return verb == "repeat" || handlers().count(verb) > 0; }
 
 }  // namespace hubstore::sim

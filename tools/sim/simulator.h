@@ -113,6 +113,8 @@ class Simulator {
   static const std::map<std::string, Handler, std::less<>>& handlers();
   // Runs a line: what leaves its library call is printed.
   void execute(const Command& command);
+  // Runs the commands of a repeat line, each as a line of its own.
+  void runRepeated(const Command& repeat);
   // Runs `work`, printing what leaves a library call.
   template <class Work>
   void printingExceptions(Work work);
@@ -200,6 +202,7 @@ class Simulator {
   void traceCommand(const Command& c);
   void dumpCommand(const Command& c);
   void explainCommand(const Command& c);
+  void hookCountsCommand(const Command& c);
   void echoCommand(const Command& c);
   void helpCommand(const Command& c);
   void quitCommand(const Command& c);
@@ -207,6 +210,8 @@ class Simulator {
   Output& out_;
   Vex::Ptr<Mirra::EntityManager> em_;
   Vex::Ptr<Mirra::Agent> agent_;
+  // Where the agent's mount status record is, looked up at every status write.
+  Vex::String mountStatusPath_;
   std::map<std::string, Vex::Ptr<Controller::HubstoreServiceMounter>> mounters_;
   Vex::Ptr<Controller::HubstoreService> service_;
 
