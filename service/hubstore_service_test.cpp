@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include <hubstore/allowlist/switch_white_list.h>
 #include <hubstore/mountgroup/per_switch_publish_mount_sm.h>
 #include <hubstore/mountgroup/test_mount_group.h>
@@ -24,38 +26,25 @@ TEST_F(ServiceDeathTest, AssertsTheAgentThenEachRecordInOrderAndTheStatus) {
   auto drop = [this](std::initializer_list<const char*> kinds) {
     for (const char* kind : kinds) em->entityDel(std::string("controller/") + kind + "/service/agentB");
   };
-  EXPECT_DEATH(
-      {
-        globalAgent = nullptr;
-        drop({"mount/config"});
-        serviceIs("svcA");
-      },
-      "^assertion failed: globalAgent\n$");
-  const std::pair<std::initializer_list<const char*>, const char*> missing[] = {
-      {{"mount/config", "mount/status", "publish/config", "publish/status"}, "assertion failed: smc\n"},
-      {{"mount/status", "publish/config", "publish/status"}, "assertion failed: sms\n"},
-      {{"publish/config", "publish/status"}, "assertion failed: spc\n"},
-      {{"publish/status"}, "assertion failed: sps\n"}};
-  for (const auto& [kinds, assertion] : missing) {
+  const std::pair<std::function<void()>, const char*> broken[] = {
+      {[&] { globalAgent = nullptr, drop({"mount/config"}); }, "^assertion failed: globalAgent\n$"},
+      {[&] { drop({"mount/config", "mount/status", "publish/config", "publish/status"}); }, "assertion failed: smc\n"},
+      {[&] { drop({"mount/status", "publish/config", "publish/status"}); }, "assertion failed: sms\n"},
+      {[&] { drop({"publish/config", "publish/status"}); }, "assertion failed: spc\n"},
+      {[&] { drop({"publish/status"}); }, "assertion failed: sps\n"},
+      {[&] {
+         em->entityIs("controller/mount/config/service/agentB", ServicePublishConfig::ServicePublishConfigIs("x"));
+       },
+       "assertion failed: smc\n"},
+      {[&] { em->entityDel("controller/status"); }, "assertion failed: hubstoreStatus\\(\\)\n"}};
+  for (const auto& [breakTheWorld, assertion] : broken) {
     EXPECT_DEATH(
         {
-          drop(kinds);
+          breakTheWorld();
           serviceIs("svcA");
         },
         assertion);
   }
-  EXPECT_DEATH(
-      {
-        em->entityIs("controller/mount/config/service/agentB", ServicePublishConfig::ServicePublishConfigIs("x"));
-        serviceIs("svcA");
-      },
-      "assertion failed: smc\n");
-  EXPECT_DEATH(
-      {
-        em->entityDel("controller/status");
-        serviceIs("svcA");
-      },
-      "assertion failed: hubstoreStatus\\(\\)\n");
 }
 
 TEST_F(ServiceDeathTest, ClosingWithALiveListWithoutItsFilterAborts) {
