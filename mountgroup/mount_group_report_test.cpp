@@ -5,60 +5,15 @@
 #include <algorithm>
 #include <string>
 
-#include <hubstore/allowlist/version_white_list.h>
-#include <hubstore/mountgroup/hubstore_service_mount_group.h>
-#include <hubstore/testing/world.h>
+#include <hubstore/mountgroup/test_mount_group.h>
 
-namespace Controller {
+namespace Controller::testing {
 namespace {
 
 using Wait = MountGroupReport::Wait;
-using testing::Log;
 
-// Logs every change its record reports.
-class ChangeLog : public Vex::PtrInterface::NotifieeConst {
- public:
-  static const Vex::TypeDescriptor& staticType() {
-    static const Vex::TypeDescriptor type("Controller::MountGroupReportTest::ChangeLog", {});
-    return type;
-  }
-  const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
-  void onAttribute(Vex::AttributeId attribute, const void*) override {
-    log_->push_back(std::to_string(attribute));
-  }
-  explicit ChangeLog(Log* log) : log_(log) {}
-
- private:
-  Log* log_;
-};
-
-class Report : public testing::World {
+class Report : public MountGroupWorld {
  protected:
-  Vex::Ptr<HubstoreService> service;
-  Vex::Ptr<HubstoreServiceMountGroup> group;
-  Log changes;
-  std::vector<Vex::Ptr<ChangeLog>> watchers;
-
-  void SetUp() override {
-    World::SetUp();
-    service = serviceIs("svcA");
-  }
-  void TearDown() override {
-    watchers.clear();
-    group = nullptr;
-    service = nullptr;
-    World::TearDown();
-  }
-  void watch(const Vex::Ptr<const Vex::PtrInterface>& record) {
-    Vex::Ptr<ChangeLog> watcher = watchers.emplace_back(Vex::make<ChangeLog>(&changes));
-    watcher->notifierIs(record);
-    watcher->isRegisteredNotifieeIs(true);
-    watcher->hasNotificationActiveIs(true);
-  }
-  void close() {
-    group->versionWhiteListIs(service->versionWhiteListIs("v"));
-    group->closedIs(true);
-  }
   bool traced(const std::string& line) const {
     return std::find(traces().begin(), traces().end(), line) != traces().end();
   }
@@ -128,15 +83,15 @@ TEST_F(Report, SaysCompleteExactlyWhenTheCheckReportsAndChangesNothing) {
 
     for (const auto& record : std::initializer_list<Vex::Ptr<const Vex::PtrInterface>>{
              mountConfig, publishConfig, mountGroupConfig, publishGroupConfig, mountStatus, publishStatus}) {
-      watch(record);
+      watch("", record);
     }
     traceOn("0-9");
     hooks.clear();
     const MountGroupReport report = group->completionReport();
     EXPECT_EQ(traces(), std::vector<std::string>{});
     EXPECT_EQ(hooks, Log{});
-    EXPECT_EQ(changes, Log{});
-    watchers.clear();
+    EXPECT_EQ(writes, Log{});
+    watchDelAll();
 
     group->doCheckMountAndPublishStatus();
     EXPECT_EQ(report.complete(), traced("5 doCheckMountAndPublishStatus : publish/mount complete for g1"));
@@ -162,7 +117,9 @@ TEST_F(Report, SaysCompleteExactlyWhenTheCheckReportsAndChangesNothing) {
   EXPECT_LT(completeStates, static_cast<int>(states.size()));
 }
 
-TEST_F(Report, ListsWhatIsMissingInKeyOrderAndCountsTheSwitches) {
+// The report's text at each step of a group's life is pinned by the
+// explain_waits and explain_completes scenarios, with the sim's limit of ten.
+TEST_F(Report, ListsAtMostTheLimitInKeyOrderAndCountsEveryState) {
   group = service->serviceMountGroupIs("g1", mounter);
   for (const char* remote : {"c", "a", "b"}) group->controllerMountIs(remote, "/db", "T", "F");
   mountStatus->mountedPathPrefixIs("b", "/mnt/b");
@@ -170,46 +127,19 @@ TEST_F(Report, ListsWhatIsMissingInKeyOrderAndCountsTheSwitches) {
   group->publishMountIs("/p1", "/sw", "T");
   publishStatus->publishGroupStatusIs("g1")->publishStatusIs("/p1");
   mountStatus->systemStatusIs("00:00:00:00:00:03")->serviceMountGroupStatusIs("g1", mountStateFailed);
-  mountStatus->systemStatusIs("00:00:00:00:00:01")->serviceMountGroupStatusIs("g1", mountStateMounted);
   mountStatus->systemStatusIs("00:00:00:00:00:02")->serviceMountGroupStatusIs("g1", mountStateMounting);
-  mountStatus->systemStatusIs("00:00:00:00:00:04")->serviceMountGroupStatusIs("g2", mountStateFailed);
   mountStatus->systemStatusIs("00:00:00:00:00:05")->serviceMountGroupStatusIs("g1", mountStateUnknown);
-
-  MountGroupReport report = group->completionReport(1);
-  EXPECT_EQ(report.withoutPathPrefix.items, std::vector<std::string>{"a"});
-  EXPECT_EQ(report.withoutPathPrefix.total, 2u);
-  EXPECT_EQ(report.withoutPublishStatus.items, std::vector<std::string>{"/p2"});
-  EXPECT_EQ(report.switches(), 4u) << "the switch without a status for g1 is not counted";
-  EXPECT_EQ(report.switchesByState, (std::array<std::size_t, 5>{1, 1, 1, 0, 1}));
-  EXPECT_EQ(report.switchesNotMounted.items,
-            (std::vector<MountGroupReport::SwitchState>{{"00:00:00:00:00:02", mountStateMounting}}));
-  EXPECT_EQ(report.switchesNotMounted.total, 3u);
+  const MountGroupReport report = group->completionReport(1);
   EXPECT_EQ(report.waitsFor(),
             (std::vector<Wait>{Wait::close, Wait::versionWhiteList, Wait::pathPrefix, Wait::publishedPaths,
                                Wait::initialSwitchMounts}));
-  EXPECT_EQ(report.text(),
-            "group g1: not complete; waits for closing, a version allow-list (closing requires one), "
-            "mounted path prefixes, publish statuses, initial switch mounts\n"
-            "closed: false\n"
-            "version allow-list: none\n"
-            "controller mounts: 3, without a mounted path prefix: 2: a and 1 more\n"
-            "publish mounts: 2, without a publish status: 1: /p2\n"
-            "publish group status: present\n"
-            "mounter: set\n"
-            "initial switch mounts: not complete\n"
-            "switches: 4: unknown 1, mounting 1, mounted 1, unmounted 0, failed 1\n"
-            "switches not mounted: 3: 00:00:00:00:00:02 mounting and 2 more\n");
-
-  mountStatus->mountedPathPrefixIs("a", "/mnt/a");
-  mountStatus->mountedPathPrefixIs("c", "/mnt/c");
-  publishStatus->publishGroupStatusIs("g1")->publishStatusIs("/p2");
-  mountStatus->initialMountsCompleteIs("g1", true);
-  close();
-  report = group->completionReport();
-  EXPECT_TRUE(report.complete());
-  EXPECT_EQ(report.waitsFor(), std::vector<Wait>{});
-  EXPECT_EQ(report.summary(), "group g1: complete");
-  EXPECT_EQ(report.switchesNotMounted.items.size(), 3u);
+  const std::string text = report.text();
+  EXPECT_NE(text.find("controller mounts: 3, without a mounted path prefix: 2: a and 1 more\n"), std::string::npos);
+  EXPECT_NE(text.find("publish mounts: 2, without a publish status: 1: /p2\n"), std::string::npos);
+  EXPECT_NE(text.find("switches: 3: unknown 1, mounting 1, mounted 0, unmounted 0, failed 1\n"
+                      "switches not mounted: 3: 00:00:00:00:00:02 mounting and 2 more\n"),
+            std::string::npos)
+      << text;
 }
 
 TEST_F(Report, AGroupTheServiceLetGoTellsNobodyAndAnOrphanNeverCompletes) {
@@ -281,4 +211,4 @@ TEST(MountGroupReportText, NamesEveryFactAndQuotesWhatWouldNotReadBack) {
 }
 
 }  // namespace
-}  // namespace Controller
+}  // namespace Controller::testing

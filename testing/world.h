@@ -12,6 +12,10 @@
 //     EXPECT_EQ(hooks, (Log{"doMountsComplete g1"}));
 //   }
 //
+// watch(label, record) logs each change a record reports into `writes`, as
+// "LABEL ATTRIBUTE", to show which records a call wrote and in which order;
+// watchDelAll() stops every watch.
+//
 // TearDown releases the controller and proves that no counted object of the
 // library outlived the test. Only this header needs GoogleTest; the rest of
 // the kit does not.
@@ -20,13 +24,38 @@
 
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
+#include <hubstore/foundations/framework/notifiee_const.h>
 #include <hubstore/foundations/framework/type_descriptor.h>
 #include <hubstore/testing/fake_controller.h>
 #include <hubstore/testing/recording_mounter.h>
 #include <hubstore/testing/trace_capture.h>
 
 namespace Controller::testing {
+
+// Logs "LABEL ATTRIBUTE" for each change its record reports.
+class ChangeLog : public Vex::PtrInterface::NotifieeConst {
+ public:
+  static const Vex::TypeDescriptor& staticType() {
+    static const Vex::TypeDescriptor type("Controller::testing::ChangeLog", {});
+    return type;
+  }
+  const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
+  ChangeLog(std::string label, Log* log) : label_(std::move(label)), log_(log) {}
+  void onAttribute(Vex::AttributeId id, const void*) override {
+    std::string attribute = std::to_string(id);
+    for (const auto& described : notifierBase()->fwkType().attributes()) {
+      if (described.id == id) attribute = described.name;
+    }
+    log_->push_back(label_ + " " + attribute);
+  }
+
+ private:
+  std::string label_;
+  Log* log_;
+};
 
 class World : public ::testing::Test {
  protected:
@@ -35,8 +64,16 @@ class World : public ::testing::Test {
   // Enables trace levels, e.g. traceOn("5,7-8"), and forgets earlier lines.
   void traceOn(const char* levels) { trace.levelsIs(levels); }
   const std::vector<std::string>& traces() const { return trace.lines(); }
+  void watch(std::string label, const Vex::Ptr<const Vex::PtrInterface>& record) {
+    const Vex::Ptr<ChangeLog>& log = changeLogs_.emplace_back(Vex::make<ChangeLog>(std::move(label), &writes));
+    log->notifierIs(record);
+    log->isRegisteredNotifieeIs(true);
+    log->hasNotificationActiveIs(true);
+  }
+  void watchDelAll() { changeLogs_.clear(); }
 
   void TearDown() override {
+    changeLogs_.clear();
     mounter = nullptr;
     controller_.reset();
     std::string survivors;
@@ -57,6 +94,10 @@ class World : public ::testing::Test {
   Log hooks;
   Vex::Ptr<RecordingMounter> mounter = Vex::make<RecordingMounter>(&hooks);
   TraceCapture trace;
+  Log writes;  // what the watched records reported, in order
+
+ private:
+  std::vector<Vex::Ptr<ChangeLog>> changeLogs_;
 };
 
 }  // namespace Controller::testing

@@ -40,16 +40,11 @@
 #include <string>
 #include <vector>
 
-#include <hubstore/foundations/platform/agent.h>
-#include <hubstore/foundations/platform/entity_manager.h>
-#include <hubstore/foundations/records/hubstore_status.h>
-#include <hubstore/foundations/records/service_mount_config.h>
-#include <hubstore/foundations/records/service_mount_status.h>
-#include <hubstore/foundations/records/service_publish_config.h>
-#include <hubstore/foundations/records/service_publish_status.h>
+#include <hubstore/allowlist/version_white_list.h>
 #include <hubstore/foundations/framework/type_descriptor.h>
-#include <hubstore/service/hubstore_service.h>
+#include <hubstore/mountgroup/hubstore_service_mount_group.h>
 #include <hubstore/service/hubstore_service_mounter.h>
+#include <hubstore/testing/fake_controller.h>
 #include "tools/sim/config_dump.h"
 
 namespace {
@@ -96,16 +91,7 @@ struct OrderResult {
 class OrderRun {
  public:
   OrderRun() {
-    Controller::globalAgent = agent_.get();
-    auto status = Hubstore::Status::StatusIs("status");
-    status->leaderGenIdIs("gen-1");
-    em_->entityIs("controller/status", status);
-    em_->entityIs("controller/mount/config/service/agentB", Controller::ServiceMountConfig::ServiceMountConfigIs("agentB"));
-    em_->entityIs("controller/mount/status/service/agentB", mountStatus_);
-    em_->entityIs("controller/publish/config/service/agentB",
-                  Controller::ServicePublishConfig::ServicePublishConfigIs("agentB"));
-    em_->entityIs("controller/publish/status/service/agentB", publishStatus_);
-    service_ = HubstoreService::HubstoreServiceIs("svcA", em_, em_);
+    service_ = controller_.serviceIs("svcA");
     mounter_->service = service_.get();
     versions_ = service_->versionWhiteListIs("v");
     versions_->allowedVersionIs(1, true);
@@ -113,12 +99,6 @@ class OrderRun {
     group_->controllerMountIs("/r/a", "/db/a", "T", "F");
     group_->controllerMountIs("/r/b", "/db/b", "T", "F");
     group_->publishMountIs("/db/p", "/p", "P");
-  }
-  ~OrderRun() {
-    group_ = nullptr;
-    versions_ = nullptr;
-    service_ = nullptr;
-    Controller::globalAgent = nullptr;
   }
   OrderRun(const OrderRun&) = delete;
   OrderRun& operator=(const OrderRun&) = delete;
@@ -136,7 +116,7 @@ class OrderRun {
     check(result, mounter_->mountsComplete, "doMountsComplete", completeAt, false);
     check(result, mounter_->initialSwitchMountsComplete, "doInitialSwitchMountsComplete",
           std::max(at[initialMounts], closedAt), true);
-    result.config = hubstore::sim::ConfigDump(*em_, "agentB").lines();
+    result.config = hubstore::sim::ConfigDump(*controller_.entityManager(), "agentB").lines();
     return result;
   }
 
@@ -144,23 +124,23 @@ class OrderRun {
   void apply(Event event) {
     switch (event) {
       case prefixA:
-        mountStatus_->mountedPathPrefixIs("/r/a", "/mnt/a");
+        controller_.mountedPathPrefix("/r/a", "/mnt/a");
         break;
       case prefixB:
-        mountStatus_->mountedPathPrefixIs("/r/b", "/mnt/b");
+        controller_.mountedPathPrefix("/r/b", "/mnt/b");
         break;
       case publishStatus:
-        publishStatus_->publishGroupStatusIs("g1")->publishStatusIs("/db/p");
+        controller_.publishStatus()->publishGroupStatusIs("g1")->publishStatusIs("/db/p");
         break;
       case groupStatus:
-        publishStatus_->publishGroupStatusIs("g1");
+        controller_.publishGroupStatus("g1");
         break;
       case bind:
         group_->versionWhiteListIs(versions_);
         if (closeHeld_) group_->closedIs(true);
         break;
       case initialMounts:
-        mountStatus_->initialMountsCompleteIs("g1", true);
+        controller_.initialMountsComplete("g1", true);
         break;
       case close:
         if (group_->versionWhiteList()) {
@@ -193,11 +173,7 @@ class OrderRun {
     if (!late) result.violations.push_back(std::string(hook) + " never at or after step " + std::to_string(from));
   }
 
-  Vex::Ptr<Mirra::Agent> agent_ = Mirra::Agent::AgentIs("agentB");
-  Vex::Ptr<Mirra::EntityManager> em_ = Mirra::EntityManager::EntityManagerIs();
-  Vex::Ptr<Controller::ServiceMountStatus> mountStatus_ = Controller::ServiceMountStatus::ServiceMountStatusIs("agentB");
-  Vex::Ptr<Controller::ServicePublishStatus> publishStatus_ =
-      Controller::ServicePublishStatus::ServicePublishStatusIs("agentB");
+  Controller::testing::FakeController controller_{"agentB"};
   Vex::Ptr<StepMounter> mounter_ = Vex::make<StepMounter>();
   Vex::Ptr<HubstoreService> service_;
   Vex::Ptr<Controller::VersionWhiteList> versions_;

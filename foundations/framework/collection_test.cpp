@@ -1,116 +1,127 @@
+// The contract Collection, FlatCollection and IndexedCollection share, as one
+// typed suite over the three.
 #include <hubstore/foundations/framework/collection.h>
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <set>
+
+#include <hubstore/foundations/framework/flat_collection.h>
+#include <hubstore/foundations/framework/indexed_collection.h>
 #include <hubstore/foundations/framework/test_record.h>
-#include <hubstore/foundations/framework/value_map.h>
 
 namespace Vex::testing {
 namespace {
 
-std::vector<std::string> keysOf(const Collection<Name, Counter>& c) {
-  std::vector<std::string> keys;
-  for (auto it = c.begin(); it != c.end(); ++it) keys.push_back(it.key().stdString());
-  return keys;
-}
-
-TEST(Collection, IteratesInKeyOrderAndSurvivesDeletionOfTheCurrentAndOtherMembers) {
-  {
-    Collection<Name, Counter> c;
-    for (const char* k : {"d", "b", "e", "a", "c"}) c.newMember(k, Counter::CounterIs(k));
-    EXPECT_EQ(keysOf(c), (std::vector<std::string>{"a", "b", "c", "d", "e"}));
-
-    std::vector<std::string> visited;
-    for (auto it = c.begin(); it != c.end(); ++it) {
-      visited.push_back(it.key().stdString());
-      if (it.key() == "b") {
-        EXPECT_EQ(c.deleteMember("b"), *it);  // the iterator still holds the member
-        c.deleteMember("d");
-        c.newMember("bb", Counter::CounterIs("bb"));  // sorts after the current key: visited
-      }
-    }
-    EXPECT_EQ(visited, (std::vector<std::string>{"a", "b", "bb", "c", "e"}));
-    EXPECT_EQ(keysOf(c), (std::vector<std::string>{"a", "bb", "c", "e"}));
+template <class C>
+class CollectionContract : public ::testing::Test {
+ protected:
+  static std::vector<std::string> keysOf(const C& c) {
+    std::vector<std::string> keys;
+    for (auto it = c.begin(); it != c.end(); ++it) keys.push_back(it.key().stdString());
+    return keys;
   }
-  EXPECT_EQ(Counter::staticType().liveCount(), 0);
-}
-
-TEST(Collection, MembersAddedWithoutARemovalAreVisitedOnlyAfterTheCurrentKey) {
-  {
-    Collection<Name, Counter> c;
-    for (const char* k : {"a", "c", "e"}) c.newMember(k, Counter::CounterIs(k));
-    std::vector<std::string> visited;
-    for (auto it = c.begin(); it != c.end(); ++it) {
-      visited.push_back(it.key().stdString());
-      if (it.key() == "c") {
-        c.newMember("b", Counter::CounterIs("b"));  // behind the iterator
-        c.newMember("d", Counter::CounterIs("d"));
-        c.newMember("f", Counter::CounterIs("f"));
-      }
-    }
-    EXPECT_EQ(visited, (std::vector<std::string>{"a", "c", "d", "e", "f"}));
+  void TearDown() override { EXPECT_EQ(Counter::staticType().liveCount(), 0); }
+};
+using Collections =
+    ::testing::Types<Collection<Name, Counter>, FlatCollection<Name, Counter>, IndexedCollection<Name, Counter>>;
+struct CollectionName {
+  template <class C>
+  static std::string GetName(int i) {
+    return std::array{"Collection", "FlatCollection", "IndexedCollection"}[i];
   }
-  EXPECT_EQ(Counter::staticType().liveCount(), 0);
+};
+TYPED_TEST_SUITE(CollectionContract, Collections, CollectionName);
+
+TYPED_TEST(CollectionContract, IteratesInKeyOrderThroughRemovalsAndAdditionsOnEitherSide) {
+  TypeParam c;
+  for (const char* k : {"d", "b", "e", "a", "c"}) c.newMember(k, Counter::CounterIs(k));
+  EXPECT_EQ(this->keysOf(c), (std::vector<std::string>{"a", "b", "c", "d", "e"}));
+  std::vector<std::string> visited;
+  for (auto it = c.begin(); it != c.end(); ++it) {
+    visited.push_back(it.key().stdString());
+    if (it.key() == "b") {  // additions while nothing was removed
+      c.newMember("a0", Counter::CounterIs("a0"));  // before the current key: not visited
+      c.newMember("bb", Counter::CounterIs("bb"));  // after it: visited
+    }
+    if (it.key() == "c") {
+      EXPECT_EQ(c.deleteMember("c"), *it);  // the iterator still holds the member
+      c.deleteMember("d");
+      c.newMember("cc", Counter::CounterIs("cc"));
+    }
+    if (it.key() == "e") c.newMember("f", Counter::CounterIs("f"));  // an append
+  }
+  EXPECT_EQ(visited, (std::vector<std::string>{"a", "b", "bb", "c", "cc", "e", "f"}));
+  EXPECT_EQ(this->keysOf(c), (std::vector<std::string>{"a", "a0", "b", "bb", "cc", "e", "f"}));
+  EXPECT_EQ(c.memberRaw("e")->name(), "e");
+  EXPECT_FALSE(c.member("d"));
+  EXPECT_FALSE(c.deleteMember("d"));
 }
 
-TEST(Collection, EntityMembersKnowTheirParentOnlyWhileTheyAreMembers) {
+TYPED_TEST(CollectionContract, MembersKnowTheirParentOnlyWhileTheyAreMembers) {
   Ptr<Counter> owner = Counter::CounterIs("root");
-  Ptr<Counter> member = Counter::CounterIs("m");
+  Ptr<Counter> first = Counter::CounterIs("m");
+  Ptr<Counter> second = Counter::CounterIs("m2");
   {
-    Collection<Name, Counter> c(owner.get(), "items");
-    c.newMember("m", member);
-    EXPECT_EQ(member->fullName(), "root/items/m");
+    TypeParam c(owner.get(), "items");
+    c.newMember("m", first);
+    EXPECT_EQ(first->fullName(), "root/items/m");
     c.deleteMember("m");
-    EXPECT_EQ(member->parent(), nullptr);
-    c.newMember("m", member);
+    EXPECT_EQ(first->parent(), nullptr);
+    c.newMember("m", first);
+    c.newMember("m", second);  // replaces `first`, which lets go
+    EXPECT_EQ(first->parent(), nullptr);
+    EXPECT_EQ(c.memberRaw("m"), second.get());
+    EXPECT_EQ(c.count(), 1u);
   }
-  EXPECT_EQ(member->parent(), nullptr);  // the dying collection let go
+  EXPECT_EQ(second->parent(), nullptr);  // the dying collection let go
 }
 
-TEST(ValueMap, ReportsChangesAndIteratesRobustly) {
-  ValueMap<std::uint32_t, bool> m;
-  EXPECT_TRUE(m.valueIs(3, true));
-  EXPECT_FALSE(m.valueIs(3, true));
-  EXPECT_TRUE(m.valueIs(3, false));
-  m.valueIs(1, true);
-  m.valueIs(2, true);
-  std::vector<std::uint32_t> visited;
-  for (auto it = m.begin(); it != m.end(); ++it) {
-    visited.push_back(it->key);
-    m.valueDel(it->key);
+TYPED_TEST(CollectionContract, LookupsStayRightThroughGrowthAndRemovalsInAnyOrder) {
+  TypeParam c;
+  std::vector<std::string> keys;
+  for (int i = 0; i < 200; ++i) keys.push_back("k" + std::to_string(i * 7919 % 1000));
+  for (const auto& k : keys) c.newMember(k, Counter::CounterIs(k.c_str()));
+  for (std::size_t i = 0; i < keys.size(); i += 3) c.deleteMember(keys[i]);
+  for (std::size_t i = 0; i < keys.size(); ++i) {
+    Counter* found = c.memberRaw(keys[i]);
+    EXPECT_EQ(found ? found->name().stdString() : "", i % 3 ? keys[i] : "") << keys[i];
   }
-  EXPECT_EQ(visited, (std::vector<std::uint32_t>{1, 2, 3}));
-  EXPECT_TRUE(m.empty());
-  EXPECT_FALSE(m.valueDel(1));
-
-  // Removing the next entry, or clearing, while the iterator stands still.
-  for (std::uint32_t k : {1u, 2u, 3u, 4u}) m.valueIs(k, true);
-  visited.clear();
-  for (auto it = m.begin(); it != m.end(); ++it) {
-    visited.push_back(it->key);
-    if (it->key == 1) m.valueDel(2);
-    if (it->key == 3) m.clear();
-  }
-  EXPECT_EQ(visited, (std::vector<std::uint32_t>{1, 3}));
+  EXPECT_EQ(c.count(), 133u);
 }
 
-TEST(ValueMap, FirstMissingKeyWalksBothMapsAndFindsTheFirstGapInKeyOrder) {
-  ValueMap<String, bool> wanted;
-  ValueMap<String, int> held;
-  for (const char* k : {"b", "d", "f"}) wanted.valueIs(k, true);
-  EXPECT_EQ(*firstMissingKey(wanted, held), "b");
-  // Many keys between the wanted ones: the walk falls back to lookups.
-  for (int i = 0; i < 40; ++i) held.valueIs("c" + std::to_string(i), i);
-  for (const char* k : {"a", "b", "d", "e"}) held.valueIs(k, 0);
-  EXPECT_EQ(*firstMissingKey(wanted, held), "f");
-  held.valueIs("f", 0);
-  EXPECT_EQ(firstMissingKey(wanted, held), nullptr);
-  held.valueDel("d");
-  EXPECT_EQ(*firstMissingKey(wanted, held), "d");
-  // The null string sorts before every other, the empty one included.
-  wanted.valueIs(String(), true);
-  held.valueIs("", 0);
-  EXPECT_TRUE(firstMissingKey(wanted, held)->isNull());
+// Looks its collection up from its destructor, as a group does through its
+// service while the service's collection lets it go.
+template <class C>
+class LookingMember : public Counter {
+ public:
+  LookingMember(const char* name, const C* home, std::set<std::string>* dead, std::vector<std::string>* seen)
+      : Counter(name), home_(home), dead_(dead), seen_(seen) {}
+  ~LookingMember() override {
+    dead_->insert(name().stdString());
+    for (const char* k : {"a", "b"}) {
+      if (home_->memberRaw(k)) seen_->push_back(name().stdString() + " finds " + (dead_->count(k) ? "dead " : "") + k);
+    }
+  }
+
+ private:
+  const C* home_;
+  std::set<std::string>* dead_;
+  std::vector<std::string>* seen_;
+};
+
+TYPED_TEST(CollectionContract, AMemberDyingInDeleteAllFindsOnlyTheMembersLeft) {
+  std::set<std::string> dead;
+  std::vector<std::string> seen;
+  {
+    TypeParam c;
+    for (const char* k : {"a", "b"}) c.newMember(k, make<LookingMember<TypeParam>>(k, &c, &dead, &seen));
+  }
+  EXPECT_EQ(dead.size(), 2u);
+  // The first to die finds the other, alive; the last finds nobody.
+  EXPECT_TRUE(seen == std::vector<std::string>{"a finds b"} || seen == std::vector<std::string>{"b finds a"})
+      << ::testing::PrintToString(seen);
 }
 
 }  // namespace

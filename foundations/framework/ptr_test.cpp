@@ -2,8 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <hubstore/foundations/framework/exception.h>
-#include <hubstore/foundations/framework/test_record.h>
+#include <hubstore/foundations/framework/type_descriptor.h>
 
 namespace Vex::testing {
 namespace {
@@ -87,11 +86,6 @@ TEST(Ptr, AnObjectReleasedDuringAUseDiesWhenTheOutermostUseEnds) {
   });
   EXPECT_EQ(log, "~a ");
   EXPECT_EQ(b->references(), 1u);
-}
-
-TEST(TypeDescriptor, InvokesOperationsByNameWithNamedArguments) {
-  Ptr<Counter> counter = Counter::CounterIs("c");
-  EXPECT_THROW(invoke(*counter, "valueIs", {}), InternalException);
 }
 
 }  // namespace
