@@ -92,7 +92,6 @@ const std::vector<std::string_view>& commandSlots() {
         {60, "whenDel {mounter}"},
         {61, "serviceMountGroupStatus {sys} {group}"},
         {62, "mounter {mounter} counting"},
-        {63, "explain"},
     };
     for (const auto& [slot, command] : used) table[slot] = command;
     return table;
