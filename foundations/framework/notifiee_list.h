@@ -11,8 +11,8 @@
 //  - A notifiee added during a dispatch is not called in that round: each
 //    round covers the members present when it started.
 //  - The notifiee being called is kept alive for the length of its call
-//    (PtrInterface::keepAliveWhile), so it may release its last owner from inside
-//    onAttribute; the notifier is kept alive for the whole dispatch.
+//    (PtrInterface::keepAliveWhile), so it may release its last owner from
+//    inside onAttribute; the notifier is kept alive for the whole dispatch.
 //  - A dispatch that a notifiee ends with an exception leaves the list
 //    consistent (depth restored, list compacted) and passes the exception on.
 //  - Notifiees whose notification is not active are skipped.
@@ -48,8 +48,8 @@ class NotifieeList {
       PtrInterface::keepAliveWhile(notifier, [&] { call(notifiee, attribute, key); });
       return;
     }
-    // Out of line and last, so that a setter calls it without saving
-    // registers of its own for the loop.
+    // Out of line and the last thing done, so that the setter jumps to it
+    // rather than calling it and keeping registers of its own for the loop.
     visitAll(attribute, key, notifier);
   }
   // The same holding the notifier and each notifiee by a counted reference,
