@@ -169,7 +169,7 @@ TEST_F(RedisStoreTest, TheAgentsConfigurationIsInRedisAsItChanges) {
   EXPECT_EQ(content, agent.keys());
   EXPECT_EQ(content.count("agentB:mountConfig.mountGroupConfig[g1]"), 0u);
   EXPECT_EQ(content.count("agentB:mountConfig.mountGroupConfig[g2].mountConfig[/remote/b]"), 1u);
-  EXPECT_EQ(agent.store->failedWrites(), 0u);
+  EXPECT_EQ(agent.store->statistics().failedWrites, 0u);
 }
 
 // More states written by a mount machinery's process are the follow case of
@@ -181,12 +181,13 @@ TEST_F(RedisStoreTest, StatusWrittenByTheMachineryOrByHandReachesTheHooksAndItsR
   ASSERT_TRUE(agent.store->sync(kWait));
   // A write by hand in redis-cli's way is seen too; a removal calls no hook.
   const std::string system = "agentB:mountStatus.systemStatus[00:1c:73:00:00:01]";
-  command(server, {"HSET", system + ".serviceMountGroupStatus[g1]", "mountState", "failed"});
+  command(server, {"HSET", system, "[g1]", "failed"});
   ASSERT_TRUE(agent.store->sync(kWait));
   // The switch arrives holding its group status, as in one process.
   EXPECT_EQ(mounter->calls(), (Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounting",
                                    "doHandleControllerMountState 00:1c:73:00:00:01 g1 failed"}));
-  command(server, {"DEL", system + ".serviceMountGroupStatus[g1]", system});
+  command(server, {"HDEL", system, "[g1]"});
+  command(server, {"DEL", system});
   ASSERT_TRUE(agent.store->sync(kWait));
   EXPECT_EQ(mounter->calls().size(), 2u);
   EXPECT_FALSE(agent.mountStatus().systemStatus("00:1c:73:00:00:01"));
