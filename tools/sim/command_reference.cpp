@@ -130,6 +130,13 @@ constexpr CommandEntry kAgent[] = {
      "Calls the service's `publishMountsSynchronizedIs(BOOL)`. Every change of the flag, back to false too, "
      "marks the publish configuration ready.",
      "publishMountsSynchronized true"},
+    {"reportMountStates", "tell the groups the switches' states again",
+     "Calls the service's `reportMountStates()`: every group status in the mount status whose group is declared "
+     "now is reported to its mounter (doHandleControllerMountState), switches and groups in name order. A group "
+     "declared after the switches reported hears nothing of their states until one changes; an agent that "
+     "starts over a live fleet asks once its groups are declared. Group statuses of groups not declared are "
+     "passed over without a trace; a switch whose name is not an Ethernet address is traced at level 5.",
+     "reportMountStates"},
     {"group", "declare group G with mounter M",
      "Calls `serviceMountGroupIs(G, M)`, with no mounter for `none`; the group creates its mount and publish "
      "group configurations. Declaring the group again with another mounter raises "

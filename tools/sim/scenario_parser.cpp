@@ -206,6 +206,7 @@ const VerbTable& verbTable() {
         {"serviceDel", fixed({})},
         {"closed", fixed({BOOL})},
         {"publishMountsSynchronized", fixed({BOOL})},
+        {"reportMountStates", fixed({})},
         {"group", fixed({G, {"M|none"}})},
         {"groupDel", fixed({G})},
         {"controllerMount", fixed({G, REMOTE, H, TYPE, {"FLAGS"}})},

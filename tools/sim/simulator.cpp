@@ -272,6 +272,7 @@ const std::map<std::string, Simulator::Handler, std::less<>>& Simulator::handler
       {"serviceDel", &Simulator::serviceDelCommand},
       {"closed", &Simulator::closedCommand},
       {"publishMountsSynchronized", &Simulator::publishMountsSynchronizedCommand},
+      {"reportMountStates", &Simulator::reportMountStatesCommand},
       {"group", &Simulator::groupCommand},
       {"groupDel", &Simulator::groupDelCommand},
       {"controllerMount", &Simulator::controllerMountCommand},
@@ -552,6 +553,8 @@ void Simulator::closedCommand(const Command& c) { service().closedIs(boolArg(c.a
 void Simulator::publishMountsSynchronizedCommand(const Command& c) {
   service().publishMountsSynchronizedIs(boolArg(c.args[0]));
 }
+
+void Simulator::reportMountStatesCommand(const Command&) { service().reportMountStates(); }
 
 void Simulator::groupCommand(const Command& c) {
   Controller::HubstoreService& svc = service();
