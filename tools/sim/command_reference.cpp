@@ -17,7 +17,9 @@ constexpr CommandEntry kWorld[] = {
      "`controller/status` with leader generation id ID (`gen-1` when not given), the mount and publish "
      "configurations `controller/mount/config/service/AGENT` and `controller/publish/config/service/AGENT`, "
      "and the mount and publish statuses `controller/mount/status/service/AGENT` and "
-     "`controller/publish/status/service/AGENT`. Without them `service` fails a library assertion.",
+     "`controller/publish/status/service/AGENT`. Without them `service` fails a library assertion. With "
+     "`--store`, a record the state database already holds for the agent stays as it is (another process may "
+     "own it, as the mount machinery owns the statuses): only the missing ones are created.",
      "records leaderGenId=gen-2"},
     {"record", "create one empty record at PATH",
      "Puts an empty record of TYPE at PATH, named after PATH's last component, in place of whatever was there. "
