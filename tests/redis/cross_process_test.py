@@ -248,7 +248,9 @@ def test_records(ctx):
     mount machinery wrote before the agent started stay, and reach its groups.
     The agent process has had another agent first, whose controller status (at
     the same path in the process) is not the one Redis holds for this agent;
-    a third agent, of which Redis holds nothing, gets a controller status."""
+    a third agent, of which Redis holds nothing, gets a controller status. A
+    record of another type than its path's, which the store does not keep in
+    Redis, is replaced."""
     server = RedisServer(ctx.redis_server)
     try:
         Sim(ctx.sim, server.url(),
@@ -260,7 +262,8 @@ def test_records(ctx):
         if server.keys("A:*Config*"):
             raise Failure(f"the machinery wrote configuration: {server.keys('A:*Config*')}")
         agent = Sim(ctx.sim, server.url(), "agent B\nrecords leaderGenId=gen-2\n"
-                    "agent A\nrecords\nmounter m1\nservice svcA\ngroup g1 m1\nreportMountStates\ndump\nserviceDel\n"
+                    "agent A\nrecord controller/publish/config/service/A ServiceMountStatus\nrecords\n"
+                    "mounter m1\nservice svcA\ngroup g1 m1\nreportMountStates\ndump\nserviceDel\n"
                     "agent C\nrecords\n").finish("agent")
         if f"hook m1 doHandleControllerMountState {SWITCH} g1 mounted" not in agent:
             raise Failure(f"the machinery's status did not reach the agent's group: {agent}")
