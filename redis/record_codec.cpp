@@ -138,36 +138,38 @@ Vex::Ptr<Filter> memberFilter(Config* config, const Vex::Name& name) {
 // it is missing there; `current` is kept when it is the detached filter named.
 template <class Filter>
 Vex::Ptr<Filter> resolveFilter(const std::string& place, const char* attribute, const Vex::Ptr<Filter>& current,
-                               const RecordCodec::Roots& roots) {
+                               const RecordCodec::Context& context) {
   if (place == "none") return nullptr;
+  auto unreadable = [&] {
+    context.problem(std::string("field ") + attribute + ": '" + place + "' names no filter");
+    return current;
+  };
   constexpr std::string_view detached = "detached ";
   if (place.rfind(detached, 0) == 0) {
     const auto name = RedisKeySchema::unquoted(std::string_view(place).substr(detached.size()));
-    if (!name) return current;
+    if (!name) return unreadable();
     if (current && current->name() == std::string_view(*name) && !current->parent()) return current;
     return Vex::make<Filter>(Vex::Name(*name));
   }
   auto parsed = RedisKeySchema::parseRelative(place);
-  if (!parsed || parsed->steps.size() != 1 || parsed->steps[0].attribute != attribute) return current;
+  if (!parsed || parsed->steps.size() != 1 || parsed->steps[0].attribute != attribute) return unreadable();
   const Vex::Name name(parsed->steps[0].key);
   if (parsed->record == RecordSlot::mountConfig) {
-    auto* config = roots ? dynamic_cast<ServiceMountConfig*>(roots(RecordSlot::mountConfig)) : nullptr;
-    return memberFilter<Filter>(config, name);
+    return memberFilter<Filter>(dynamic_cast<ServiceMountConfig*>(context.root(RecordSlot::mountConfig)), name);
   }
   if (parsed->record == RecordSlot::publishConfig) {
-    auto* config = roots ? dynamic_cast<ServicePublishConfig*>(roots(RecordSlot::publishConfig)) : nullptr;
-    return memberFilter<Filter>(config, name);
+    return memberFilter<Filter>(dynamic_cast<ServicePublishConfig*>(context.root(RecordSlot::publishConfig)), name);
   }
-  return current;
+  return unreadable();
 }
 
 template <class Group>
-void applyGroupFilters(Group& group, const Fields& fields, const RecordCodec::Roots& roots) {
+void applyGroupFilters(Group& group, const Fields& fields, const RecordCodec::Context& context) {
   if (const std::string* place = field(fields, "systemFilter")) {
-    group.systemFilterIs(resolveFilter(*place, "systemFilter", group.systemFilter(), roots));
+    group.systemFilterIs(resolveFilter(*place, "systemFilter", group.systemFilter(), context));
   }
   if (const std::string* place = field(fields, "versionFilter")) {
-    group.versionFilterIs(resolveFilter(*place, "versionFilter", group.versionFilter(), roots));
+    group.versionFilterIs(resolveFilter(*place, "versionFilter", group.versionFilter(), context));
   }
 }
 
@@ -440,10 +442,35 @@ bool RecordCodec::isFieldMemberKey(const RedisKeySchema::Path& path) {
   return false;
 }
 
-void RecordCodec::applyFields(Vex::Entity& e, const Fields& fields, const Roots& roots) {
+void RecordCodec::applyFields(Vex::Entity& e, const Fields& given, const Context& context) {
+  // What the entity holds: its own fields ("name" may be left out, the key
+  // names the entity) and, for some, members in fields.
+  const Fields own = ownFields(e);
+  bool hasFieldMembers = false;
+  for (const Collection& c : collectionsOf(e)) hasFieldMembers = hasFieldMembers || c.inFields;
+  std::optional<Fields> readable;
+  for (const auto& [name, value] : given) {
+    const bool known = own.count(name) || (hasFieldMembers && fieldKey(name));
+    const bool oversized = name.size() > kMaxValueBytes || value.size() > kMaxValueBytes;
+    if (known && !oversized) continue;
+    const std::string shown = name.size() > 64 ? name.substr(0, 64) + "..." : name;
+    context.problem(oversized ? "field " + shown + ": " + std::to_string(std::max(name.size(), value.size())) +
+                                    " bytes, over " + std::to_string(kMaxValueBytes)
+                              : "unknown field " + shown);
+    if (!readable) readable = given;
+    readable->erase(name);
+  }
+  for (const auto& [name, value] : own) {
+    if (name != "name" && !given.count(name)) context.problem("missing field " + name);
+  }
+  const Fields& fields = readable ? *readable : given;
   auto boolField = [&](const char* name) -> std::optional<bool> {
     const std::string* value = field(fields, name);
     if (!value) return std::nullopt;
+    if (*value != "true" && *value != "false") {
+      context.problem(std::string("field ") + name + ": '" + *value + "' is not true or false");
+      return std::nullopt;
+    }
     return *value == "true";
   };
   if (auto* r = as<Hubstore::Status>(e)) {
@@ -458,24 +485,25 @@ void RecordCodec::applyFields(Vex::Entity& e, const Fields& fields, const Roots&
     if (auto ready = boolField("ready")) r->readyIs(*ready);
   } else if (auto* r = as<ServiceMountGroupConfig>(e)) {
     if (auto preserve = boolField("preserveMountsOnDisconnect")) r->preserveMountsOnDisconnectIs(*preserve);
-    applyGroupFilters(*r, fields, roots);
+    applyGroupFilters(*r, fields, context);
   } else if (auto* r = as<ServicePublishGroupConfig>(e)) {
-    applyGroupFilters(*r, fields, roots);
+    applyGroupFilters(*r, fields, context);
   } else if (auto* r = as<PublishDir>(e)) {
     if (field(fields, "vexcType")) r->vexcTypeIs(stringField(fields, "vexcType"));
     if (field(fields, "remoteTargetPath")) r->remoteTargetPathIs(stringField(fields, "remoteTargetPath"));
     if (auto ready = boolField("readyToPublish")) r->readyToPublishIs(*ready);
   }
   for (const Collection& c : collectionsOf(e)) {
-    if (c.inFields) applyFieldMembers(e, c, fields);
+    if (c.inFields) applyFieldMembers(e, c, fields, context);
   }
 }
 
 Vex::Entity* RecordCodec::applyMember(Vex::Entity& e, const Collection& c, const std::string& key,
-                                      const Fields* fields, const Roots& roots) {
+                                      const Fields* fields, const Context& context) {
   const Vex::Name name(key);
   const std::string_view attribute = c.name;
   Vex::Entity* member = nullptr;
+  if (fields && !c.holdsRecords && !c.inFields && !readableValue(e, c, *fields, context)) return nullptr;
   const bool boolValue = fields && stringField(*fields, "value") == "true";
   if (auto* r = as<ServiceMountConfig>(e)) {
     if (attribute == "mountGroupConfig") fields ? (void)(member = r->mountGroupConfigIs(name).get()) : r->mountGroupConfigDel(name);
@@ -517,7 +545,7 @@ Vex::Entity* RecordCodec::applyMember(Vex::Entity& e, const Collection& c, const
         r->systemStatusDel(name);
       } else if (!(member = recordMember(e, c, key))) {
         auto system = SystemStatus::SystemStatusIs(name);
-        applyFields(*system, *fields, roots);
+        applyFields(*system, *fields, context);
         r->systemStatusIs(system);
         return recordMember(e, c, key);
       }
@@ -536,44 +564,90 @@ Vex::Entity* RecordCodec::applyMember(Vex::Entity& e, const Collection& c, const
     if (!fields) r->publishStatusDel(name);
   }
   if (c.inFields && fields) {
-    if (const std::string* value = field(*fields, "value")) applyFieldMember(e, c, key, *value);
+    if (const std::string* value = field(*fields, "value")) applyFieldMember(e, c, key, *value, context);
     return recordMember(e, c, key);
   }
   if (member && fields) {
     // A handler run by the creation may have removed the member again.
     member = recordMember(e, c, key);
-    if (member) applyFields(*member, *fields, roots);
+    if (member) applyFields(*member, *fields, context);
   }
   return member;
 }
 
 bool RecordCodec::applyFieldMember(Vex::Entity& e, const Collection& c, const std::string& key,
-                                   const std::string& value) {
+                                   const std::string& value, const Context& context) {
+  auto unreadable = [&](const std::string& why) {
+    context.problem("field " + memberField(key) + ": " + why);
+    return false;
+  };
+  const bool isBool = value == "true" || value == "false";
   const Vex::Name name(key);
   if (auto* r = as<SystemStatus>(e)) {
     const auto state = mountStateFromName(value);
-    if (!state) return false;
+    if (!state) return unreadable("'" + value + "' is no mount state");
     // An existing status is returned as it is; a new one starts unknown.
     r->serviceMountGroupStatusIs(name, mountStateUnknown)->mountStateIs(*state);
   } else if (auto* r = as<MountFilterSystem>(e)) {
+    if (!isBool) return unreadable("'" + value + "' is not true or false");
     r->includedSystemIs(name, value == "true");
   } else if (auto* r = as<MountFilterServiceVersion>(e)) {
     const auto version = numberKey(key);
-    if (!version) return false;
+    if (!version) return unreadable("not a version number");
+    if (!isBool) return unreadable("'" + value + "' is not true or false");
     r->includedServiceVersionIs(*version, value == "true");
   } else if (auto* r = as<ServicePublishGroupStatus>(e)) {
+    if (value != "true") return unreadable("'" + value + "' is not true");
     r->publishStatusIs(name);
   }
   (void)c;
   return true;
 }
 
-void RecordCodec::applyFieldMembers(Vex::Entity& e, const Collection& c, const Fields& fields) {
+bool RecordCodec::readableValue(const Vex::Entity& e, const Collection& c, const Fields& fields,
+                                const Context& context) {
+  // The fields a value member holds, as this process would write them.
+  Fields expected;
+  visitMembers(e, c, [&](const std::string&, const Vex::Entity*, const Fields* values) {
+    if (expected.empty()) expected = *values;
+  });
+  if (expected.empty()) {
+    const std::string_view name = c.name;
+    expected = name == "mountConfig"     ? Fields{{"vexcType", ""}, {"vexcFlags", ""}, {"hubstorePath", ""}}
+               : name == "publishConfig" ? Fields{{"remotePath", ""}, {"vexcType", ""}}
+                                         : Fields{{"value", ""}};
+  }
+  bool readable = true;
+  for (const auto& [name, value] : fields) {
+    if (!expected.count(name)) context.problem("unknown field " + name);
+    if (value.size() > kMaxValueBytes) {
+      context.problem("field " + name + ": " + std::to_string(value.size()) + " bytes, over " +
+                      std::to_string(kMaxValueBytes));
+      readable = false;
+    }
+  }
+  for (const auto& [name, value] : expected) {
+    if (!fields.count(name)) {
+      context.problem("missing field " + name);
+      readable = false;
+    }
+  }
+  const std::string_view name = c.name;
+  const std::string* value = field(fields, "value");
+  if (readable && name == "initialMountsComplete" && *value != "true" && *value != "false") {
+    context.problem("field value: '" + *value + "' is not true or false");
+    readable = false;
+  }
+  return readable;
+}
+
+void RecordCodec::applyFieldMembers(Vex::Entity& e, const Collection& c, const Fields& fields,
+                                    const Context& context) {
   // Held by a count: a handler run by a write may release the holder.
   Vex::Ptr<Vex::Entity> holder(&e);
   std::size_t applied = 0;
   for (const auto& [field, value] : fields) {
-    if (auto key = fieldKey(field)) applied += applyFieldMember(e, c, *key, value);
+    if (auto key = fieldKey(field)) applied += applyFieldMember(e, c, *key, value, context);
   }
   // Each member is one of those just written, unless some are left over.
   if (fieldMemberCount(e) == applied) return;
@@ -581,7 +655,7 @@ void RecordCodec::applyFieldMembers(Vex::Entity& e, const Collection& c, const F
   visitMembers(e, c, [&](const std::string& key, const Vex::Entity*, const Fields*) {
     if (!fields.count(memberField(key))) gone.push_back(key);
   });
-  for (const std::string& key : gone) applyMember(e, c, key, nullptr, nullptr);
+  for (const std::string& key : gone) applyMember(e, c, key, nullptr, context);
 }
 
 std::size_t RecordCodec::fieldMemberCount(const Vex::Entity& e) {
@@ -616,9 +690,9 @@ void RecordCodec::forEachRecordMember(
 }
 
 void RecordCodec::applyPath(Vex::Entity& record, const std::vector<RedisKeySchema::Step>& steps,
-                            const Fields* fields, const Roots& roots) {
+                            const Fields* fields, const Context& context) {
   if (steps.empty()) {
-    fields ? applyFields(record, *fields, roots) : clear(record);
+    fields ? applyFields(record, *fields, context) : clear(record);
     return;
   }
   // Held by a count: a handler run by a write may release what it holds.
@@ -626,26 +700,34 @@ void RecordCodec::applyPath(Vex::Entity& record, const std::vector<RedisKeySchem
   for (std::size_t i = 0; i + 1 < steps.size(); ++i) {
     const RedisKeySchema::Step& step = steps[i];
     const Collection* c = collection(*entity, step.attribute);
-    if (!c || !c->holdsRecords) return;
+    if (!c || !c->holdsRecords || c->inFields) {
+      context.problem(std::string(c ? "no records in " : "no collection ") + step.attribute + " of " +
+                      entity->fwkType().name());
+      return;
+    }
     Vex::Ptr<Vex::Entity> member(recordMember(*entity, *c, step.key));
     if (!member) {
       if (!fields) return;
       const Fields named{{"name", step.key}};
-      member = applyMember(*entity, *c, step.key, &named, roots);
+      member = applyMember(*entity, *c, step.key, &named, context);
       if (!member) return;
     }
     entity = member;
   }
-  if (const Collection* c = collection(*entity, steps.back().attribute)) {
-    applyMember(*entity, *c, steps.back().key, fields, roots);
+  const Collection* c = collection(*entity, steps.back().attribute);
+  if (!c || c->inFields) {
+    context.problem(std::string(c ? "a member held in a field, " : "no collection ") + steps.back().attribute +
+                    " of " + entity->fwkType().name());
+    return;
   }
+  applyMember(*entity, *c, steps.back().key, fields, context);
 }
 
 void RecordCodec::clear(Vex::Entity& entity) {
   for (const Collection& c : collectionsOf(entity)) {
     std::vector<std::string> keys;
     visitMembers(entity, c, [&](const std::string& key, const Vex::Entity*, const Fields*) { keys.push_back(key); });
-    for (const std::string& key : keys) applyMember(entity, c, key, nullptr, nullptr);
+    for (const std::string& key : keys) applyMember(entity, c, key, nullptr, {});
   }
 }
 

@@ -13,7 +13,7 @@
 // are keys of their own.
 //
 //   RecordCodec::flatten(*mountConfig, "agentB:mountConfig", [](auto& key, auto& fields) {...});
-//   RecordCodec::applyMember(*filter, *filterCollection, "00:1c:73:00:00:01", &fields, roots);
+//   RecordCodec::applyMember(*filter, *filterCollection, "00:1c:73:00:00:01", &fields, context);
 //
 // Writes go through the records' own setters, so the library's handlers run
 // and a value that does not change notifies no one.
@@ -44,9 +44,21 @@ class RecordCodec {
     bool numericKey;    // keyed by an unsigned 32-bit number
     bool inFields;      // members are "[KEY]" fields of the holder's hash, not keys
   };
-  // Finds the root records, to resolve the filters a group configuration
-  // points at ("mountConfig.systemFilter[L]").
-  using Roots = std::function<Vex::Entity*(RecordSlot)>;
+  // What applying needs besides the key: the root records, to resolve the
+  // filters a group configuration points at ("mountConfig.systemFilter[L]"),
+  // and where to say what could not be read. What cannot be read is left out
+  // and changes nothing: a value keeps its last good one, a member that
+  // cannot be read is not created.
+  struct Context {
+    std::function<Vex::Entity*(RecordSlot)> roots;
+    std::vector<std::string>* problems = nullptr;
+    Vex::Entity* root(RecordSlot slot) const { return roots ? roots(slot) : nullptr; }
+    void problem(std::string what) const {
+      if (problems) problems->push_back(std::move(what));
+    }
+  };
+  // The longest field name or value read; a longer one is a problem.
+  static constexpr std::size_t kMaxValueBytes = 64 * 1024;
   using Visitor = std::function<void(const std::string& key, const Fields& fields)>;
 
   static Vex::Ptr<Vex::Entity> newRecord(RecordSlot slot, const Vex::Name& name);
@@ -93,13 +105,13 @@ class RecordCodec {
   // that its state is reported as a change: another process's addition and a
   // quick change after it cannot be told apart once read. Fields it does not
   // know are ignored.
-  static void applyFields(Vex::Entity& entity, const Fields& fields, const Roots& roots);
+  static void applyFields(Vex::Entity& entity, const Fields& fields, const Context& context);
   // Writes a member: creates or updates it with `fields`, or deletes it when
   // `fields` is null. Returns the record member when there is one afterwards.
   // A new switch status is built whole before it joins its collection, so it
   // arrives holding its group statuses, as the mount machinery creates it.
   static Vex::Entity* applyMember(Vex::Entity& entity, const Collection& collection, const std::string& key,
-                                  const Fields* fields, const Roots& roots);
+                                  const Fields* fields, const Context& context);
   // Visits the record members of `entity` (not the value members), those
   // held in fields too.
   static void forEachRecordMember(
@@ -110,13 +122,18 @@ class RecordCodec {
   // is null. A member read before the record that holds it creates that
   // holder, whose own fields come when its key is read.
   static void applyPath(Vex::Entity& record, const std::vector<RedisKeySchema::Step>& steps, const Fields* fields,
-                        const Roots& roots);
+                        const Context& context);
   // Creates or updates the member `key` held in a field with its `value`;
   // false when the value or the key cannot be read.
   static bool applyFieldMember(Vex::Entity& entity, const Collection& collection, const std::string& key,
-                               const std::string& value);
+                               const std::string& value, const Context& context);
   // Brings the members of `collection` held in fields in line with `fields`.
-  static void applyFieldMembers(Vex::Entity& entity, const Collection& collection, const Fields& fields);
+  static void applyFieldMembers(Vex::Entity& entity, const Collection& collection, const Fields& fields,
+                                const Context& context);
+  // Whether the fields of a value member (a mount, a publication, a value)
+  // can be read: every field it holds, none it does not know, none too long.
+  static bool readableValue(const Vex::Entity& entity, const Collection& collection, const Fields& fields,
+                            const Context& context);
   // How many members the entity holds in fields.
   static std::size_t fieldMemberCount(const Vex::Entity& entity);
   // Deletes every member of every collection of `entity`.

@@ -40,7 +40,7 @@ struct Records {
   template <class Iterator>
   void apply(Iterator begin, Iterator end) {
     const RedisKeySchema schema("agentB");
-    const RecordCodec::Roots roots = [this](RecordSlot slot) { return (*this)(slot); };
+    const RecordCodec::Context roots{[this](RecordSlot slot) { return (*this)(slot); }};
     for (auto it = begin; it != end; ++it) {
       const auto path = schema.parse(it->first);
       ASSERT_TRUE(path) << it->first;
@@ -117,7 +117,7 @@ TEST(RecordCodecTest, KeysReadBackInAnyOrderRebuildTheSameRecords) {
 
 TEST(RecordCodecTest, AGoneKeyRemovesItsMemberAndEverythingBelow) {
   Records records = populated();
-  const RecordCodec::Roots roots = [&records](RecordSlot slot) { return records(slot); };
+  const RecordCodec::Context roots{[&records](RecordSlot slot) { return records(slot); }};
   const RedisKeySchema schema("agentB");
   for (const char* key : {"agentB:mountStatus.systemStatus[00:1c:73:00:00:01]",
                           "agentB:mountConfig.mountGroupConfig[g1].mountConfig[\"/remote/a b\"]",

@@ -41,11 +41,14 @@ std::optional<Fields> hashFields(const redisReply& reply) {
 }
 
 // The keyspace event classes the store needs: keyspace channel (K), generic
-// commands such as DEL (g), hash commands (h), expiry (x) and eviction (e).
+// commands such as DEL (g), hash commands (h), expiry (x) and eviction (e);
+// and the commands of the other types, so that a value of another type
+// written where a hash belongs is seen at once: strings ($), lists (l), sets
+// (s), sorted sets (z), streams (t).
 std::string neededEventFlags(const std::string& current) {
   std::string flags = current;
   const bool all = current.find('A') != std::string::npos;
-  for (char flag : std::string("Kghxe")) {
+  for (char flag : std::string("Kghxe$lszt")) {
     if (flag != 'K' && all) continue;
     if (flags.find(flag) == std::string::npos) flags += flag;
   }
@@ -388,7 +391,11 @@ void RedisStore::process() {
 
 void RedisStore::onNotification(const std::string& key) {
   const auto path = keys_.parse(key);
-  if (!path || isOldLayout(key, *path) || owned(sideOf(path->record))) return;
+  if (!path) {
+    badRecord(key, {"not a key of the agent's records"});
+    return;
+  }
+  if (isOldLayout(key, *path) || owned(sideOf(path->record))) return;
   if (arrivedSet_.insert(key).second) arrived_.push_back(key);
 }
 
@@ -408,7 +415,7 @@ void RedisStore::requestArrived() {
   for (const std::string& key : arrived_) {
     data_.command({"HGETALL", key}, [this, key](const redisReply& reply) {
       if (isError(reply)) {
-        VEX_TRACE(redisStoreTrace, 5) << "RedisStore::read " << std::string_view(key) << ": " << text(reply);
+        unreadableKey(key, reply);
         return;
       }
       toApply_.push_back({key, hashFields(reply), false});
@@ -444,13 +451,16 @@ void RedisStore::scanFrom(const std::string& cursor) {
     for (std::size_t i = 0; i < found.elements; ++i) {
       std::string key(text(*found.element[i]));
       const auto path = keys_.parse(key);
+      if (!path) badRecord(key, {"not a key of the agent's records"});
       if (!path || isOldLayout(key, *path)) continue;
       ++resyncReads_;
       ++keysFound_;
       data_.command({"HGETALL", key}, [this, key](const redisReply& hash) {
         if (isError(hash)) {
           --resyncReads_;
-          VEX_TRACE(redisStoreTrace, 5) << "RedisStore::read " << std::string_view(key) << ": " << text(hash);
+          // What the records hold of it stays: it is not taken as gone.
+          seen_.insert(key);
+          unreadableKey(key, hash);
         } else {
           resyncKeyRead(key, hashFields(hash));
           return;
@@ -564,7 +574,8 @@ Vex::Entity* RedisStore::root(RecordSlot slot) const {
 void RedisStore::apply(const Applied& change) {
   const auto path = keys_.parse(change.key);
   if (!path || (!change.load && owned(sideOf(path->record)))) return;
-  const RecordCodec::Roots roots = [this](RecordSlot slot) { return root(slot); };
+  std::vector<std::string> problems;
+  const RecordCodec::Context context{[this](RecordSlot slot) { return root(slot); }, &problems};
   const Fields* fields = change.fields ? &*change.fields : nullptr;
   Vex::Ptr<Vex::Entity> entity(root(path->record));
   if (!entity) {
@@ -579,7 +590,25 @@ void RedisStore::apply(const Applied& change) {
     entity = RecordCodec::newRecord(path->record, Vex::Name(name));
     em_->entityIs(Vex::String(keys_.recordPath(path->record)), entity);
   }
-  RecordCodec::applyPath(*entity, path->steps, fields, roots);
+  RecordCodec::applyPath(*entity, path->steps, fields, context);
+  if (!problems.empty()) badRecord(change.key, problems);
+}
+
+void RedisStore::unreadableKey(const std::string& key, const redisReply& error) {
+  const std::string_view why = text(error);
+  if (why.rfind("WRONGTYPE", 0) == 0) {
+    badRecord(key, {"not a hash (" + std::string(why) + ")"});
+  } else {
+    VEX_TRACE(redisStoreTrace, 5) << "RedisStore::read " << std::string_view(key) << ": " << why;
+  }
+}
+
+void RedisStore::badRecord(const std::string& key, const std::vector<std::string>& problems) {
+  ++statistics_.badRecords;
+  if (!redisStoreTrace.enabled(5)) return;
+  std::string what;
+  for (const std::string& problem : problems) what += (what.empty() ? "" : "; ") + problem;
+  VEX_TRACE(redisStoreTrace, 5) << "RedisStore::badRecord " << std::string_view(key) << ": " << std::string_view(what);
 }
 
 // ---------------------------------------------------------------------------

@@ -48,6 +48,7 @@
 #include <optional>
 #include <string>
 #include <unordered_set>
+#include <vector>
 
 #include <hubstore/foundations/framework/entity.h>
 #include <hubstore/foundations/framework/ptr.h>
@@ -132,6 +133,7 @@ class RedisStore : private RecordWatcher::Owner {
   struct Statistics {
     std::uint64_t failedWrites = 0;    // writes the server answered with an error (traced at level 5)
     std::uint64_t oldLayoutKeys = 0;   // keys of hubstore 0.2's layout met, and not read (traced at level 5)
+    std::uint64_t badRecords = 0;      // keys read that could not be read whole (traced at level 5)
     std::uint64_t resyncs = 0;         // reads of every key, the first one included
     std::uint64_t keysRead = 0;        // keys the last resynchronisation read
   };
@@ -174,6 +176,9 @@ class RedisStore : private RecordWatcher::Owner {
   void finishResync();
   void applyQueued();
   void apply(const Applied& change);
+  // A key, or part of one, that another writer left unreadable.
+  void badRecord(const std::string& key, const std::vector<std::string>& problems);
+  void unreadableKey(const std::string& key, const redisReply& error);
   Vex::Entity* root(RecordSlot slot) const;
 
   // Writing

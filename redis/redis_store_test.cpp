@@ -275,6 +275,61 @@ TEST_F(RedisStoreTest, AfterALostConnectionTheOwnedSideIsWrittenBackFieldByField
   EXPECT_EQ(agent.keys(), redisContent(server, "agentB"));
 }
 
+// What another writer leaves that cannot be read is traced with its key and
+// what is wrong, counted, and changes nothing: the records keep their last
+// good values, and a later good write reaches its hook.
+TEST_F(RedisStoreTest, WritesThatCannotBeReadChangeNothingAndAreTracedWithTheirKey) {
+  const std::string system = "agentB:mountStatus.systemStatus[00:1c:73:00:00:01]";
+  const std::string other = "agentB:mountStatus.systemStatus[00:1c:73:00:00:02]";
+  command(server, {"HSET", system, "name", "00:1c:73:00:00:01", "[g1]", "mounted"});
+  ASSERT_TRUE(agent.store->sync(kWait));
+  const auto before = agent.keys();
+  struct Case {
+    std::vector<std::vector<std::string>> writes;
+    std::string key;
+    std::string says;
+  };
+  const std::vector<Case> cases = {
+      {{{"HSET", system, "[g1]", "bogus"}}, system, "field [g1]: 'bogus' is no mount state"},
+      {{{"HSET", system, "colour", "blue"}}, system, "unknown field colour"},
+      {{{"HSET", system, "[g2]", std::string(1 << 20, 'm')}}, system, "field [g2]: 1048576 bytes, over 65536"},
+      {{{"MULTI"}, {"DEL", system}, {"SET", system, "a string"}, {"EXEC"}}, system, "not a hash (WRONGTYPE"},
+      {{{"RPUSH", other, "a", "list"}}, other, "not a hash (WRONGTYPE"},
+      {{{"HSET", "agentB:mountStatus.systemStatus[00:1c", "x", "y"}}, "agentB:mountStatus.systemStatus[00:1c",
+       "not a key of the agent's records"},
+      {{{"HSET", "agentB:mountStatus.nothing[x]", "value", "1"}}, "agentB:mountStatus.nothing[x]",
+       "no collection nothing of Controller::ServiceMountStatus"},
+      {{{"HSET", "agentB:mountStatus.initialMountsComplete[g1]", "value", "yes"}},
+       "agentB:mountStatus.initialMountsComplete[g1]", "field value: 'yes' is not true or false"},
+  };
+  Vex::CapturingTraceSink sink;
+  Vex::traceSinkIs(&sink);
+  redisStoreTrace.levelsIs(1u << 5);
+  std::uint64_t bad = agent.store->statistics().badRecords;
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.says);
+    sink.clear();
+    for (const auto& write : c.writes) command(server, write);
+    ASSERT_TRUE(agent.store->sync(kWait));
+    EXPECT_EQ(agent.store->statistics().badRecords, ++bad);
+    ASSERT_EQ(sink.lines().size(), 1u);
+    EXPECT_EQ(sink.lines()[0].rfind("5 RedisStore::badRecord " + c.key + ": " + c.says, 0), 0u) << sink.lines()[0];
+    EXPECT_EQ(agent.keys().at(system), before.at(system));
+    command(server, {"DEL", system, other});
+    command(server, {"HSET", system, "name", "00:1c:73:00:00:01", "[g1]", "mounted"});
+  }
+  // A new switch whose state cannot be read is created without that status.
+  command(server, {"HSET", other, "name", "00:1c:73:00:00:02", "[g1]", "bogus"});
+  ASSERT_TRUE(agent.store->sync(kWait));
+  EXPECT_EQ(agent.keys().at(other), (Fields{{"name", "00:1c:73:00:00:02"}}));
+  redisStoreTrace.levelsIs(0);
+  Vex::traceSinkIs(nullptr);
+  mounter->callsDelAll();
+  command(server, {"HSET", system, "[g1]", "failed"});
+  ASSERT_TRUE(agent.store->sync(kWait));
+  EXPECT_EQ(mounter->calls(), (Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 failed"}));
+}
+
 TEST_F(RedisStoreTest, KeysOfTheOldLayoutAreCountedAndNeverRead) {
   const std::string old = "agentB:mountStatus.systemStatus[00:1c:73:00:00:01].serviceMountGroupStatus[g1]";
   command(server, {"HSET", "agentB:mountStatus.systemStatus[00:1c:73:00:00:01]", "name", "00:1c:73:00:00:01"});
