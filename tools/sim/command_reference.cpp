@@ -229,7 +229,7 @@ constexpr CommandEntry kHooks[] = {
     {"when", "run COMMAND each time M's HOOK fires for G",
      "From now on, each time recording mounter M's HOOK fires for group G (for any group with `*`), the "
      "mounter prints its line and then runs COMMAND as if it were the scenario's next line. COMMAND is an "
-     "agent or mount machinery command, not a tool command or another `when`; several `when` lines of one "
+     "agent or mount machinery command, or `explain`, not another tool command or a `when`; several `when` lines of one "
      "hook run in the order written. A COMMAND that cannot run is reported at the line of its `when`, and "
      "the run goes on to end with status 1. An exception of its library call leaves the hook, as a throwing "
      "hook's does. Hooks whose commands set each other off are stopped 100 deep.",
@@ -261,7 +261,8 @@ constexpr CommandEntry kTool[] = {
      "the switches not mounted (ten listed, then a count). Without G it prints the service: closed, warm and "
      "ready, each group's first line, and the fleet's switches and group statuses by mount state. It reads "
      "only: no record changes, nothing is traced, no hook runs. The group's report says complete exactly "
-     "when its completion check would.",
+     "when its completion check would. A hook may run it (`when`), as an agent may ask for the report in "
+     "its hooks.",
      "explain g1"},
     {"hookCounts", "print how many switch states M heard, by state",
      "Prints `hookCounts M doHandleControllerMountState CALLS: unknown N, mounting N, mounted N, unmounted N, "

@@ -174,7 +174,6 @@ const VerbTable& verbTable() {
         // Tool
         {"trace", fixed({{"LEVELS|off", Arg::Levels}})},
         {"dump", fixed({})},
-        {"explain", lastOptional({G})},
         {"hookCounts", fixed({{"M"}})},
         {"echo", lastRepeated({{"TEXT"}})},
         {"help", lastOptional({{"COMMAND", Arg::CommandName}})},
@@ -234,6 +233,8 @@ const VerbTable& verbTable() {
         {"allowedVersionDel", fixed({V, {"N", Arg::U32}})},
         {"allowedVersionDelAll", fixed({V})},
         {"whenDel", fixed({{"M"}})},
+        // The report an agent may ask for at any time, a hook included.
+        {"explain", lastOptional({G})},
     });
     return verbs;
   }();

@@ -155,7 +155,7 @@ TEST(ScenarioHookCommands, WhenRejectsWhatAHookCannotRun) {
       {when + "whenDel", "'whenDel' takes 1 word"},
   });
   for (const char* verb : {"agent a", "records", "restart", "set mountConfig.warm = true",
-                           "unset mountConfig.warm", "trace 5", "dump", "explain", "echo x"}) {
+                           "unset mountConfig.warm", "trace 5", "dump", "echo x"}) {
     EXPECT_NE(error(when + verb).find("a hook runs an agent or mount machinery command, not '"),
               std::string::npos)
         << verb;

@@ -1,0 +1,142 @@
+#!/usr/bin/python3
+"""The example mount machinery (examples/machinery/) beside a following agent,
+around a private redis-server (127.0.0.1, a free port, no persistence).
+
+  machinery_test.py --sim PATH --redis-server PATH --source DIR
+
+The agent (examples/machinery/agent.scn) declares two groups and explains
+each as it completes; once g2's initial mounts are done, its hook takes a
+switch out of the lab, puts another in and declares a third group. The
+machinery serves four switches, one of an unsupported version. Checked
+exactly: what the agent prints, what Redis holds when it is done, and the
+machinery's writes, through the agent's teardown and the machinery's SIGTERM.
+Every wait is bounded.
+"""
+
+import argparse
+import os
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+from cross_process_test import SPAWNED, WAIT, Failure, RedisServer, Sim  # noqa: E402
+
+# What Redis holds once the machinery has served the agent's change.
+STATUS = """\
+A:mountStatus name=A
+A:mountStatus.initialMountsComplete[g1] value=true
+A:mountStatus.initialMountsComplete[g2] value=true
+A:mountStatus.initialMountsComplete[g3] value=true
+A:mountStatus.mountedPathPrefix[/counters] value=/db/counters
+A:mountStatus.mountedPathPrefix[/interfaces] value=/db/interfaces
+A:mountStatus.mountedPathPrefix[/inventory] value=/db/inventory
+A:mountStatus.mountedPathPrefix[/lldp] value=/db/lldp
+A:mountStatus.systemStatus[00:1c:73:00:00:01] [g1]=unmounted [g2]=mounted name=00:1c:73:00:00:01
+A:mountStatus.systemStatus[00:1c:73:00:00:02] [g1]=mounted [g2]=mounted [g3]=mounted name=00:1c:73:00:00:02
+A:mountStatus.systemStatus[00:1c:73:00:00:03] [g1]=mounted [g2]=mounted [g3]=mounted name=00:1c:73:00:00:03
+A:publishStatus name=A
+A:publishStatus.publishGroupStatus[g1] [/db/routes]=true name=g1
+A:publishStatus.publishGroupStatus[g2] name=g2
+A:publishStatus.publishGroupStatus[g3] [/db/acl]=true name=g3
+A:status leaderGenId=gen-1 name=status
+"""
+
+
+def expected(ctx, name):
+    with open(os.path.join(ctx.source, "tests", "redis", name)) as f:
+        return f.read().splitlines()
+
+
+def status_side(server):
+    """One line per status key: KEY FIELD=VALUE..., fields sorted."""
+    lines = []
+    for key in server.keys("A:*Status*") + server.keys("A:status"):
+        words = server.cli("HGETALL", key).splitlines()
+        fields = sorted(f"{words[i]}={words[i + 1]}" for i in range(0, len(words), 2))
+        lines.append(" ".join([key] + fields))
+    return sorted(lines)
+
+
+def wait_until(condition, what):
+    deadline = time.monotonic() + WAIT
+    while not condition():
+        if time.monotonic() > deadline:
+            raise Failure(f"waited {WAIT}s for {what}")
+        time.sleep(0.02)
+
+
+def compare(what, actual, wanted):
+    if actual != wanted:
+        raise Failure(f"{what}:\n--- expected\n" + "\n".join(wanted) + "\n--- actual\n" + "\n".join(actual))
+
+
+def test_machinery(ctx):
+    server = RedisServer(ctx.redis_server)
+    try:
+        with open(os.path.join(ctx.source, "examples", "machinery", "agent.scn")) as f:
+            agent = Sim(ctx.sim, server.url(), f.read(), follow=True)
+        agent.wait_for(["# waiting for the mount machinery"], "agent")
+        # The agent's last write: its whole configuration is in Redis.
+        wait_until(lambda: server.cli("HGET", "A:publishConfig", "ready") == "true", "the agent's configuration")
+
+        switches = os.path.join(ctx.tmp, "switches")
+        with open(switches, "w") as f:
+            f.write("# switch  service version\n00:1C:73:00:00:02 3\n00-1c-73-00-00-03 2\n"
+                    "00:1c:73:00:00:04 1  # a version no allow-list admits\n")
+        machinery = subprocess.Popen(
+            [sys.executable, os.path.join(ctx.source, "examples", "machinery", "machinery.py"),
+             "--redis", server.url(), "--agent", "A", "--switches", switches, "00:1c:73:00:00:01=2"],
+            stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        SPAWNED.append(machinery)
+
+        agent_lines = expected(ctx, "machinery_agent.expected")
+        agent.wait_for([line for line in agent_lines if line.startswith("hook ")], "agent")
+        wait_until(lambda: status_side(server) == STATUS.splitlines(), "the status side:\n" + STATUS)
+
+        # The agent's teardown withdraws its configuration; the machinery
+        # takes the statuses of the withdrawn groups away.
+        agent.process.send_signal(signal.SIGTERM)
+        compare("what the agent printed", agent.finish("agent after SIGTERM"), agent_lines)
+        wait_until(lambda: not server.keys("A:mountStatus.mountedPathPrefix*"), "the statuses to go")
+        machinery.send_signal(signal.SIGTERM)
+        try:
+            out, err = machinery.communicate(timeout=WAIT)
+        except subprocess.TimeoutExpired:
+            raise Failure("the machinery did not stop on SIGTERM")
+        if machinery.returncode != 0:
+            raise Failure(f"the machinery ended with {machinery.returncode}: {err}")
+        compare("what the machinery wrote", out.splitlines(), expected(ctx, "machinery_writes.expected"))
+        return f"{len(agent_lines)} agent lines, {len(out.splitlines())} machinery lines"
+    finally:
+        server.kill(signal.SIGTERM)
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--sim", required=True)
+    parser.add_argument("--redis-server", required=True)
+    parser.add_argument("--source", required=True)
+    ctx = parser.parse_args()
+    ctx.sim, ctx.source = os.path.abspath(ctx.sim), os.path.abspath(ctx.source)
+    with tempfile.TemporaryDirectory() as tmp:
+        ctx.tmp = tmp
+        start = time.monotonic()
+        try:
+            detail = test_machinery(ctx)
+            print(f"PASS machinery ({time.monotonic() - start:.1f}s): {detail}", flush=True)
+            return 0
+        except Failure as failure:
+            print(f"FAIL machinery: {failure}", flush=True)
+            return 1
+        finally:
+            for process in SPAWNED:
+                if process.poll() is None:
+                    process.kill()
+                    process.wait(timeout=WAIT)
+
+
+if __name__ == "__main__":
+    sys.exit(main())
