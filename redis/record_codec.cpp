@@ -666,6 +666,20 @@ std::size_t RecordCodec::fieldMemberCount(const Vex::Entity& e) {
   return 0;
 }
 
+std::optional<Fields> RecordCodec::fieldsAt(const Vex::Entity& record, const std::vector<RedisKeySchema::Step>& steps) {
+  const Vex::Entity* entity = &record;
+  for (std::size_t i = 0; i < steps.size(); ++i) {
+    const Collection* c = collection(*entity, steps[i].attribute);
+    if (!c || c->inFields) return std::nullopt;
+    if (!c->holdsRecords) {
+      return i + 1 == steps.size() ? valueMember(*entity, *c, steps[i].key) : std::nullopt;
+    }
+    entity = recordMember(*entity, *c, steps[i].key);
+    if (!entity) return std::nullopt;
+  }
+  return fields(*entity);
+}
+
 void RecordCodec::forEachKey(const Vex::Entity& entity, const std::string& key,
                              const std::function<void(const std::string& key)>& visit) {
   visit(key);

@@ -73,6 +73,9 @@ class RecordCodec {
   // Visits the key of `entity` (named `key`) and of everything below it,
   // each record before its members.
   static void flatten(const Vex::Entity& entity, const std::string& key, const Visitor& visit);
+  // The fields of the key at `steps` below `record`, or nullopt when the
+  // records hold no such key.
+  static std::optional<Fields> fieldsAt(const Vex::Entity& record, const std::vector<RedisKeySchema::Step>& steps);
   // The same keys, without their fields.
   static void forEachKey(const Vex::Entity& entity, const std::string& key,
                          const std::function<void(const std::string& key)>& visit);

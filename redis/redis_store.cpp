@@ -112,7 +112,9 @@ RedisStore::RedisStore(Vex::Ptr<Mirra::EntityManager> entityManager, Options opt
     if (message.elements < 4) return;
     const std::string_view channel = text(*message.element[2]);
     const std::size_t colon = channel.find("__:");
-    if (colon != std::string_view::npos) onNotification(std::string(channel.substr(colon + 3)));
+    if (colon != std::string_view::npos) {
+      onNotification(std::string(channel.substr(colon + 3)), text(*message.element[3]));
+    }
   });
 }
 
@@ -246,6 +248,8 @@ void RedisStore::lose(const std::string& why) {
   notifications_.close();
   arrived_.clear();
   arrivedSet_.clear();
+  toVerify_.clear();
+  toVerifySet_.clear();
   toApply_.clear();
   seen_.clear();
   ownedInRedis_.clear();
@@ -349,6 +353,8 @@ void RedisStore::process() {
     } else if (state_ == State::connecting || state_ == State::syncing) {
       lose("nothing answered for " + std::to_string(options_.attemptTimeout.count()) + " ms" +
            (state_ == State::syncing ? ", after " + resyncProgress() : std::string()));
+    } else if (state_ == State::live) {
+      check();
     }
   }
   if (state_ == State::connecting) {
@@ -366,6 +372,10 @@ void RedisStore::process() {
     }
   }
   const std::uint64_t before = repliesRead();
+  if (before != lastReplies_) {
+    lastReplies_ = before;
+    lastAnswer_ = Clock::now();
+  }
   for (RedisConnection* connection : {&notifications_, &data_}) {
     if (connection->isOpen() && !connection->connecting() && !connection->read() && !connection->isOpen()) {
       if (fatalError_.empty() && state_ != State::disconnected) lose(connection->error());
@@ -386,17 +396,80 @@ void RedisStore::process() {
   updateInterest();
 }
 
+void RedisStore::check() {
+  timerIs(options_.checkInterval);
+  if (data_.pending() > 0 && Clock::now() - lastAnswer_ > options_.attemptTimeout) {
+    lose("nothing answered for " + std::to_string(options_.attemptTimeout.count()) + " ms");
+    return;
+  }
+  if (checkPending_) return;
+  // The root records Redis should hold. A key deleted without a notification
+  // (FLUSHALL, FLUSHDB) is found missing here.
+  std::vector<std::string> roots;
+  for (RecordSlot slot : kRecordSlots) {
+    if (root(slot) && !absentRoots_.count(slot)) roots.push_back(keys_.recordKey(slot));
+  }
+  std::vector<std::string_view> args{"EXISTS"};
+  for (const std::string& key : roots) args.push_back(key);
+  if (roots.empty()) args = {"PING"};
+  checkPending_ = true;
+  lastAnswer_ = std::max(lastAnswer_, Clock::now() - options_.checkInterval);
+  data_.command(args, [this, expected = roots.size()](const redisReply& reply) {
+    checkPending_ = false;
+    if (expected == 0 || reply.type != REDIS_REPLY_INTEGER || reply.integer == static_cast<long long>(expected)) {
+      return;
+    }
+    VEX_TRACE(redisStoreTrace, 5) << "RedisStore::keysGone agent:" << std::string_view(keys_.agentName())
+                                  << " roots:" << static_cast<unsigned long long>(expected - reply.integer)
+                                  << ": deleted without a notification, read again";
+    resyncNow("the agent's keys were deleted without a notification");
+  });
+}
+
+void RedisStore::resyncNow(const std::string& why) {
+  if (state_ != State::live) return;
+  stateIs(State::syncing, why);
+  timerIs(options_.attemptTimeout);
+  startResync();
+}
+
 // ---------------------------------------------------------------------------
 // Reading: notifications, resynchronisation, applying to the records
 
-void RedisStore::onNotification(const std::string& key) {
+void RedisStore::onNotification(const std::string& key, std::string_view event) {
   const auto path = keys_.parse(key);
   if (!path) {
     badRecord(key, {"not a key of the agent's records"});
     return;
   }
-  if (isOldLayout(key, *path) || owned(sideOf(path->record))) return;
-  if (arrivedSet_.insert(key).second) arrived_.push_back(key);
+  if (isOldLayout(key, *path)) return;
+  if (!owned(sideOf(path->record))) {
+    if (arrivedSet_.insert(key).second) arrived_.push_back(key);
+    return;
+  }
+  // The store writes its own keys with HSET; anything else (a deletion, a
+  // value of another type) may be another client's, and is checked.
+  if (event != "hset" && toVerifySet_.insert(key).second) toVerify_.push_back(key);
+}
+
+void RedisStore::verifyOwned(const std::string& key, const std::optional<Fields>& inRedis) {
+  const auto path = keys_.parse(key);
+  if (!path || !owned(sideOf(path->record))) return;
+  const Vex::Entity* record = root(path->record);
+  const std::optional<Fields> local = record ? RecordCodec::fieldsAt(*record, path->steps) : std::nullopt;
+  if (local == inRedis) return;
+  ++statistics_.repairs;
+  VEX_TRACE(redisStoreTrace, 5) << "RedisStore::repair " << std::string_view(key)
+                                << (local ? (inRedis ? ": changed by another client, written again"
+                                                     : ": deleted by another client, written again")
+                                          : ": written by another client, deleted");
+  if (!local) {
+    erase({key});
+  } else if (inRedis) {
+    rewrite(key, *local, *inRedis);
+  } else {
+    write(key, *local);
+  }
 }
 
 bool RedisStore::isOldLayout(const std::string& key, const RedisKeySchema::Path& path) {
@@ -411,6 +484,17 @@ bool RedisStore::isOldLayout(const std::string& key, const RedisKeySchema::Path&
 }
 
 void RedisStore::requestArrived() {
+  for (const std::string& key : toVerify_) {
+    data_.command({"HGETALL", key}, [this, key](const redisReply& reply) {
+      if (isError(reply)) {
+        verifyOwned(key, std::nullopt);  // another type where a hash belongs: written again
+        return;
+      }
+      verifyOwned(key, hashFields(reply));
+    });
+  }
+  toVerify_.clear();
+  toVerifySet_.clear();
   if (arrived_.empty()) return;
   for (const std::string& key : arrived_) {
     data_.command({"HGETALL", key}, [this, key](const redisReply& reply) {
@@ -426,6 +510,8 @@ void RedisStore::requestArrived() {
 }
 
 void RedisStore::startResync() {
+  absentRoots_.clear();
+  checkPending_ = false;
   seen_.clear();
   ownedInRedis_.clear();
   scanStarted_ = true;
@@ -552,7 +638,7 @@ void RedisStore::finishResync() {
   followedInRedis_.clear();
   scanStarted_ = false;
   backoff_ = milliseconds(0);
-  timerIs(milliseconds(0));
+  timerIs(options_.checkInterval);
   loaded_ = true;
   stateIs(State::live, "");
   requestArrived();
@@ -592,6 +678,14 @@ void RedisStore::apply(const Applied& change) {
   }
   RecordCodec::applyPath(*entity, path->steps, fields, context);
   if (!problems.empty()) badRecord(change.key, problems);
+  if (!path->steps.empty() || change.load) return;
+  // A root record another client deleted is emptied once; its members'
+  // keys are read again when it comes back.
+  if (!fields) {
+    absentRoots_.insert(path->record);
+  } else if (absentRoots_.erase(path->record)) {
+    resyncNow("a root record came back");
+  }
 }
 
 void RedisStore::unreadableKey(const std::string& key, const redisReply& error) {

@@ -46,7 +46,9 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
+#include <string_view>
 #include <unordered_set>
 #include <vector>
 
@@ -82,6 +84,9 @@ class RedisStore : private RecordWatcher::Owner {
     // A connection attempt, or a resynchronisation, that gets no answer for
     // this long counts as lost.
     std::chrono::milliseconds attemptTimeout{3000};
+    // How often a live store checks that the server answers and that the
+    // agent's root keys are still there.
+    std::chrono::milliseconds checkInterval{1000};
     std::chrono::milliseconds backoffMin{50};
     std::chrono::milliseconds backoffMax{2000};
   };
@@ -134,6 +139,7 @@ class RedisStore : private RecordWatcher::Owner {
     std::uint64_t failedWrites = 0;    // writes the server answered with an error (traced at level 5)
     std::uint64_t oldLayoutKeys = 0;   // keys of hubstore 0.2's layout met, and not read (traced at level 5)
     std::uint64_t badRecords = 0;      // keys read that could not be read whole (traced at level 5)
+    std::uint64_t repairs = 0;         // owned keys another client changed or deleted, written back
     std::uint64_t resyncs = 0;         // reads of every key, the first one included
     std::uint64_t keysRead = 0;        // keys the last resynchronisation read
   };
@@ -168,7 +174,11 @@ class RedisStore : private RecordWatcher::Owner {
   bool isOldLayout(const std::string& key, const RedisKeySchema::Path& path);
 
   // Reading
-  void onNotification(const std::string& key);
+  void onNotification(const std::string& key, std::string_view event);
+  // Writes an owned key back when Redis holds something else.
+  void verifyOwned(const std::string& key, const std::optional<Fields>& inRedis);
+  void check();
+  void resyncNow(const std::string& why);
   void requestArrived();
   void startResync();
   void scanFrom(const std::string& cursor);
@@ -232,6 +242,14 @@ class RedisStore : private RecordWatcher::Owner {
   // Notified keys not yet read, in arrival order, and what was read, not yet applied.
   std::vector<std::string> arrived_;
   std::unordered_set<std::string> arrivedSet_;
+  // Owned keys that may have been changed by another client, to be checked.
+  std::vector<std::string> toVerify_;
+  std::unordered_set<std::string> toVerifySet_;
+  // Followed root records deleted in Redis (and emptied here).
+  std::set<RecordSlot> absentRoots_;
+  bool checkPending_ = false;
+  std::uint64_t lastReplies_ = 0;
+  std::chrono::steady_clock::time_point lastAnswer_;
   std::deque<Applied> toApply_;
   // A later resynchronisation of the followed side applies in key order.
   std::map<std::string, Fields> followedInRedis_;

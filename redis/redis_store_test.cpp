@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <thread>
 #include <string>
@@ -328,6 +329,51 @@ TEST_F(RedisStoreTest, WritesThatCannotBeReadChangeNothingAndAreTracedWithTheirK
   command(server, {"HSET", system, "[g1]", "failed"});
   ASSERT_TRUE(agent.store->sync(kWait));
   EXPECT_EQ(mounter->calls(), (Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 failed"}));
+}
+
+// Runs the store until `done`, for what a periodic check finds.
+bool eventually(RedisStore& store, const std::function<bool()>& done) {
+  const auto deadline = std::chrono::steady_clock::now() + kWait;
+  while (!done()) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    store.process();
+    std::this_thread::sleep_for(5ms);
+  }
+  return true;
+}
+
+TEST_F(RedisStoreTest, OwnedKeysAnotherClientDeletesAreWrittenBack) {
+  const auto configOf = [&] { return configIn(redisContent(server, "agentB")); };
+  const auto declared = configIn(agent.keys());
+  command(server, {"DEL", "agentB:mountConfig.mountGroupConfig[g1].mountConfig[/remote/a]"});
+  command(server, {"HDEL", "agentB:mountConfig.systemFilter[L]", "[00:1c:73:00:00:01]"});
+  command(server, {"DEL", "agentB:publishConfig"});
+  ASSERT_TRUE(agent.store->sync(kWait));
+  ASSERT_TRUE(agent.store->flush(kWait));
+  EXPECT_EQ(configOf(), declared);
+  EXPECT_EQ(agent.store->statistics().repairs, 3u);
+  // FLUSHALL tells no one: the periodic check finds the roots gone.
+  command(server, {"FLUSHALL"});
+  EXPECT_TRUE(eventually(*agent.store, [&] { return configOf() == declared; }));
+}
+
+TEST_F(RedisStoreTest, AFollowedRootDeletedIsEmptiedOnceAndReadAgainWhenItComesBack) {
+  const std::string system = "agentB:mountStatus.systemStatus[00:1c:73:00:00:01]";
+  command(server, {"HSET", system, "name", "00:1c:73:00:00:01", "[g1]", "mounted"});
+  ASSERT_TRUE(agent.store->sync(kWait));
+  command(server, {"DEL", "agentB:mountStatus"});
+  ASSERT_TRUE(agent.store->sync(kWait));
+  EXPECT_FALSE(agent.mountStatus().systemStatus("00:1c:73:00:00:01"));
+  mounter->callsDelAll();
+  command(server, {"HSET", "agentB:mountStatus", "name", "agentB"});
+  ASSERT_TRUE(agent.store->sync(kWait));
+  EXPECT_TRUE(eventually(*agent.store, [&] { return agent.store->state() == RedisStore::State::live; }));
+  ASSERT_TRUE(agent.store->sync(kWait));
+  EXPECT_EQ(agent.keys(), redisContent(server, "agentB"));
+  command(server, {"HSET", system, "[g1]", "failed"});
+  ASSERT_TRUE(agent.store->sync(kWait));
+  EXPECT_EQ(mounter->calls(), (Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted",
+                                   "doHandleControllerMountState 00:1c:73:00:00:01 g1 failed"}));
 }
 
 TEST_F(RedisStoreTest, KeysOfTheOldLayoutAreCountedAndNeverRead) {
