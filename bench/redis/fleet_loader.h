@@ -1,0 +1,48 @@
+#pragma once
+// bench::FleetLoader: writes a fleet's status side into Redis with raw
+// pipelined hiredis, as a mount machinery that has run for a while leaves it:
+// AGENT:status, AGENT:mountStatus, AGENT:publishStatus, and one HSET per
+// switch of its name and one field per group status, "mounted". The agent's
+// configuration is not written: the agent under measurement writes its own.
+//
+//   FleetLoader loader(context, fleet);
+//   loader.load();
+//   ... an agent starts, writing its configuration ...
+//   loader.configurationDel();   // the database is as loaded again
+//
+// Errors (an error reply, a lost connection) raise std::runtime_error.
+
+#include <hiredis/hiredis.h>
+
+#include <string>
+#include <vector>
+
+#include "fleet.h"
+
+namespace bench {
+
+class FleetLoader {
+ public:
+  // `context` is a blocking connection, not owned.
+  FleetLoader(redisContext* context, Fleet fleet) : context_(context), fleet_(std::move(fleet)) {}
+
+  void load();
+  // Deletes the agent's configuration keys, what a starting agent wrote.
+  void configurationDel();
+  // A field of INFO SECTION ("memory", "used_memory"); "" when absent.
+  std::string info(const std::string& section, const std::string& field);
+  long long usedMemory() { return std::stoll(info("memory", "used_memory")); }
+  // DBSIZE
+  long long keys();
+
+ private:
+  void append(const std::vector<std::string>& arguments);
+  void drain();
+  redisReply* command(const std::vector<std::string>& arguments);
+
+  redisContext* context_;
+  Fleet fleet_;
+  int pending_ = 0;
+};
+
+}  // namespace bench
