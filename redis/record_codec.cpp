@@ -27,31 +27,32 @@ namespace {
 
 // The collections of each record type, in declaration order.
 const Collection kMountConfigMembers[] = {
-    {"mountGroupConfig", ServiceMountConfig::Attr::mountGroupConfig, true, false},
-    {"systemFilter", ServiceMountConfig::Attr::systemFilter, true, false},
-    {"versionFilter", ServiceMountConfig::Attr::versionFilter, true, false}};
+    {"mountGroupConfig", ServiceMountConfig::Attr::mountGroupConfig, true, false, false},
+    {"systemFilter", ServiceMountConfig::Attr::systemFilter, true, false, false},
+    {"versionFilter", ServiceMountConfig::Attr::versionFilter, true, false, false}};
 const Collection kPublishConfigMembers[] = {
-    {"publishGroupConfig", ServicePublishConfig::Attr::publishGroupConfig, true, false},
-    {"systemFilter", ServicePublishConfig::Attr::systemFilter, true, false},
-    {"versionFilter", ServicePublishConfig::Attr::versionFilter, true, false}};
+    {"publishGroupConfig", ServicePublishConfig::Attr::publishGroupConfig, true, false, false},
+    {"systemFilter", ServicePublishConfig::Attr::systemFilter, true, false, false},
+    {"versionFilter", ServicePublishConfig::Attr::versionFilter, true, false, false}};
 const Collection kMountGroupConfigMembers[] = {
-    {"mountConfig", ServiceMountGroupConfig::Attr::mountConfig, false, false}};
+    {"mountConfig", ServiceMountGroupConfig::Attr::mountConfig, false, false, false}};
 const Collection kPublishGroupConfigMembers[] = {
-    {"publishConfig", ServicePublishGroupConfig::Attr::publishConfig, false, false},
-    {"publishDir", ServicePublishGroupConfig::Attr::publishDir, true, false}};
-const Collection kSystemFilterMembers[] = {{"includedSystem", MountFilterSystem::Attr::includedSystem, false, false}};
+    {"publishConfig", ServicePublishGroupConfig::Attr::publishConfig, false, false, false},
+    {"publishDir", ServicePublishGroupConfig::Attr::publishDir, true, false, false}};
+const Collection kSystemFilterMembers[] = {
+    {"includedSystem", MountFilterSystem::Attr::includedSystem, false, false, true}};
 const Collection kVersionFilterMembers[] = {
-    {"includedServiceVersion", MountFilterServiceVersion::Attr::includedServiceVersion, false, true}};
+    {"includedServiceVersion", MountFilterServiceVersion::Attr::includedServiceVersion, false, true, true}};
 const Collection kMountStatusMembers[] = {
-    {"systemStatus", ServiceMountStatus::Attr::systemStatus, true, false},
-    {"initialMountsComplete", ServiceMountStatus::Attr::initialMountsComplete, false, false},
-    {"mountedPathPrefix", ServiceMountStatus::Attr::mountedPathPrefix, false, false}};
+    {"systemStatus", ServiceMountStatus::Attr::systemStatus, true, false, false},
+    {"initialMountsComplete", ServiceMountStatus::Attr::initialMountsComplete, false, false, false},
+    {"mountedPathPrefix", ServiceMountStatus::Attr::mountedPathPrefix, false, false, false}};
 const Collection kSystemStatusMembers[] = {
-    {"serviceMountGroupStatus", SystemStatus::Attr::serviceMountGroupStatus, true, false}};
+    {"serviceMountGroupStatus", SystemStatus::Attr::serviceMountGroupStatus, true, false, true}};
 const Collection kPublishStatusMembers[] = {
-    {"publishGroupStatus", ServicePublishStatus::Attr::publishGroupStatus, true, false}};
+    {"publishGroupStatus", ServicePublishStatus::Attr::publishGroupStatus, true, false, false}};
 const Collection kPublishGroupStatusMembers[] = {
-    {"publishStatus", ServicePublishGroupStatus::Attr::publishStatus, false, false}};
+    {"publishStatus", ServicePublishGroupStatus::Attr::publishStatus, false, false, true}};
 
 struct Members {
   const Collection* begin_ = nullptr;
@@ -274,6 +275,17 @@ bool RecordCodec::holds(RecordSlot slot, const Vex::Entity& entity) {
 }
 
 Fields RecordCodec::fields(const Vex::Entity& e) {
+  Fields out = ownFields(e);
+  for (const Collection& c : collectionsOf(e)) {
+    if (!c.inFields) continue;
+    visitMembers(e, c, [&](const std::string& key, const Vex::Entity* record, const Fields* values) {
+      out.emplace(memberField(key), record ? fieldValue(*record) : values->at("value"));
+    });
+  }
+  return out;
+}
+
+Fields RecordCodec::ownFields(const Vex::Entity& e) {
   Fields out{{"name", e.name().stdString()}};
   if (auto* r = as<Hubstore::Status>(e)) {
     out["leaderGenId"] = text(r->leaderGenId());
@@ -296,8 +308,6 @@ Fields RecordCodec::fields(const Vex::Entity& e) {
     out["vexcType"] = text(r->vexcType());
     out["remoteTargetPath"] = text(r->remoteTargetPath());
     out["readyToPublish"] = text(r->readyToPublish());
-  } else if (auto* r = as<ServiceMountGroupStatus>(e)) {
-    out["mountState"] = mountStateName(r->mountState());
   }
   return out;
 }
@@ -305,6 +315,7 @@ Fields RecordCodec::fields(const Vex::Entity& e) {
 void RecordCodec::flatten(const Vex::Entity& entity, const std::string& key, const Visitor& visit) {
   visit(key, fields(entity));
   for (const Collection& c : collectionsOf(entity)) {
+    if (c.inFields) continue;
     visitMembers(entity, c, [&](const std::string& memberKey, const Vex::Entity* record, const Fields* values) {
       const std::string member = RedisKeySchema::memberKey(key, c.name, memberKey);
       if (record) {
@@ -393,6 +404,37 @@ std::optional<Fields> RecordCodec::valueMember(const Vex::Entity& e, const Colle
   return std::nullopt;
 }
 
+std::optional<std::string> RecordCodec::fieldMember(const Vex::Entity& e, const Collection& c,
+                                                   const std::string& key) {
+  if (c.holdsRecords) {
+    const Vex::Entity* member = recordMember(e, c, key);
+    return member ? std::optional<std::string>(fieldValue(*member)) : std::nullopt;
+  }
+  auto fields = valueMember(e, c, key);
+  return fields ? std::optional<std::string>(fields->at("value")) : std::nullopt;
+}
+
+std::string RecordCodec::fieldValue(const Vex::Entity& member) {
+  const auto* status = as<ServiceMountGroupStatus>(member);
+  return status ? mountStateName(status->mountState()) : std::string();
+}
+
+std::string RecordCodec::memberField(std::string_view key) { return "[" + RedisKeySchema::quoted(key) + "]"; }
+
+std::optional<std::string> RecordCodec::fieldKey(std::string_view field) {
+  if (field.size() < 2 || field.front() != '[' || field.back() != ']') return std::nullopt;
+  return RedisKeySchema::unquoted(field.substr(1, field.size() - 2));
+}
+
+bool RecordCodec::isFieldMemberKey(const RedisKeySchema::Path& path) {
+  for (const RedisKeySchema::Step& step : path.steps) {
+    for (const auto* table : {kSystemFilterMembers, kVersionFilterMembers, kSystemStatusMembers, kPublishGroupStatusMembers}) {
+      if (step.attribute == table[0].name) return true;
+    }
+  }
+  return false;
+}
+
 void RecordCodec::applyFields(Vex::Entity& e, const Fields& fields, const Roots& roots) {
   auto boolField = [&](const char* name) -> std::optional<bool> {
     const std::string* value = field(fields, name);
@@ -418,10 +460,9 @@ void RecordCodec::applyFields(Vex::Entity& e, const Fields& fields, const Roots&
     if (field(fields, "vexcType")) r->vexcTypeIs(stringField(fields, "vexcType"));
     if (field(fields, "remoteTargetPath")) r->remoteTargetPathIs(stringField(fields, "remoteTargetPath"));
     if (auto ready = boolField("readyToPublish")) r->readyToPublishIs(*ready);
-  } else if (auto* r = as<ServiceMountGroupStatus>(e)) {
-    if (const std::string* state = field(fields, "mountState")) {
-      if (auto parsed = mountStateFromName(*state)) r->mountStateIs(*parsed);
-    }
+  }
+  for (const Collection& c : collectionsOf(e)) {
+    if (c.inFields) applyFieldMembers(e, c, fields);
   }
 }
 
@@ -466,7 +507,16 @@ Vex::Entity* RecordCodec::applyMember(Vex::Entity& e, const Collection& c, const
       fields ? r->includedServiceVersionIs(*version, boolValue) : r->includedServiceVersionDel(*version);
     }
   } else if (auto* r = as<ServiceMountStatus>(e)) {
-    if (attribute == "systemStatus") fields ? (void)(member = r->systemStatusIs(name).get()) : r->systemStatusDel(name);
+    if (attribute == "systemStatus") {
+      if (!fields) {
+        r->systemStatusDel(name);
+      } else if (!(member = recordMember(e, c, key))) {
+        auto system = SystemStatus::SystemStatusIs(name);
+        applyFields(*system, *fields, roots);
+        r->systemStatusIs(system);
+        return recordMember(e, c, key);
+      }
+    }
     if (attribute == "initialMountsComplete") {
       fields ? r->initialMountsCompleteIs(name, boolValue) : r->initialMountsCompleteDel(name);
     }
@@ -474,18 +524,15 @@ Vex::Entity* RecordCodec::applyMember(Vex::Entity& e, const Collection& c, const
       fields ? r->mountedPathPrefixIs(name, stringField(*fields, "value")) : r->mountedPathPrefixDel(name);
     }
   } else if (auto* r = as<SystemStatus>(e)) {
-    if (fields) {
-      // A new group status arrives with its state, as the mount machinery
-      // creates it; an existing one is updated by applyFields.
-      const auto state = mountStateFromName(stringField(*fields, "mountState").view());
-      member = r->serviceMountGroupStatusIs(name, state.value_or(mountStateUnknown)).get();
-    } else {
-      r->serviceMountGroupStatusDel(name);
-    }
+    if (!fields) r->serviceMountGroupStatusDel(name);
   } else if (auto* r = as<ServicePublishStatus>(e)) {
     fields ? (void)(member = r->publishGroupStatusIs(name).get()) : r->publishGroupStatusDel(name);
   } else if (auto* r = as<ServicePublishGroupStatus>(e)) {
-    fields ? r->publishStatusIs(name) : r->publishStatusDel(name);
+    if (!fields) r->publishStatusDel(name);
+  }
+  if (c.inFields && fields) {
+    if (const std::string* value = field(*fields, "value")) applyFieldMember(e, c, key, *value);
+    return recordMember(e, c, key);
   }
   if (member && fields) {
     // A handler run by the creation may have removed the member again.
@@ -493,6 +540,37 @@ Vex::Entity* RecordCodec::applyMember(Vex::Entity& e, const Collection& c, const
     if (member) applyFields(*member, *fields, roots);
   }
   return member;
+}
+
+void RecordCodec::applyFieldMember(Vex::Entity& e, const Collection& c, const std::string& key,
+                                   const std::string& value) {
+  const Vex::Name name(key);
+  if (auto* r = as<SystemStatus>(e)) {
+    const auto state = mountStateFromName(value);
+    if (!state) return;
+    // An existing status is returned as it is; a new one starts unknown.
+    r->serviceMountGroupStatusIs(name, mountStateUnknown)->mountStateIs(*state);
+  } else if (auto* r = as<MountFilterSystem>(e)) {
+    r->includedSystemIs(name, value == "true");
+  } else if (auto* r = as<MountFilterServiceVersion>(e)) {
+    if (auto version = numberKey(key)) r->includedServiceVersionIs(*version, value == "true");
+  } else if (auto* r = as<ServicePublishGroupStatus>(e)) {
+    r->publishStatusIs(name);
+  }
+  (void)c;
+}
+
+void RecordCodec::applyFieldMembers(Vex::Entity& e, const Collection& c, const Fields& fields) {
+  // Held by a count: a handler run by a write may release the holder.
+  Vex::Ptr<Vex::Entity> holder(&e);
+  for (const auto& [field, value] : fields) {
+    if (auto key = fieldKey(field)) applyFieldMember(e, c, *key, value);
+  }
+  std::vector<std::string> gone;
+  visitMembers(e, c, [&](const std::string& key, const Vex::Entity*, const Fields*) {
+    if (!fields.count(memberField(key))) gone.push_back(key);
+  });
+  for (const std::string& key : gone) applyMember(e, c, key, nullptr, nullptr);
 }
 
 void RecordCodec::forEachRecordMember(

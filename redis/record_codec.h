@@ -4,9 +4,13 @@
 //
 // Each record and each collection member is one key (RedisKeySchema); its
 // hash holds the member's own values as text: "name" for every record, and
-// then its scalar attributes ("warm", "mountState", ...), or for a value
-// member its value ("value", or the fields of a mount or publish entry).
-// Nested collections are keys of their own, never fields.
+// then its scalar attributes ("warm", ...), or for a value member its value
+// ("value", or the fields of a mount or publish entry). The collections that
+// grow with the fleet, or are written together, are fields of their holder's
+// hash instead, one "[KEY]" field a member holding its one value: a switch's
+// group states, a filter's switches or versions, a publish group's statuses.
+// So a switch is one key, written and read whole. Other nested collections
+// are keys of their own.
 //
 //   RecordCodec::flatten(*mountConfig, "agentB:mountConfig", [](auto& key, auto& fields) {...});
 //   RecordCodec::applyMember(*filter, *filterCollection, "00:1c:73:00:00:01", &fields, roots);
@@ -38,6 +42,7 @@ class RecordCodec {
     Vex::AttributeId id;
     bool holdsRecords;  // members are records (keys of their own, with members), else values
     bool numericKey;    // keyed by an unsigned 32-bit number
+    bool inFields;      // members are "[KEY]" fields of the holder's hash, not keys
   };
   // Finds the root records, to resolve the filters a group configuration
   // points at ("mountConfig.systemFilter[L]").
@@ -48,8 +53,11 @@ class RecordCodec {
   // Whether `entity` is of the type the slot holds.
   static bool holds(RecordSlot slot, const Vex::Entity& entity);
 
-  // The fields of the entity's own key.
+  // The fields of the entity's own key: its own values and its members held
+  // in fields.
   static Fields fields(const Vex::Entity& entity);
+  // Its own values alone ("name" and the scalar attributes).
+  static Fields ownFields(const Vex::Entity& entity);
   // Visits the key of `entity` (named `key`) and of everything below it,
   // each record before its members.
   static void flatten(const Vex::Entity& entity, const std::string& key, const Visitor& visit);
@@ -63,14 +71,34 @@ class RecordCodec {
   // The fields of a value member, or nullopt when absent.
   static std::optional<Fields> valueMember(const Vex::Entity& entity, const Collection& collection,
                                            const std::string& key);
+  // The value of a member held in a field (a state, "true", "false"), or
+  // nullopt when absent.
+  static std::optional<std::string> fieldMember(const Vex::Entity& entity, const Collection& collection,
+                                                const std::string& key);
+  // The value a record held in a field stands for: a group status's state.
+  static std::string fieldValue(const Vex::Entity& member);
+  // "[KEY]", quoted as keys are; and back (nullopt for an own field).
+  static std::string memberField(std::string_view key);
+  static std::optional<std::string> fieldKey(std::string_view field);
+  // A key naming a member that is now a field: the layout of hubstore 0.2,
+  // where every member was a key of its own.
+  static bool isFieldMemberKey(const RedisKeySchema::Path& path);
 
-  // Writes the entity's own fields; fields it does not know are ignored.
+  // Writes the entity's own fields and brings its members held in fields in
+  // line with `fields`: a member Redis no longer holds is deleted. A group
+  // status new to a switch is added "unknown" and then set to its state, so
+  // that its state is reported as a change: another process's addition and a
+  // quick change after it cannot be told apart once read. Fields it does not
+  // know are ignored.
   static void applyFields(Vex::Entity& entity, const Fields& fields, const Roots& roots);
   // Writes a member: creates or updates it with `fields`, or deletes it when
   // `fields` is null. Returns the record member when there is one afterwards.
+  // A new switch status is built whole before it joins its collection, so it
+  // arrives holding its group statuses, as the mount machinery creates it.
   static Vex::Entity* applyMember(Vex::Entity& entity, const Collection& collection, const std::string& key,
                                   const Fields* fields, const Roots& roots);
-  // Visits the record members of `entity` (not the value members).
+  // Visits the record members of `entity` (not the value members), those
+  // held in fields too.
   static void forEachRecordMember(
       const Vex::Entity& entity,
       const std::function<void(const Collection& collection, const std::string& key, const Vex::Entity& member)>& visit);
@@ -80,6 +108,11 @@ class RecordCodec {
   // holder, whose own fields come when its key is read.
   static void applyPath(Vex::Entity& record, const std::vector<RedisKeySchema::Step>& steps, const Fields* fields,
                         const Roots& roots);
+  // Creates or updates the member `key` held in a field with its `value`.
+  static void applyFieldMember(Vex::Entity& entity, const Collection& collection, const std::string& key,
+                               const std::string& value);
+  // Brings the members of `collection` held in fields in line with `fields`.
+  static void applyFieldMembers(Vex::Entity& entity, const Collection& collection, const Fields& fields);
   // Deletes every member of every collection of `entity`.
   static void clear(Vex::Entity& entity);
 };

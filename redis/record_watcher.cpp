@@ -2,8 +2,9 @@
 
 namespace hubstore::redis {
 
-Vex::Ptr<RecordWatcher> RecordWatcher::RecordWatcherIs(Owner* owner, std::string key, const Vex::Entity* record) {
-  Vex::Ptr<RecordWatcher> watcher = Vex::make<RecordWatcher>(owner, std::move(key));
+Vex::Ptr<RecordWatcher> RecordWatcher::RecordWatcherIs(Owner* owner, std::string key, const Vex::Entity* record,
+                                                       std::string field) {
+  Vex::Ptr<RecordWatcher> watcher = Vex::make<RecordWatcher>(owner, std::move(key), std::move(field));
   watcher->notifierIs(Vex::Ptr<const Vex::PtrInterface>(record));
   watcher->isRegisteredNotifieeIs(true);
   watcher->hasNotificationActiveIs(true);

@@ -1,5 +1,9 @@
 #include <hubstore/redis/redis_connection.h>
 
+// hiredis 0.14's sds.h declares its functions without C linkage.
+extern "C" {
+#include <hiredis/sds.h>
+}
 #include <hiredis/hiredis.h>
 #include <sys/socket.h>
 
@@ -84,11 +88,16 @@ bool RedisConnection::wantsWrite() const { return context_ && context_->obuf && 
 
 bool RedisConnection::flush() {
   if (!context_ || connecting_) return true;
-  int done = 0;
-  while (!done) {
-    const std::size_t before = sdslen(context_->obuf);
-    if (redisBufferWrite(context_, &done) != REDIS_OK) return fail(context_->errstr);
-    if (!done && sdslen(context_->obuf) == before) break;  // the socket is full: wait until writable
+  // hiredis writes with write(2), which raises SIGPIPE on a connection the
+  // server closed; send(2) with MSG_NOSIGNAL reports EPIPE instead.
+  while (sdslen(context_->obuf) > 0) {
+    const ssize_t n = send(context_->fd, context_->obuf, sdslen(context_->obuf), MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (n < 0) {
+      if (errno == EAGAIN || errno == EWOULDBLOCK) break;  // the socket is full: wait until writable
+      if (errno == EINTR) continue;
+      return fail(std::strerror(errno));
+    }
+    sdsrange(context_->obuf, static_cast<int>(n), -1);
   }
   return true;
 }
@@ -122,6 +131,7 @@ bool RedisConnection::dispatchBuffered() {
     if (redisReaderGetReply(context_->reader, &raw) != REDIS_OK) return fail("protocol error");
     if (!raw) break;
     ReplyPtr reply(static_cast<redisReply*>(raw));
+    ++repliesRead_;
     if (isPush(*reply)) {
       if (pushHandler_) pushHandler_(*reply);
       continue;

@@ -18,6 +18,7 @@
 // reads the socket again (hasBufferedInput() says so meanwhile). Closing drops
 // the callbacks of replies not yet read.
 
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <string>
@@ -54,7 +55,7 @@ class RedisConnection {
   void command(const std::vector<std::string_view>& args, Callback onReply);
   void pushHandlerIs(Callback handler) { pushHandler_ = std::move(handler); }
   // Writes what the socket takes; false (with error()) when that lost the
-  // connection.
+  // connection. A connection the server closed is an error, never SIGPIPE.
   bool flush();
   bool wantsWrite() const;
   // Reads what has arrived and hands each reply on; false (with error()) when
@@ -63,6 +64,8 @@ class RedisConnection {
   bool hasBufferedInput() const { return bufferedInput_; }
   // Replies still to come.
   std::size_t pending() const { return callbacks_.size(); }
+  // Replies and messages read, over every connection made: progress.
+  std::uint64_t repliesRead() const { return repliesRead_; }
   const std::string& error() const { return error_; }
 
  private:
@@ -76,6 +79,7 @@ class RedisConnection {
   bool bufferedInput_ = false;
   std::deque<Callback> callbacks_;
   Callback pushHandler_;
+  std::uint64_t repliesRead_ = 0;
   std::string error_;
 };
 

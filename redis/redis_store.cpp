@@ -52,6 +52,13 @@ std::string neededEventFlags(const std::string& current) {
   return flags;
 }
 
+// 230000 -> "230,000"
+std::string withSeparators(std::size_t count) {
+  std::string digits = std::to_string(count);
+  for (int at = static_cast<int>(digits.size()) - 3; at > 0; at -= 3) digits.insert(static_cast<std::size_t>(at), ",");
+  return digits;
+}
+
 void drain(int fd) {
   std::uint64_t count = 0;
   while (::read(fd, &count, sizeof count) == static_cast<ssize_t>(sizeof count)) {
@@ -119,15 +126,18 @@ void RedisStore::open() {
   fatalError_.clear();
   lastError_.clear();
   backoff_ = milliseconds(0);
-  const auto deadline = Clock::now() + options_.openTimeout;
+  const std::uint64_t before = repliesRead();
   startAttempt();
   const bool ready = waitUntil([this] { return !fatalError_.empty() || (state_ == State::live && toApply_.empty()); },
-                               deadline);
+                               options_.openTimeout);
   std::string failure = fatalError_;
   if (failure.empty() && !ready) {
-    failure = "no answer from redis at " + options_.endpoint.describe() + " within " +
-              std::to_string(options_.openTimeout.count()) + " ms" +
-              (lastError_.empty() ? std::string() : " (" + lastError_ + ")");
+    const std::string silence = std::to_string(options_.openTimeout.count()) + " ms";
+    const std::string why = lastError_.empty() ? std::string() : " (" + lastError_ + ")";
+    failure = repliesRead() == before
+                  ? "no answer from redis at " + options_.endpoint.describe() + " within " + silence + why
+                  : "redis at " + options_.endpoint.describe() + " stopped answering after " + resyncProgress() +
+                        ": nothing for " + silence + why;
   }
   if (!failure.empty()) {
     watchFd(data_.fd(), false, false);
@@ -141,6 +151,13 @@ void RedisStore::open() {
   for (Side side : {Side::config, Side::status}) {
     if (owned(side)) ownedIs(side, true);
   }
+}
+
+std::string RedisStore::resyncProgress() const {
+  if (!scanStarted_) return "the login";
+  const std::size_t read = keysFound_ - resyncReads_;
+  return "reading " + withSeparators(read) + (scanDone_ ? " of " : " of the ") + withSeparators(keysFound_) +
+         (scanDone_ ? " keys" : " keys found so far");
 }
 
 void RedisStore::startAttempt() {
@@ -226,7 +243,6 @@ void RedisStore::lose(const std::string& why) {
   seen_.clear();
   ownedInRedis_.clear();
   followedInRedis_.clear();
-  unansweredInBatch_.clear();
   pongPending_ = false;
   lastError_ = why;
   backoff_ = backoff_.count() == 0 ? options_.backoffMin : std::min(backoff_ * 2, options_.backoffMax);
@@ -287,11 +303,18 @@ void RedisStore::wake() {
   [[maybe_unused]] const ssize_t n = ::write(wake_, &one, sizeof one);
 }
 
-bool RedisStore::waitUntil(const std::function<bool()>& done, Clock::time_point deadline) {
+bool RedisStore::waitUntil(const std::function<bool()>& done, milliseconds silence) {
+  std::uint64_t seen = repliesRead();
+  auto lastAnswer = Clock::now();
   while (true) {
     process();
     if (done()) return true;
-    const auto left = std::chrono::duration_cast<milliseconds>(deadline - Clock::now());
+    const auto now = Clock::now();
+    if (repliesRead() != seen) {
+      seen = repliesRead();
+      lastAnswer = now;
+    }
+    const auto left = std::chrono::duration_cast<milliseconds>(lastAnswer + silence - now);
     if (left.count() <= 0) return false;
     pollfd p{poll_, POLLIN, 0};
     ::poll(&p, 1, static_cast<int>(std::min<long long>(left.count(), 100)));
@@ -317,7 +340,8 @@ void RedisStore::process() {
     if (state_ == State::disconnected) {
       startAttempt();
     } else if (state_ == State::connecting || state_ == State::syncing) {
-      lose("no answer within " + std::to_string(options_.attemptTimeout.count()) + " ms");
+      lose("nothing answered for " + std::to_string(options_.attemptTimeout.count()) + " ms" +
+           (state_ == State::syncing ? ", after " + resyncProgress() : std::string()));
     }
   }
   if (state_ == State::connecting) {
@@ -334,14 +358,16 @@ void RedisStore::process() {
       sendHandshake();
     }
   }
-  const std::size_t awaited = data_.pending();
+  const std::uint64_t before = repliesRead();
   for (RedisConnection* connection : {&notifications_, &data_}) {
     if (connection->isOpen() && !connection->connecting() && !connection->read() && !connection->isOpen()) {
       if (fatalError_.empty() && state_ != State::disconnected) lose(connection->error());
     }
   }
   // A long resynchronisation is no lost connection while replies keep coming.
-  if (state_ == State::syncing && data_.pending() != awaited) timerIs(options_.attemptTimeout);
+  if ((state_ == State::syncing || state_ == State::connecting) && repliesRead() != before) {
+    timerIs(options_.attemptTimeout);
+  }
   if (state_ == State::live) requestArrived();
   applyQueued();
   for (RedisConnection* connection : {&data_, &notifications_}) {
@@ -358,22 +384,30 @@ void RedisStore::process() {
 
 void RedisStore::onNotification(const std::string& key) {
   const auto path = keys_.parse(key);
-  if (!path || owned(sideOf(path->record))) return;
+  if (!path || isOldLayout(key, *path) || owned(sideOf(path->record))) return;
   if (arrivedSet_.insert(key).second) arrived_.push_back(key);
+}
+
+bool RedisStore::isOldLayout(const std::string& key, const RedisKeySchema::Path& path) {
+  if (!RecordCodec::isFieldMemberKey(path)) return false;
+  ++statistics_.oldLayoutKeys;
+  if (oldLayoutFound_++ == 0) oldLayoutExample_ = key;
+  if (state_ == State::live) {
+    VEX_TRACE(redisStoreTrace, 5) << "RedisStore::oldLayout " << std::string_view(key)
+                                  << ": a key of hubstore 0.2's layout, not read (see CHANGELOG)";
+  }
+  return true;
 }
 
 void RedisStore::requestArrived() {
   if (arrived_.empty()) return;
-  const std::uint64_t batch = ++lastBatch_;
-  unansweredInBatch_[batch] = arrived_.size();
   for (const std::string& key : arrived_) {
-    data_.command({"HGETALL", key}, [this, key, batch](const redisReply& reply) {
-      --unansweredInBatch_[batch];
+    data_.command({"HGETALL", key}, [this, key](const redisReply& reply) {
       if (isError(reply)) {
         VEX_TRACE(redisStoreTrace, 5) << "RedisStore::read " << std::string_view(key) << ": " << text(reply);
         return;
       }
-      toApply_.push_back({key, hashFields(reply), false, batch});
+      toApply_.push_back({key, hashFields(reply), false});
     });
   }
   arrived_.clear();
@@ -383,8 +417,12 @@ void RedisStore::requestArrived() {
 void RedisStore::startResync() {
   seen_.clear();
   ownedInRedis_.clear();
+  scanStarted_ = true;
   scanDone_ = false;
   resyncReads_ = 0;
+  keysFound_ = 0;
+  oldLayoutFound_ = 0;
+  oldLayoutExample_.clear();
   scanFrom("0");
 }
 
@@ -401,8 +439,10 @@ void RedisStore::scanFrom(const std::string& cursor) {
     if (next != "0") scanFrom(next);
     for (std::size_t i = 0; i < found.elements; ++i) {
       std::string key(text(*found.element[i]));
-      if (!keys_.parse(key)) continue;
+      const auto path = keys_.parse(key);
+      if (!path || isOldLayout(key, *path)) continue;
       ++resyncReads_;
+      ++keysFound_;
       data_.command({"HGETALL", key}, [this, key](const redisReply& hash) {
         if (isError(hash)) {
           --resyncReads_;
@@ -427,7 +467,7 @@ void RedisStore::resyncKeyRead(const std::string& key, std::optional<Fields> fie
   if (fields) {
     if (!loaded_) {
       seen_.insert(key);
-      toApply_.push_back({key, std::move(fields), true, 0});
+      toApply_.push_back({key, std::move(fields), true});
     } else if (!owned(side)) {
       seen_.insert(key);
       followedInRedis_[key] = std::move(*fields);
@@ -447,11 +487,11 @@ void RedisStore::finishResync() {
       // Followed: records first, then their members; what Redis no longer
       // holds leaves the records, members before their records.
       for (auto& [key, fields] : followedInRedis_) {
-        if (sideOf(keys_.parse(key)->record) == side) toApply_.push_back({key, std::move(fields), false, 0});
+        if (sideOf(keys_.parse(key)->record) == side) toApply_.push_back({key, std::move(fields), false});
       }
       for (auto it = local.rbegin(); it != local.rend(); ++it) {
         if (!seen_.count(it->first)) {
-          toApply_.push_back({it->first, std::nullopt, !loaded_, 0});
+          toApply_.push_back({it->first, std::nullopt, !loaded_});
           ++removed;
         }
       }
@@ -460,8 +500,11 @@ void RedisStore::finishResync() {
     // Owned: Redis is brought in line with the records.
     for (const auto& [key, fields] : local) {
       auto inRedis = ownedInRedis_.find(key);
-      if (inRedis == ownedInRedis_.end() || inRedis->second != fields) {
+      if (inRedis == ownedInRedis_.end()) {
         write(key, fields);
+        ++rewritten;
+      } else if (inRedis->second != fields) {
+        rewrite(key, fields, inRedis->second);
         ++rewritten;
       }
     }
@@ -473,11 +516,19 @@ void RedisStore::finishResync() {
     erase(extra);
     rewritten += extra.size();
   }
+  if (oldLayoutFound_) {
+    VEX_TRACE(redisStoreTrace, 5) << "RedisStore::oldLayout agent:" << std::string_view(keys_.agentName()) << " keys:"
+                                  << oldLayoutFound_ << " e.g. " << std::string_view(oldLayoutExample_)
+                                  << ": keys of hubstore 0.2's layout, not read (see CHANGELOG)";
+  }
   VEX_TRACE(redisStoreTrace, 7) << "RedisStore::resync agent:" << std::string_view(keys_.agentName()) << " read:" << seen_.size()
                                 << " rewritten:" << rewritten << " removed:" << removed;
+  ++statistics_.resyncs;
+  statistics_.keysRead = keysFound_;
   seen_.clear();
   ownedInRedis_.clear();
   followedInRedis_.clear();
+  scanStarted_ = false;
   backoff_ = milliseconds(0);
   timerIs(milliseconds(0));
   loaded_ = true;
@@ -487,39 +538,10 @@ void RedisStore::finishResync() {
 
 void RedisStore::applyQueued() {
   while (!toApply_.empty()) {
-    const std::uint64_t batch = toApply_.front().batch;
-    if (batch != 0) {
-      auto unanswered = unansweredInBatch_.find(batch);
-      if (unanswered != unansweredInBatch_.end()) {
-        if (unanswered->second > 0) return;
-        unansweredInBatch_.erase(unanswered);
-      }
-    }
     const Applied change = std::move(toApply_.front());
     toApply_.pop_front();
     apply(change);
   }
-}
-
-bool RedisStore::applyNewSystemStatus(const Applied& change, const RedisKeySchema::Path& path) {
-  auto* status = dynamic_cast<Controller::ServiceMountStatus*>(root(RecordSlot::mountStatus));
-  if (!status || !change.fields || path.steps.size() != 1 || path.steps[0].attribute != "systemStatus" ||
-      status->systemStatusRaw(Vex::Name(path.steps[0].key))) {
-    return false;
-  }
-  auto system = Controller::SystemStatus::SystemStatusIs(Vex::Name(path.steps[0].key));
-  for (auto it = toApply_.begin(); it != toApply_.end();) {
-    const auto member = it->fields && RedisKeySchema::isWithin(it->key, change.key) ? keys_.parse(it->key) : std::nullopt;
-    if (member && member->steps.size() == 2 && member->steps[1].attribute == "serviceMountGroupStatus") {
-      const auto state = Controller::mountStateFromName(it->fields->count("mountState") ? it->fields->at("mountState") : "");
-      system->serviceMountGroupStatusIs(Vex::Name(member->steps[1].key), state.value_or(Controller::mountStateUnknown));
-      it = toApply_.erase(it);
-    } else {
-      ++it;
-    }
-  }
-  status->systemStatusIs(system);
-  return true;
 }
 
 Vex::Entity* RedisStore::root(RecordSlot slot) const {
@@ -545,7 +567,6 @@ void RedisStore::apply(const Applied& change) {
     entity = RecordCodec::newRecord(path->record, Vex::Name(name));
     em_->entityIs(Vex::String(keys_.recordPath(path->record)), entity);
   }
-  if (path->record == RecordSlot::mountStatus && applyNewSystemStatus(change, *path)) return;
   RecordCodec::applyPath(*entity, path->steps, fields, roots);
 }
 
@@ -590,13 +611,33 @@ void RedisStore::recordChanged(const RecordWatcher& watcher, Vex::AttributeId at
   const Vex::Entity* entity = watcher.notifier();
   if (!entity) return;
   const std::string& entityKey = watcher.key();
+  if (!watcher.field().empty()) {
+    // A record held in a field of its holder's hash: a group status's state.
+    writeField(entityKey, watcher.field(), RecordCodec::fieldValue(*entity));
+    return;
+  }
   const RecordCodec::Collection* collection = RecordCodec::collection(*entity, attribute);
   if (!collection) {
-    write(entityKey, RecordCodec::fields(*entity));
+    write(entityKey, RecordCodec::ownFields(*entity));
     return;
   }
   if (!key) return;
   const std::string memberName = RecordCodec::keyText(*collection, key);
+  if (collection->inFields) {
+    const std::string field = RecordCodec::memberField(memberName);
+    unwatch(watchAddress(entityKey, field));
+    if (auto value = RecordCodec::fieldMember(*entity, *collection, memberName)) {
+      writeField(entityKey, field, *value);
+      if (const Vex::Entity* member = collection->holdsRecords
+                                          ? RecordCodec::recordMember(*entity, *collection, memberName)
+                                          : nullptr) {
+        watchField(*member, entityKey, field);
+      }
+    } else {
+      eraseField(entityKey, field);
+    }
+    return;
+  }
   const std::string memberKey = RedisKeySchema::memberKey(entityKey, collection->name, memberName);
   if (!collection->holdsRecords) {
     if (auto fields = RecordCodec::valueMember(*entity, *collection, memberName)) {
@@ -631,7 +672,7 @@ void RedisStore::rewriteFilterUsers(const std::string& filterName) {
         *config, [&](const RecordCodec::Collection& collection, const std::string& key, const Vex::Entity& member) {
           const std::string_view kind = collection.name;
           if (kind != "mountGroupConfig" && kind != "publishGroupConfig") return;
-          const Fields fields = RecordCodec::fields(member);
+          const Fields fields = RecordCodec::ownFields(member);
           for (const char* filter : {"systemFilter", "versionFilter"}) {
             const std::string& place = fields.at(filter);
             if (place == RedisKeySchema::memberKey("mountConfig", filter, filterName) ||
@@ -645,36 +686,56 @@ void RedisStore::rewriteFilterUsers(const std::string& filterName) {
   }
 }
 
-void RedisStore::write(const std::string& key, const Fields& fields) {
+void RedisStore::send(const std::vector<std::string_view>& args, const std::string& what) {
   // Before the login nothing is sent; the resynchronisation writes it.
   if (!data_.isOpen() || state_ == State::connecting) return;
-  std::vector<std::string_view> args{"HSET", key};
-  for (const auto& [name, value] : fields) {
-    args.push_back(name);
-    args.push_back(value);
-  }
   const bool idle = !data_.wantsWrite();
-  data_.command(args, [this, key](const redisReply& reply) {
+  data_.command(args, [this, what](const redisReply& reply) {
     if (!isError(reply)) return;
-    ++failedWrites_;
-    VEX_TRACE(redisStoreTrace, 5) << "RedisStore::writeFailed " << std::string_view(key) << ": " << text(reply);
+    ++statistics_.failedWrites;
+    VEX_TRACE(redisStoreTrace, 5) << "RedisStore::writeFailed " << std::string_view(what) << ": " << text(reply);
   });
   if (idle && !processing_) wake();
 }
 
+void RedisStore::write(const std::string& key, const Fields& fields) {
+  std::vector<std::string_view> args{"HSET", key};
+  args.reserve(2 + 2 * fields.size());
+  for (const auto& [name, value] : fields) {
+    args.push_back(name);
+    args.push_back(value);
+  }
+  send(args, key);
+}
+
+void RedisStore::rewrite(const std::string& key, const Fields& fields, const Fields& inRedis) {
+  std::vector<std::string_view> extra{"HDEL", key};
+  for (const auto& [name, value] : inRedis) {
+    if (!fields.count(name)) extra.push_back(name);
+  }
+  if (extra.size() == 2) {
+    write(key, fields);
+    return;
+  }
+  // One transaction, so that no reader sees the hash half rewritten.
+  send({"MULTI"}, key);
+  send(extra, key);
+  write(key, fields);
+  send({"EXEC"}, key);
+}
+
+void RedisStore::writeField(const std::string& key, const std::string& field, const std::string& value) {
+  send({"HSET", key, field, value}, key);
+}
+
+void RedisStore::eraseField(const std::string& key, const std::string& field) { send({"HDEL", key, field}, key); }
+
 void RedisStore::erase(const std::vector<std::string>& keys) {
-  if (!data_.isOpen() || state_ == State::connecting || keys.empty()) return;
-  const bool idle = !data_.wantsWrite();
   for (std::size_t from = 0; from < keys.size(); from += kDeleteBatch) {
     std::vector<std::string_view> args{"DEL"};
     for (std::size_t i = from; i < std::min(keys.size(), from + kDeleteBatch); ++i) args.push_back(keys[i]);
-    data_.command(args, [this](const redisReply& reply) {
-      if (!isError(reply)) return;
-      ++failedWrites_;
-      VEX_TRACE(redisStoreTrace, 5) << "RedisStore::writeFailed DEL: " << text(reply);
-    });
+    send(args, "DEL");
   }
-  if (idle && !processing_) wake();
 }
 
 void RedisStore::writeSubtree(const Vex::Entity& record, const std::string& key) {
@@ -687,17 +748,31 @@ void RedisStore::eraseSubtree(const Vex::Entity& record, const std::string& key)
   erase(keys);
 }
 
+std::string RedisStore::watchAddress(const std::string& key, const std::string& field) {
+  // A newline is in no key: it keeps a holder's field watchers beside the holder's.
+  return key + '\n' + field;
+}
+
 void RedisStore::watch(const Vex::Entity& record, const std::string& key) {
   watchers_[key] = RecordWatcher::RecordWatcherIs(this, key, &record);
   RecordCodec::forEachRecordMember(
       record, [&](const RecordCodec::Collection& collection, const std::string& name, const Vex::Entity& member) {
-        watch(member, RedisKeySchema::memberKey(key, collection.name, name));
+        if (collection.inFields) {
+          watchField(member, key, RecordCodec::memberField(name));
+        } else {
+          watch(member, RedisKeySchema::memberKey(key, collection.name, name));
+        }
       });
 }
 
-void RedisStore::unwatch(const std::string& key) {
-  for (auto it = watchers_.lower_bound(key); it != watchers_.end() && it->first.compare(0, key.size(), key) == 0;) {
-    it = RedisKeySchema::isWithin(it->first, key) ? watchers_.erase(it) : std::next(it);
+void RedisStore::watchField(const Vex::Entity& member, const std::string& key, const std::string& field) {
+  watchers_[watchAddress(key, field)] = RecordWatcher::RecordWatcherIs(this, key, &member, field);
+}
+
+void RedisStore::unwatch(const std::string& address) {
+  for (auto it = watchers_.lower_bound(address); it != watchers_.end() && it->first.compare(0, address.size(), address) == 0;) {
+    const char next = it->first.size() > address.size() ? it->first[address.size()] : '.';
+    it = next == '.' || next == '\n' ? watchers_.erase(it) : std::next(it);
   }
 }
 
@@ -716,9 +791,8 @@ std::map<std::string, Fields> RedisStore::localKeys(Side side) const {
 // ---------------------------------------------------------------------------
 // Waiting
 
-bool RedisStore::sync(milliseconds timeout) {
-  const auto deadline = Clock::now() + timeout;
-  if (!waitUntil([this] { return state_ == State::live; }, deadline)) return false;
+bool RedisStore::sync(milliseconds silence) {
+  if (!waitUntil([this] { return state_ == State::live; }, silence)) return false;
   pongPending_ = true;
   notifications_.command({"PING"}, [this](const redisReply&) { pongPending_ = false; });
   return waitUntil(
@@ -726,13 +800,13 @@ bool RedisStore::sync(milliseconds timeout) {
         return state_ == State::live && !pongPending_ && arrived_.empty() && data_.pending() == 0 &&
                !data_.wantsWrite() && toApply_.empty();
       },
-      deadline);
+      silence);
 }
 
-bool RedisStore::flush(milliseconds timeout) {
+bool RedisStore::flush(milliseconds silence) {
   return waitUntil(
       [this] { return state_ == State::live && data_.pending() == 0 && !data_.wantsWrite() && toApply_.empty(); },
-      Clock::now() + timeout);
+      silence);
 }
 
 }  // namespace hubstore::redis

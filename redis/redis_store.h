@@ -70,10 +70,13 @@ class RedisStore : private RecordWatcher::Owner {
   enum class State { closed, connecting, syncing, live, disconnected };
   static const char* stateName(State state);
 
+  // Every limit counts silence, not work: an open or a resynchronisation
+  // that keeps receiving replies goes on however large the agent's records.
   struct Options {
     RedisEndpoint endpoint;
     std::string agentName;
-    // open() gives up after this long (a server that is not there).
+    // open() gives up when the server has answered nothing for this long (a
+    // server that is not there, or one that stopped answering).
     std::chrono::milliseconds openTimeout{5000};
     // A connection attempt, or a resynchronisation, that gets no answer for
     // this long counts as lost.
@@ -117,23 +120,28 @@ class RedisStore : private RecordWatcher::Owner {
   State state() const { return state_; }
   void stateHandlerIs(StateHandler handler) { stateHandler_ = std::move(handler); }
   // Waits until every change made in Redis before the call has been applied
-  // to the records and every write has been answered; false when the store
-  // is not live or the time runs out.
-  bool sync(std::chrono::milliseconds timeout);
+  // to the records and every write has been answered; false when the server
+  // answers nothing for `silence` meanwhile.
+  bool sync(std::chrono::milliseconds silence);
   // Waits until every write has been answered; false as sync().
-  bool flush(std::chrono::milliseconds timeout);
+  bool flush(std::chrono::milliseconds silence);
 
   const RedisKeySchema& keys() const { return keys_; }
   const Vex::Ptr<Mirra::EntityManager>& entityManager() const { return em_; }
-  // Writes that the server answered with an error (traced at level 5).
-  std::uint64_t failedWrites() const { return failedWrites_; }
+
+  struct Statistics {
+    std::uint64_t failedWrites = 0;    // writes the server answered with an error (traced at level 5)
+    std::uint64_t oldLayoutKeys = 0;   // keys of hubstore 0.2's layout met, and not read (traced at level 5)
+    std::uint64_t resyncs = 0;         // reads of every key, the first one included
+    std::uint64_t keysRead = 0;        // keys the last resynchronisation read
+  };
+  const Statistics& statistics() const { return statistics_; }
 
  private:
   struct Applied {
     std::string key;
     std::optional<Fields> fields;  // nullopt: the key is gone
     bool load;                     // the first read, which fills the owned side too
-    std::uint64_t batch;           // the notifications read together; 0 for a resynchronisation
   };
 
   void recordChanged(const RecordWatcher& watcher, Vex::AttributeId attribute, const void* key) override;
@@ -149,7 +157,13 @@ class RedisStore : private RecordWatcher::Owner {
   void timerIs(std::chrono::milliseconds delay);
   void wake();
   void updateInterest();
-  bool waitUntil(const std::function<bool()>& done, std::chrono::steady_clock::time_point deadline);
+  // Runs process() until `done`; false once the server has answered nothing
+  // for `silence`.
+  bool waitUntil(const std::function<bool()>& done, std::chrono::milliseconds silence);
+  std::uint64_t repliesRead() const { return data_.repliesRead() + notifications_.repliesRead(); }
+  // What a resynchronisation has done so far, for an error message.
+  std::string resyncProgress() const;
+  bool isOldLayout(const std::string& key, const RedisKeySchema::Path& path);
 
   // Reading
   void onNotification(const std::string& key);
@@ -160,17 +174,23 @@ class RedisStore : private RecordWatcher::Owner {
   void finishResync();
   void applyQueued();
   void apply(const Applied& change);
-  // A new switch status, built with the group statuses queued behind it.
-  bool applyNewSystemStatus(const Applied& change, const RedisKeySchema::Path& path);
   Vex::Entity* root(RecordSlot slot) const;
 
   // Writing
+  void send(const std::vector<std::string_view>& args, const std::string& what);
   void write(const std::string& key, const Fields& fields);
+  // Makes the hash at `key` hold exactly `fields`, where Redis holds `inRedis`.
+  void rewrite(const std::string& key, const Fields& fields, const Fields& inRedis);
+  void writeField(const std::string& key, const std::string& field, const std::string& value);
+  void eraseField(const std::string& key, const std::string& field);
   void erase(const std::vector<std::string>& keys);
   void writeSubtree(const Vex::Entity& record, const std::string& key);
   void eraseSubtree(const Vex::Entity& record, const std::string& key);
+  static std::string watchAddress(const std::string& key, const std::string& field);
   void watch(const Vex::Entity& record, const std::string& key);
-  void unwatch(const std::string& key);
+  void watchField(const Vex::Entity& member, const std::string& key, const std::string& field);
+  // Drops the watchers of the record at `address` and of everything below it.
+  void unwatch(const std::string& address);
   void rewriteFilterUsers(const std::string& filterName);
   std::map<std::string, Fields> localKeys(Side side) const;
 
@@ -196,23 +216,24 @@ class RedisStore : private RecordWatcher::Owner {
   // Resynchronisation
   std::unordered_set<std::string> seen_;          // followed keys present in Redis
   std::map<std::string, Fields> ownedInRedis_;   // owned keys and what Redis holds
+  bool scanStarted_ = false;
   bool scanDone_ = false;
   std::size_t resyncReads_ = 0;                  // HGETALLs not answered yet
+  std::size_t keysFound_ = 0;                    // by this resynchronisation's SCAN so far
+  std::size_t oldLayoutFound_ = 0;               // by this resynchronisation
+  std::string oldLayoutExample_;
 
   // Notified keys not yet read, in arrival order, and what was read, not yet applied.
   std::vector<std::string> arrived_;
   std::unordered_set<std::string> arrivedSet_;
   std::deque<Applied> toApply_;
-  // Reads of each batch not answered yet: a batch is applied whole, so a
-  // switch status written with its group statuses arrives holding them.
-  std::map<std::uint64_t, std::size_t> unansweredInBatch_;
-  std::uint64_t lastBatch_ = 0;
   // A later resynchronisation of the followed side applies in key order.
   std::map<std::string, Fields> followedInRedis_;
   bool pongPending_ = false;
 
+  // By watchAddress: a record's key, or its holder's key and its field.
   std::map<std::string, Vex::Ptr<RecordWatcher>> watchers_;
-  std::uint64_t failedWrites_ = 0;
+  Statistics statistics_;
 };
 
 }  // namespace hubstore::redis

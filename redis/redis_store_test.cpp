@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <memory>
+#include <thread>
 #include <string>
 #include <vector>
 
@@ -169,7 +171,7 @@ TEST_F(RedisStoreTest, TheAgentsConfigurationIsInRedisAsItChanges) {
   EXPECT_EQ(content, agent.keys());
   EXPECT_EQ(content.count("agentB:mountConfig.mountGroupConfig[g1]"), 0u);
   EXPECT_EQ(content.count("agentB:mountConfig.mountGroupConfig[g2].mountConfig[/remote/b]"), 1u);
-  EXPECT_EQ(agent.store->failedWrites(), 0u);
+  EXPECT_EQ(agent.store->statistics().failedWrites, 0u);
 }
 
 // More states written by a mount machinery's process are the follow case of
@@ -181,12 +183,13 @@ TEST_F(RedisStoreTest, StatusWrittenByTheMachineryOrByHandReachesTheHooksAndItsR
   ASSERT_TRUE(agent.store->sync(kWait));
   // A write by hand in redis-cli's way is seen too; a removal calls no hook.
   const std::string system = "agentB:mountStatus.systemStatus[00:1c:73:00:00:01]";
-  command(server, {"HSET", system + ".serviceMountGroupStatus[g1]", "mountState", "failed"});
+  command(server, {"HSET", system, "[g1]", "failed"});
   ASSERT_TRUE(agent.store->sync(kWait));
   // The switch arrives holding its group status, as in one process.
   EXPECT_EQ(mounter->calls(), (Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounting",
                                    "doHandleControllerMountState 00:1c:73:00:00:01 g1 failed"}));
-  command(server, {"DEL", system + ".serviceMountGroupStatus[g1]", system});
+  command(server, {"HDEL", system, "[g1]"});
+  command(server, {"DEL", system});
   ASSERT_TRUE(agent.store->sync(kWait));
   EXPECT_EQ(mounter->calls().size(), 2u);
   EXPECT_FALSE(agent.mountStatus().systemStatus("00:1c:73:00:00:01"));
@@ -229,6 +232,93 @@ TEST_F(RedisStoreTest, AServerRestartedEmptyGetsTheConfigurationBackWithItsChang
   EXPECT_FALSE(agent.mountStatus().systemStatus("00:1c:73:00:00:01"));
   // That a new mount machinery's writes reach the hooks again is the
   // server_restart case of tests/redis/cross_process_test.py.
+}
+
+TEST_F(RedisStoreTest, ConnectionsKilledWithWritesPendingAreLostConnectionsAndTheAgentGoesOn) {
+  auto group = service->serviceMountGroup("g1");
+  redisContext* killer = server.connect();
+  ASSERT_TRUE(killer);
+  for (int round = 0; round < 25; ++round) {
+    // A burst of writes, partly sent, then every connection of the agent
+    // killed; more writes after the kill go to the closed sockets first.
+    for (int i = 0; i < 200; ++i) group->controllerMountIs("/remote/" + std::to_string(round * 200 + i), "/db", "t", "f");
+    agent.store->process();
+    for (const char* type : {"normal", "pubsub"}) {
+      freeReplyObject(redisCommand(killer, "CLIENT KILL TYPE %s SKIPME yes", type));
+    }
+    for (int i = 0; i < 200; ++i) group->controllerMountDel("/remote/" + std::to_string(round * 200 + i));
+    ASSERT_TRUE(agent.store->flush(kWait)) << "round " << round;
+  }
+  redisFree(killer);
+  EXPECT_EQ(configIn(redisContent(server, "agentB")), configIn(agent.keys()));
+  Process writer(server, Side::status);
+  writer.store->open();
+  command(server, {"HSET", "agentB:mountStatus.systemStatus[00:1c:73:00:00:01]", "name", "00:1c:73:00:00:01", "[g1]",
+                   "mounted"});
+  ASSERT_TRUE(agent.store->sync(kWait));
+  EXPECT_EQ(mounter->calls(), (Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted"}));
+}
+
+TEST_F(RedisStoreTest, KeysOfTheOldLayoutAreCountedAndNeverRead) {
+  const std::string old = "agentB:mountStatus.systemStatus[00:1c:73:00:00:01].serviceMountGroupStatus[g1]";
+  command(server, {"HSET", "agentB:mountStatus.systemStatus[00:1c:73:00:00:01]", "name", "00:1c:73:00:00:01"});
+  command(server, {"HSET", old, "name", "g1", "mountState", "mounted"});
+  ASSERT_TRUE(agent.store->sync(kWait));
+  EXPECT_EQ(agent.store->statistics().oldLayoutKeys, 1u);
+  EXPECT_TRUE(mounter->calls().empty());
+  Process restarted(server, Side::config);
+  restarted.store->open();
+  EXPECT_EQ(restarted.store->statistics().oldLayoutKeys, 1u);
+  auto inRedis = redisContent(server, "agentB");
+  inRedis.erase(old);
+  EXPECT_EQ(restarted.keys(), inRedis);
+}
+
+// A fleet takes as long to read as it takes: the limits count silence.
+TEST(RedisStoreOpenTest, AFleetOpensWithLimitsShorterThanItsReadAndAStallSaysHowFarItGot) {
+  TestRedisServer server;
+  redisContext* loader = server.connect();
+  ASSERT_TRUE(loader);
+  constexpr int kSwitches = 20000;
+  for (int i = 0; i < kSwitches; ++i) {
+    const std::string key = "agentB:mountStatus.systemStatus[s" + std::to_string(i) + "]";
+    redisAppendCommand(loader, "HSET %s name s%d [g1] mounted [g2] mounting", key.c_str(), i);
+  }
+  for (int i = 0; i < kSwitches; ++i) {
+    void* reply = nullptr;
+    ASSERT_EQ(redisGetReply(loader, &reply), REDIS_OK);
+    freeReplyObject(reply);
+  }
+  RedisStore::Options options{RedisEndpoint::parse(server.url()), "agentB"};
+  options.openTimeout = options.attemptTimeout = 150ms;
+  const auto start = std::chrono::steady_clock::now();
+  RedisStore store(Mirra::EntityManager::EntityManagerIs(), options);
+  store.open();
+  EXPECT_GT(std::chrono::steady_clock::now() - start, options.openTimeout) << "the read was too quick to prove it";
+  EXPECT_EQ(store.statistics().keysRead, static_cast<std::uint64_t>(kSwitches));
+
+  // Paused while the read goes on: it stops answering, and the error says
+  // how far it got.
+  RedisStore stalled(Mirra::EntityManager::EntityManagerIs(), options);
+  std::atomic<bool> syncing = false;
+  stalled.stateHandlerIs([&](RedisStore::State state, const std::string&) {
+    if (state == RedisStore::State::syncing) syncing = true;
+  });
+  std::thread pause([&] {
+    while (!syncing) std::this_thread::sleep_for(1ms);
+    std::this_thread::sleep_for(50ms);
+    freeReplyObject(redisCommand(loader, "CLIENT PAUSE 2000 ALL"));
+  });
+  try {
+    stalled.open();
+    ADD_FAILURE() << "a paused server opened the store";
+  } catch (const RedisStoreError& error) {
+    EXPECT_NE(std::string(error.what()).find("stopped answering after reading "), std::string::npos) << error.what();
+    EXPECT_NE(std::string(error.what()).find("keys"), std::string::npos) << error.what();
+    EXPECT_NE(std::string(error.what()).find("nothing for 150 ms"), std::string::npos) << error.what();
+  }
+  pause.join();
+  redisFree(loader);
 }
 
 // A refused login and an absent server, through hubstore-sim, are the login

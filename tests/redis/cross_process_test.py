@@ -109,6 +109,13 @@ class RedisServer:
     def keys(self, pattern):
         return sorted(k for k in self.cli("--scan", "--pattern", pattern).splitlines() if k)
 
+    def hashes(self, pattern):
+        """Each key's hash as a dict: a hash's field order means nothing."""
+        def fields(key):
+            words = self.cli("HGETALL", key).split("\n")
+            return dict(zip(words[0::2], words[1::2]))
+        return {key: fields(key) for key in self.keys(pattern)}
+
 
 class Sim:
     """A hubstore-sim process whose standard output is read as it comes."""
@@ -282,11 +289,11 @@ def test_server_restart(ctx):
         agent = Sim(ctx.sim, server.url(), "agent A\nrecords\n" + DECLARE_G1 + "closed true\necho ready\n",
                     follow=True)
         agent.wait_for(["# ready"], "agent")
-        config = {key: server.cli("HGETALL", key) for key in server.keys("A:*Config*")}
+        config = server.hashes("A:*Config*")
         server.kill()
         server.start()
         deadline = time.monotonic() + WAIT
-        while {key: server.cli("HGETALL", key) for key in server.keys("A:*Config*")} != config:
+        while server.hashes("A:*Config*") != config:
             if time.monotonic() > deadline:
                 raise Failure(f"the configuration did not come back: {server.keys('A:*')}")
             time.sleep(0.05)
