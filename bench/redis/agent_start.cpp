@@ -44,6 +44,7 @@ std::string AgentStart::measure(const std::string& url, const Fleet& fleet) {
       .number("declare_seconds", agent.timings().declare)
       .number("flush_seconds", agent.timings().flush)
       .integer("flushed", agent.flushed())
+      .integer("keys_read", static_cast<long long>(agent.store().statistics().keysRead))
       .integer("switches", agent.switchesHeld())
       .integer("statuses", agent.statusesHeld())
       .integer("mount_state_reports", agent.mounter().mountStates)

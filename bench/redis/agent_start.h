@@ -15,7 +15,7 @@ namespace bench {
 class AgentStart {
  public:
   // A JSON object: seconds, open_seconds, declare_seconds, flush_seconds,
-  // flushed, switches, statuses, mount_state_reports, heap_before_bytes,
+  // flushed, keys_read, switches, statuses, mount_state_reports, heap_before_bytes,
   // heap_after_bytes, rss_before_bytes, peak_rss_bytes.
   static std::string measure(const std::string& url, const Fleet& fleet);
 };

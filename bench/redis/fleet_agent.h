@@ -42,6 +42,7 @@ class FleetAgent {
   const Timings& timings() const { return timings_; }
   bool flushed() const { return flushed_; }
   hubstore::redis::RedisStore& store() { return store_; }
+  const hubstore::redis::RedisStore& store() const { return store_; }
   const CountingMounter& mounter() const { return *mounter_; }
   // What the records hold after the start.
   long long switchesHeld() const;

@@ -24,16 +24,22 @@ void FleetLoader::load() {
   append({"HSET", fleet_.agent + ":status", "name", "status", "leaderGenId", "1"});
   append({"HSET", fleet_.agent + ":mountStatus", "name", fleet_.agent});
   append({"HSET", fleet_.agent + ":publishStatus", "name", fleet_.agent});
-  std::vector<std::string> arguments;
-  for (int s = 0; s < fleet_.switches; ++s) {
-    arguments = {"HSET", fleet_.switchKey(s), "name", Fleet::switchName(s)};
-    for (int g = 0; g < fleet_.groups; ++g) {
-      arguments.push_back(Fleet::groupField(g));
-      arguments.push_back("mounted");
-    }
-    append(arguments);
-  }
+  for (int s = 0; s < fleet_.switches; ++s) appendSwitch(s);
   drain();
+}
+
+void FleetLoader::switchRestore(int index) {
+  appendSwitch(index);
+  drain();
+}
+
+void FleetLoader::appendSwitch(int index) {
+  std::vector<std::string> arguments{"HSET", fleet_.switchKey(index), "name", Fleet::switchName(index)};
+  for (int g = 0; g < fleet_.groups; ++g) {
+    arguments.push_back(Fleet::groupField(g));
+    arguments.push_back("mounted");
+  }
+  append(arguments);
 }
 
 void FleetLoader::configurationDel() {

@@ -29,6 +29,8 @@ class FleetLoader {
   void load();
   // Deletes the agent's configuration keys, what a starting agent wrote.
   void configurationDel();
+  // Writes the switch at `index` again as load() did, every group mounted.
+  void switchRestore(int index);
   // A field of INFO SECTION ("memory", "used_memory"); "" when absent.
   std::string info(const std::string& section, const std::string& field);
   long long usedMemory() { return std::stoll(info("memory", "used_memory")); }
@@ -36,6 +38,7 @@ class FleetLoader {
   long long keys();
 
  private:
+  void appendSwitch(int index);
   void append(const std::vector<std::string>& arguments);
   void drain();
   redisReply* command(const std::vector<std::string>& arguments);

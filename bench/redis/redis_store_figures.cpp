@@ -185,10 +185,13 @@ std::string runFleet(const Settings& settings, const FleetRun& run, std::string&
                                              Fleet::groupField(1),       std::to_string(samples)};
     std::vector<std::string> floorRounds;
     std::vector<std::string> ourRounds;
+    // Each run leaves the switch as loaded, so that each starts from the same state.
     for (int round = 0; round < settings.hookRounds; ++round) {
       floorRounds.push_back(outcome(ChildProcess::program(hookFloor, kChildLimit)));
+      loader.switchRestore(1);
       ourRounds.push_back(inChild([&] { return HookLatency::measure(server.url(), fleet, samples); }));
       loader.configurationDel();
+      loader.switchRestore(1);
       std::fprintf(stderr, "store figures: status write to hook, %d x %d, round %d/%d: median floor %s us, ours %s us\n",
                    fleet.switches, fleet.groups, round + 1, settings.hookRounds,
                    progress(floorRounds.back(), "median_us").c_str(), progress(ourRounds.back(), "median_us").c_str());
