@@ -147,6 +147,10 @@ def store_start_rows(t, fleet):
           None, "all held", held == statuses)
     heap = (ours["heap_after_bytes"] - ours["heap_before_bytes"]) / statuses
     t.against_goal(f"  agent heap per group status, {label}", heap, 250, show_bytes_per)
+    if "heap_opened_bytes" in ours:
+        steps = (ours["heap_opened_bytes"] - ours["heap_before_bytes"], ours["heap_declared_bytes"] - ours["heap_opened_bytes"])
+        t.add(f"    of which the open / the service", " / ".join(show_bytes_per(b / statuses) for b in steps), "", None, "",
+              None)
     t.add(f"  agent peak RSS, {label}", show_megabytes(ours["peak_rss_bytes"]),
           f"at start {show_megabytes(ours['rss_before_bytes'])}; floor's "
           f"{show_megabytes(max(s['peak_rss_bytes'] for s in floors)) if not floor_error else 'n/a'}",

@@ -1,6 +1,5 @@
 #include "agent_start.h"
 
-#include <malloc.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -12,8 +11,6 @@
 namespace bench {
 
 namespace {
-
-long long heapInUse() { return static_cast<long long>(mallinfo2().uordblks); }
 
 long long residentBytes() {
   long long size = 0;
@@ -34,10 +31,10 @@ long long peakResidentBytes() {
 }  // namespace
 
 std::string AgentStart::measure(const std::string& url, const Fleet& fleet) {
-  const long long heapBefore = heapInUse();
+  const long long heapBefore = FleetAgent::heapInUse();
   const long long rssBefore = residentBytes();
   const FleetAgent agent(url, fleet);
-  const long long heapAfter = heapInUse();
+  const long long heapAfter = FleetAgent::heapInUse();
   JsonRecord record;
   record.number("seconds", agent.timings().total())
       .number("open_seconds", agent.timings().open)
@@ -49,6 +46,8 @@ std::string AgentStart::measure(const std::string& url, const Fleet& fleet) {
       .integer("statuses", agent.statusesHeld())
       .integer("mount_state_reports", agent.mounter().mountStates)
       .integer("heap_before_bytes", heapBefore)
+      .integer("heap_opened_bytes", agent.heap().opened)
+      .integer("heap_declared_bytes", agent.heap().declared)
       .integer("heap_after_bytes", heapAfter)
       .integer("rss_before_bytes", rssBefore)
       .integer("peak_rss_bytes", peakResidentBytes());

@@ -16,7 +16,8 @@ class AgentStart {
  public:
   // A JSON object: seconds, open_seconds, declare_seconds, flush_seconds,
   // flushed, keys_read, switches, statuses, mount_state_reports, heap_before_bytes,
-  // heap_after_bytes, rss_before_bytes, peak_rss_bytes.
+  // heap_opened_bytes, heap_declared_bytes, heap_after_bytes, rss_before_bytes,
+  // peak_rss_bytes.
   static std::string measure(const std::string& url, const Fleet& fleet);
 };
 

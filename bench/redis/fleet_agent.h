@@ -4,7 +4,8 @@
 // owning the configuration), create the configuration records a first start
 // lacks, declare the fleet's groups on a service with a counting mounter,
 // close the service, and wait until the store's writes are answered. The
-// timings of each step are kept; the hooks the start fired are counted.
+// timings of each step and the heap in use after it (glibc's mallinfo2) are
+// kept; the hooks the start fired are counted.
 //
 //   FleetAgent agent(server.url(), fleet);
 //   agent.timings().open;  agent.statusesHeld();  agent.mounter().mountStates;
@@ -33,6 +34,11 @@ class FleetAgent {
     double flush = 0;    // until the configuration writes are answered
     double total() const { return open + declare + flush; }
   };
+  // Heap in use after each step, in bytes.
+  struct Heap {
+    long long opened = 0;
+    long long declared = 0;
+  };
 
   FleetAgent(const std::string& url, const Fleet& fleet);
   ~FleetAgent();
@@ -40,6 +46,8 @@ class FleetAgent {
   FleetAgent& operator=(const FleetAgent&) = delete;
 
   const Timings& timings() const { return timings_; }
+  const Heap& heap() const { return heap_; }
+  static long long heapInUse();
   bool flushed() const { return flushed_; }
   hubstore::redis::RedisStore& store() { return store_; }
   const hubstore::redis::RedisStore& store() const { return store_; }
@@ -56,6 +64,7 @@ class FleetAgent {
   Vex::Ptr<CountingMounter> mounter_;
   Vex::Ptr<Controller::HubstoreService> service_;
   Timings timings_;
+  Heap heap_;
   bool flushed_ = false;
 };
 
