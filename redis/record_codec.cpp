@@ -419,7 +419,12 @@ std::string RecordCodec::fieldValue(const Vex::Entity& member) {
   return status ? mountStateName(status->mountState()) : std::string();
 }
 
-std::string RecordCodec::memberField(std::string_view key) { return "[" + RedisKeySchema::quoted(key) + "]"; }
+std::string RecordCodec::memberField(std::string_view key) {
+  std::string field(1, '[');
+  field += RedisKeySchema::quoted(key);
+  field += ']';
+  return field;
+}
 
 std::optional<std::string> RecordCodec::fieldKey(std::string_view field) {
   if (field.size() < 2 || field.front() != '[' || field.back() != ']') return std::nullopt;
@@ -542,35 +547,61 @@ Vex::Entity* RecordCodec::applyMember(Vex::Entity& e, const Collection& c, const
   return member;
 }
 
-void RecordCodec::applyFieldMember(Vex::Entity& e, const Collection& c, const std::string& key,
+bool RecordCodec::applyFieldMember(Vex::Entity& e, const Collection& c, const std::string& key,
                                    const std::string& value) {
   const Vex::Name name(key);
   if (auto* r = as<SystemStatus>(e)) {
     const auto state = mountStateFromName(value);
-    if (!state) return;
+    if (!state) return false;
     // An existing status is returned as it is; a new one starts unknown.
     r->serviceMountGroupStatusIs(name, mountStateUnknown)->mountStateIs(*state);
   } else if (auto* r = as<MountFilterSystem>(e)) {
     r->includedSystemIs(name, value == "true");
   } else if (auto* r = as<MountFilterServiceVersion>(e)) {
-    if (auto version = numberKey(key)) r->includedServiceVersionIs(*version, value == "true");
+    const auto version = numberKey(key);
+    if (!version) return false;
+    r->includedServiceVersionIs(*version, value == "true");
   } else if (auto* r = as<ServicePublishGroupStatus>(e)) {
     r->publishStatusIs(name);
   }
   (void)c;
+  return true;
 }
 
 void RecordCodec::applyFieldMembers(Vex::Entity& e, const Collection& c, const Fields& fields) {
   // Held by a count: a handler run by a write may release the holder.
   Vex::Ptr<Vex::Entity> holder(&e);
+  std::size_t applied = 0;
   for (const auto& [field, value] : fields) {
-    if (auto key = fieldKey(field)) applyFieldMember(e, c, *key, value);
+    if (auto key = fieldKey(field)) applied += applyFieldMember(e, c, *key, value);
   }
+  // Each member is one of those just written, unless some are left over.
+  if (fieldMemberCount(e) == applied) return;
   std::vector<std::string> gone;
   visitMembers(e, c, [&](const std::string& key, const Vex::Entity*, const Fields*) {
     if (!fields.count(memberField(key))) gone.push_back(key);
   });
   for (const std::string& key : gone) applyMember(e, c, key, nullptr, nullptr);
+}
+
+std::size_t RecordCodec::fieldMemberCount(const Vex::Entity& e) {
+  if (auto* r = as<SystemStatus>(e)) return r->serviceMountGroupStatusMembers().count();
+  if (auto* r = as<MountFilterSystem>(e)) return r->includedSystemMembers().count();
+  if (auto* r = as<MountFilterServiceVersion>(e)) return r->includedServiceVersionMembers().count();
+  if (auto* r = as<ServicePublishGroupStatus>(e)) return r->publishStatusMembers().count();
+  return 0;
+}
+
+void RecordCodec::forEachKey(const Vex::Entity& entity, const std::string& key,
+                             const std::function<void(const std::string& key)>& visit) {
+  visit(key);
+  for (const Collection& c : collectionsOf(entity)) {
+    if (c.inFields) continue;
+    visitMembers(entity, c, [&](const std::string& memberKey, const Vex::Entity* record, const Fields*) {
+      const std::string member = RedisKeySchema::memberKey(key, c.name, memberKey);
+      record ? forEachKey(*record, member, visit) : visit(member);
+    });
+  }
 }
 
 void RecordCodec::forEachRecordMember(

@@ -61,6 +61,9 @@ class RecordCodec {
   // Visits the key of `entity` (named `key`) and of everything below it,
   // each record before its members.
   static void flatten(const Vex::Entity& entity, const std::string& key, const Visitor& visit);
+  // The same keys, without their fields.
+  static void forEachKey(const Vex::Entity& entity, const std::string& key,
+                         const std::function<void(const std::string& key)>& visit);
 
   static const Collection* collection(const Vex::Entity& entity, Vex::AttributeId id);
   static const Collection* collection(const Vex::Entity& entity, std::string_view name);
@@ -108,11 +111,14 @@ class RecordCodec {
   // holder, whose own fields come when its key is read.
   static void applyPath(Vex::Entity& record, const std::vector<RedisKeySchema::Step>& steps, const Fields* fields,
                         const Roots& roots);
-  // Creates or updates the member `key` held in a field with its `value`.
-  static void applyFieldMember(Vex::Entity& entity, const Collection& collection, const std::string& key,
+  // Creates or updates the member `key` held in a field with its `value`;
+  // false when the value or the key cannot be read.
+  static bool applyFieldMember(Vex::Entity& entity, const Collection& collection, const std::string& key,
                                const std::string& value);
   // Brings the members of `collection` held in fields in line with `fields`.
   static void applyFieldMembers(Vex::Entity& entity, const Collection& collection, const Fields& fields);
+  // How many members the entity holds in fields.
+  static std::size_t fieldMemberCount(const Vex::Entity& entity);
   // Deletes every member of every collection of `entity`.
   static void clear(Vex::Entity& entity);
 };

@@ -54,9 +54,13 @@ std::string neededEventFlags(const std::string& current) {
 
 // 230000 -> "230,000"
 std::string withSeparators(std::size_t count) {
-  std::string digits = std::to_string(count);
-  for (int at = static_cast<int>(digits.size()) - 3; at > 0; at -= 3) digits.insert(static_cast<std::size_t>(at), ",");
-  return digits;
+  const std::string digits = std::to_string(count);
+  std::string text;
+  for (std::size_t i = 0; i < digits.size(); ++i) {
+    if (i > 0 && (digits.size() - i) % 3 == 0) text += ',';
+    text += digits[i];
+  }
+  return text;
 }
 
 void drain(int fd) {
@@ -466,8 +470,15 @@ void RedisStore::resyncKeyRead(const std::string& key, std::optional<Fields> fie
   const Side side = sideOf(keys_.parse(key)->record);
   if (fields) {
     if (!loaded_) {
+      // The first read is applied as it comes, so that no more than one
+      // key's fields are held at a time however large the fleet.
       seen_.insert(key);
-      toApply_.push_back({key, std::move(fields), true});
+      try {
+        apply({key, std::move(fields), true});
+      } catch (...) {
+        if (scanDone_ && resyncReads_ == 0) finishResync();
+        throw;
+      }
     } else if (!owned(side)) {
       seen_.insert(key);
       followedInRedis_[key] = std::move(*fields);
@@ -482,21 +493,22 @@ void RedisStore::finishResync() {
   std::size_t rewritten = 0;
   std::size_t removed = 0;
   for (Side side : {Side::config, Side::status}) {
-    const std::map<std::string, Fields> local = localKeys(side);
     if (!loaded_ || !owned(side)) {
       // Followed: records first, then their members; what Redis no longer
       // holds leaves the records, members before their records.
       for (auto& [key, fields] : followedInRedis_) {
         if (sideOf(keys_.parse(key)->record) == side) toApply_.push_back({key, std::move(fields), false});
       }
-      for (auto it = local.rbegin(); it != local.rend(); ++it) {
-        if (!seen_.count(it->first)) {
-          toApply_.push_back({it->first, std::nullopt, !loaded_});
-          ++removed;
-        }
-      }
+      std::vector<std::string> gone;
+      forEachLocalKey(side, [&](const std::string& key) {
+        if (!seen_.count(key)) gone.push_back(key);
+      });
+      std::sort(gone.begin(), gone.end());
+      for (auto it = gone.rbegin(); it != gone.rend(); ++it) toApply_.push_back({*it, std::nullopt, !loaded_});
+      removed += gone.size();
       continue;
     }
+    const std::map<std::string, Fields> local = localKeys(side);
     // Owned: Redis is brought in line with the records.
     for (const auto& [key, fields] : local) {
       auto inRedis = ownedInRedis_.find(key);
@@ -773,6 +785,13 @@ void RedisStore::unwatch(const std::string& address) {
   for (auto it = watchers_.lower_bound(address); it != watchers_.end() && it->first.compare(0, address.size(), address) == 0;) {
     const char next = it->first.size() > address.size() ? it->first[address.size()] : '.';
     it = next == '.' || next == '\n' ? watchers_.erase(it) : std::next(it);
+  }
+}
+
+void RedisStore::forEachLocalKey(Side side, const std::function<void(const std::string& key)>& visit) const {
+  for (RecordSlot slot : kRecordSlots) {
+    if (sideOf(slot) != side) continue;
+    if (const Vex::Entity* record = root(slot)) RecordCodec::forEachKey(*record, keys_.recordKey(slot), visit);
   }
 }
 

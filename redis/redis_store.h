@@ -193,6 +193,7 @@ class RedisStore : private RecordWatcher::Owner {
   void unwatch(const std::string& address);
   void rewriteFilterUsers(const std::string& filterName);
   std::map<std::string, Fields> localKeys(Side side) const;
+  void forEachLocalKey(Side side, const std::function<void(const std::string& key)>& visit) const;
 
   Vex::Ptr<Mirra::EntityManager> em_;
   Options options_;

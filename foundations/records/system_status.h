@@ -1,8 +1,10 @@
 #pragma once
 // Controller::SystemStatus: one switch's status within a service, named by the
 // text form of the switch's Ethernet address; it holds the switch's mount
-// state for each group.
+// state for each group, in a sorted array: a fleet holds one per switch and
+// group, and a switch has tens of groups.
 
+#include <hubstore/foundations/framework/flat_collection.h>
 #include <hubstore/foundations/records/record.h>
 #include <hubstore/foundations/records/service_mount_group_status.h>
 
@@ -24,7 +26,7 @@ class SystemStatus : public Vex::Entity {
   const ServiceMountGroupStatus* serviceMountGroupStatusRaw(const Vex::Name& group) const {
     return serviceMountGroupStatus_.memberRaw(group);
   }
-  const Vex::Collection<Vex::Name, ServiceMountGroupStatus>& serviceMountGroupStatusMembers() const {
+  const Vex::FlatCollection<Vex::Name, ServiceMountGroupStatus>& serviceMountGroupStatusMembers() const {
     return serviceMountGroupStatus_;
   }
   // Creates the group status with `state`, or returns the existing one as it is.
@@ -39,7 +41,7 @@ class SystemStatus : public Vex::Entity {
   friend Vex::Ptr<T> Vex::make(Args&&...);
 
  private:
-  Vex::Collection<Vex::Name, ServiceMountGroupStatus> serviceMountGroupStatus_;
+  Vex::FlatCollection<Vex::Name, ServiceMountGroupStatus> serviceMountGroupStatus_;
 };
 
 }  // namespace Controller

@@ -161,6 +161,24 @@ class Sim:
                 at += 1
         return at == len(wanted)
 
+    def wait_for_count(self, prefix, count, what):
+        """Reads lines until `count` of them start with `prefix`, and a
+        second more for any beyond: wait_for for a long output."""
+        deadline, seen = time.monotonic() + WAIT, 0
+        while seen < count or time.monotonic() < deadline:
+            try:
+                line = self.arrived.get(timeout=max(0.0, deadline - time.monotonic()))
+            except queue.Empty:
+                if seen >= count:
+                    return
+                raise Failure(f"{what}: waited {WAIT}s for {count} lines '{prefix}...', {seen} came")
+            if line is None:
+                raise Failure(f"{what}: ended after {seen} of {count} lines '{prefix}...'")
+            self.lines.append(line)
+            seen += line.startswith(prefix)
+            if seen == count:
+                deadline = time.monotonic() + 1.0
+
     def finish(self, what, expect_status=0):
         try:
             status = self.process.wait(timeout=WAIT)
@@ -250,6 +268,28 @@ def test_follow(ctx):
         server.kill(signal.SIGTERM)
 
 
+def test_fleet_reports(ctx):
+    """Another process writes 2,000 switches with 20 group statuses each: the
+    following agent hears every one of the 40,000 statuses once, in every
+    run, as the same scenario does in one process."""
+    server = RedisServer(ctx.redis_server)
+    try:
+        groups = "".join(f"group g{g:02} m1\n" for g in range(1, 21))
+        agent = Sim(ctx.sim, server.url(), "agent A\nrecords\nmounter m1\nservice svcA\n" + groups + "echo ready\n",
+                    follow=True)
+        agent.wait_for(["# ready"], "agent")
+        Sim(ctx.sim, server.url(),
+            "agent A\nrepeat 1..2000 systemStatus 00:1c:73:{i:xx:xx:xx} g{01..20}=mounted\n").finish("machinery")
+        agent.wait_for_count("hook ", 40000, "agent")
+        agent.process.send_signal(signal.SIGTERM)
+        hooks = [l for l in agent.finish("agent after SIGTERM") if l.startswith("hook ")]
+        if len(hooks) != 40000 or len(set(hooks)) != 40000:
+            raise Failure(f"{len(hooks)} reports, {len(set(hooks))} different, of 40,000")
+        return "40,000 reports, each once"
+    finally:
+        server.kill(signal.SIGTERM)
+
+
 def test_crash(ctx):
     """An agent killed with SIGKILL leaves its configuration; restarted with
     fewer groups and lists, it closes, and Redis holds exactly what it declares."""
@@ -329,7 +369,8 @@ def test_login(ctx):
     return f"wrong password and absent server: exit 2 ({elapsed:.1f}s)"
 
 
-TESTS = {"transcripts": test_transcripts, "follow": test_follow, "crash": test_crash,
+TESTS = {"transcripts": test_transcripts, "follow": test_follow, "fleet_reports": test_fleet_reports,
+         "crash": test_crash,
          "server_restart": test_server_restart, "login": test_login}
 
 
