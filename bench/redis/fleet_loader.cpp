@@ -20,6 +20,13 @@ void check(const redisContext* context, redisReply* reply) {
 
 }  // namespace
 
+FleetLoader::FleetLoader(redisContext* context, Fleet fleet) : context_(context), fleet_(std::move(fleet)) {
+  for (int g = 0; g < fleet_.groups; ++g) {
+    groupFields_.push_back(Fleet::groupField(g));
+    groupFields_.push_back("mounted");
+  }
+}
+
 void FleetLoader::load() {
   append({"HSET", fleet_.agent + ":status", "name", "status", "leaderGenId", "1"});
   append({"HSET", fleet_.agent + ":mountStatus", "name", fleet_.agent});
@@ -35,10 +42,7 @@ void FleetLoader::switchRestore(int index) {
 
 void FleetLoader::appendSwitch(int index) {
   std::vector<std::string> arguments{"HSET", fleet_.switchKey(index), "name", Fleet::switchName(index)};
-  for (int g = 0; g < fleet_.groups; ++g) {
-    arguments.push_back(Fleet::groupField(g));
-    arguments.push_back("mounted");
-  }
+  arguments.insert(arguments.end(), groupFields_.begin(), groupFields_.end());
   append(arguments);
 }
 

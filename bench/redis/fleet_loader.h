@@ -24,7 +24,7 @@ namespace bench {
 class FleetLoader {
  public:
   // `context` is a blocking connection, not owned.
-  FleetLoader(redisContext* context, Fleet fleet) : context_(context), fleet_(std::move(fleet)) {}
+  FleetLoader(redisContext* context, Fleet fleet);
 
   void load();
   // Deletes the agent's configuration keys, what a starting agent wrote.
@@ -45,6 +45,8 @@ class FleetLoader {
 
   redisContext* context_;
   Fleet fleet_;
+  // Each switch's HSET after its key and name: "[g00]" "mounted" "[g01]" ...
+  std::vector<std::string> groupFields_;
   int pending_ = 0;
 };
 
