@@ -14,10 +14,13 @@
 //                          [--out FILE]
 //
 // Defaults: --fleets 1000:5,10000:3,100000:1 --groups 50 --hook-fleet 10000
-// --hook-samples 1000 --hook-rounds 4. Each fleet gets a server of its own,
+// --hook-samples 1000 --hook-rounds 10. Each fleet gets a server of its own,
 // loaded raw (FleetLoader); each sample of a start runs the floor and then
 // the agent, each in a fresh process; the hook latency's samples are taken in
-// rounds, the floor's and ours in turn, so that both see the same machine.
+// rounds, the floor's and ours in turn, so that both see the same machine: a
+// round's latency depends on where the three processes land on the 2 cores
+// (25 or 55 us for the floor, 40 or 90 us for ours, the whole round long),
+// and ten rounds mix those placements alike.
 // The results are one JSON object (bench/report.py and bench/plot_store.py
 // read it); progress goes to stderr.
 
@@ -61,7 +64,7 @@ struct Settings {
   int groups = 50;
   int hookFleet = 10000;
   int hookSamples = 1000;
-  int hookRounds = 4;
+  int hookRounds = 10;
   std::string out;
 };
 
