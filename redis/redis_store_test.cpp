@@ -259,6 +259,22 @@ TEST_F(RedisStoreTest, ConnectionsKilledWithWritesPendingAreLostConnectionsAndTh
   EXPECT_EQ(mounter->calls(), (Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted"}));
 }
 
+TEST_F(RedisStoreTest, AfterALostConnectionTheOwnedSideIsWrittenBackFieldByField) {
+  machinery.mountStatus().systemStatusIs("00:1c:73:00:00:01")->serviceMountGroupStatusIs("g1",
+                                                                                        Controller::mountStateMounted);
+  ASSERT_TRUE(machinery.store->flush(kWait));
+  // Another client changes a state and adds a group status to the
+  // machinery's switch; the machinery's next resynchronisation undoes both.
+  const std::string system = "agentB:mountStatus.systemStatus[00:1c:73:00:00:01]";
+  command(server, {"HSET", system, "[g1]", "failed", "[gx]", "mounting"});
+  command(server, {"CLIENT", "KILL", "TYPE", "pubsub"});
+  ASSERT_TRUE(machinery.store->flush(kWait));
+  ASSERT_TRUE(agent.store->sync(kWait));
+  EXPECT_EQ(redisContent(server, "agentB").at(system),
+            (Fields{{"name", "00:1c:73:00:00:01"}, {"[g1]", "mounted"}}));
+  EXPECT_EQ(agent.keys(), redisContent(server, "agentB"));
+}
+
 TEST_F(RedisStoreTest, KeysOfTheOldLayoutAreCountedAndNeverRead) {
   const std::string old = "agentB:mountStatus.systemStatus[00:1c:73:00:00:01].serviceMountGroupStatus[g1]";
   command(server, {"HSET", "agentB:mountStatus.systemStatus[00:1c:73:00:00:01]", "name", "00:1c:73:00:00:01"});

@@ -299,6 +299,13 @@ void HubstoreService::handlePublishMountsSynchronized() {
   servicePublishConfig_->readyIs(true);
 }
 
+void HubstoreService::reportMountStates() {
+  HUBSTORE_TRACE(8) << "HubstoreService::" << "reportMountStates";
+  // Held by the sweep, not by the service: a hook that releases the service
+  // orphans the machine, and the sweep stops there.
+  if (const Vex::Ptr<ServiceMountStatusSm> machine = mountStatusSm_) machine->reportMountStates();
+}
+
 ServiceReport HubstoreService::completionReport(std::size_t listLimit) const {
   return ServiceReport::of(*this, listLimit);
 }

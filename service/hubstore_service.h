@@ -129,6 +129,17 @@ class HubstoreService : public Vex::PtrInterface {
   void initializedIs(bool initialized) { initialized_ = initialized; }
   void handleInitialized();
 
+  // Calls doHandleControllerMountState again for every group status the
+  // mount status holds whose group is declared now, switches and groups in
+  // key order. A group declared after the switches reported hears nothing of
+  // their states until a state changes: an agent that starts over a live
+  // fleet calls this once its groups are declared. Group statuses of groups
+  // not declared are passed over silently; a switch whose name is not an
+  // Ethernet address is traced at level 5 and reaches no hook. A hook may
+  // release anything: the report stops when the service goes, and passes
+  // over what left (a switch, a group); what a hook throws leaves this call.
+  void reportMountStates();
+
   // Each group's completion, and the fleet's mount states; reads only (see
   // ServiceReport).
   ServiceReport completionReport(std::size_t listLimit = MountGroupReport::defaultListLimit) const;

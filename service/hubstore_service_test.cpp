@@ -256,5 +256,77 @@ TEST_F(Lifetime, AHookThatRemovesItsSwitchInTheFirstReportLeavesNoMachine) {
                         "doHandleControllerMountState 00:1c:73:00:00:01 g1 unmounted"}));
 }
 
+
+// A fleet whose switches reported before the agent started: two switches
+// written out of order, one status of a group the agent no longer declares,
+// and a switch name that is not an Ethernet address.
+struct LiveFleet : World {
+  void SetUp() override {
+    for (const char* name : {"00:1c:73:00:00:02", "00:1c:73:00:00:01"}) {
+      auto record = SystemStatus::SystemStatusIs(name);
+      record->serviceMountGroupStatusIs("g2", mountStateMounting);
+      record->serviceMountGroupStatusIs("g1", mountStateMounted);
+      record->serviceMountGroupStatusIs("gone", mountStateFailed);
+      mountStatus->systemStatusIs(record);
+    }
+    mountStatus->systemStatusIs("not-a-switch")->serviceMountGroupStatusIs("g1", mountStateMounted);
+    service = serviceIs("svcA");
+    service->serviceMountGroupIs("g1", mounter);
+    service->serviceMountGroupIs("g2", mounter);
+  }
+  void TearDown() override {
+    service = nullptr;
+    World::TearDown();
+  }
+  Vex::Ptr<HubstoreService> service;
+  const Log fleet = {"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted",
+                     "doHandleControllerMountState 00:1c:73:00:00:01 g2 mounting",
+                     "doHandleControllerMountState 00:1c:73:00:00:02 g1 mounted",
+                     "doHandleControllerMountState 00:1c:73:00:00:02 g2 mounting"};
+};
+
+TEST_F(LiveFleet, GroupsDeclaredLateHearTheFleetWhenTheAgentAsks) {
+  EXPECT_EQ(hooks, Log{});
+  traceOn("5,8");
+  service->reportMountStates();
+  EXPECT_EQ(hooks, fleet);
+  EXPECT_EQ(traces(), (Log{"8 HubstoreService::reportMountStates",
+                           "5 reportMountStates: system not-a-switch is not an Ethernet address."}));
+  // Nothing is remembered: asking again reports again.
+  hooks.clear();
+  service->reportMountStates();
+  EXPECT_EQ(hooks, fleet);
+}
+
+TEST_F(LiveFleet, AHookMayReleaseOrThrowMidReport) {
+  // A group released by a hook is passed over from then on.
+  mounter->onMountState = [&] { service->serviceMountGroupDel("g2"); };
+  service->reportMountStates();
+  EXPECT_EQ(hooks, (Log{fleet[0], fleet[2]}));
+
+  // A switch removed by a hook ends its own report; the next switch reports.
+  hooks.clear();
+  service->serviceMountGroupIs("g2", mounter);
+  mounter->onMountState = [&] { mountStatus->systemStatusDel("00:1c:73:00:00:01"); };
+  service->reportMountStates();
+  EXPECT_EQ(hooks, (Log{fleet[0], fleet[2], fleet[3]}));
+
+  // An exception leaves the call; the service reports in full afterwards.
+  hooks.clear();
+  mounter->onMountState = [] { throw Vex::InternalException("hook failed"); };
+  EXPECT_THROW(service->reportMountStates(), Vex::InternalException);
+  mounter->onMountState = nullptr;
+  service->reportMountStates();
+  EXPECT_EQ(hooks, (Log{fleet[2], fleet[2], fleet[3]}));
+
+  // The service released by a hook: the report stops there.
+  hooks.clear();
+  mounter->onMountState = [&] { service = nullptr; };
+  service->reportMountStates();
+  EXPECT_EQ(hooks, Log{fleet[2]});
+  EXPECT_EQ(HubstoreService::staticType().liveCount(), 0);
+  mounter->onMountState = nullptr;
+}
+
 }  // namespace
 }  // namespace Controller::testing

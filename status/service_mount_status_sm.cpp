@@ -139,6 +139,22 @@ void ServiceMountStatusSm::handleSystemStatus(const Vex::Name& systemName) {
   systemStatusSmIs(entry);
 }
 
+void ServiceMountStatusSm::reportMountStates() {
+  if (!initialized_ || vexMarkedForDeletion()) return;
+  const Vex::Ptr<const ServiceMountStatus> status = serviceMountStatus();
+  if (!status) return;
+  // A hook may release the service, which orphans this machine (marked).
+  const Vex::Ptr<ServiceMountStatusSm> self(this);
+  for (auto entry = status->systemStatusMembers().begin(); entry != nullptr; ++entry) {
+    if (vexMarkedForDeletion()) return;
+    if (const Vex::Ptr<SystemStatusSm> machine = systemStatusSm_.member(entry.key())) {
+      machine->reportDeclaredMountStates();
+    } else if (!SystemId::parse(entry.key().view())) {
+      HUBSTORE_TRACE(5) << "reportMountStates" << ": system " << entry.key() << " is not an Ethernet address.";
+    }
+  }
+}
+
 Vex::Ptr<SystemStatusSm> ServiceMountStatusSm::systemStatusSmIs(const Vex::Ptr<const SystemStatus>& systemStatus) {
   if (!systemStatus) Vex::throwMutatorArgNullPointerException("systemStatus");
   const Vex::Name key = systemStatus->name();

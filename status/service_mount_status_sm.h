@@ -72,6 +72,11 @@ class ServiceMountStatusSm : public Vex::PtrInterface {
 
   void handleSystemStatus();
   void handleSystemStatus(const Vex::Name& systemName);
+  // Every switch's machine reports again the group statuses of the groups
+  // the service declares (SystemStatusSm::reportDeclaredMountStates),
+  // switches in key order; a switch whose name is not an Ethernet address is
+  // traced at level 5. Stops when a hook releases the service.
+  void reportMountStates();
   void handleInitialMountsComplete();
   // Also called by a mount group, with its own name, when it is created and
   // whenever it finds itself complete.

@@ -207,22 +207,45 @@ void SystemStatusSm::handleMountStateOf(const ServiceMountGroupStatus& groupStat
   reportMountState(groupStatus);
 }
 
+void SystemStatusSm::reportDeclaredMountStates() {
+  if (!initialized_ || vexMarkedForDeletion()) return;
+  const SystemStatus* status = systemStatusReactor_ ? systemStatusReactor_->notifier() : nullptr;
+  if (!status) return;
+  // As in handleMountState(): a hook may remove this switch or release the
+  // service; the machine is then marked and the report stops.
+  const Vex::Ptr<SystemStatusSm> self(this);
+  const Vex::Ptr<const SystemStatus> record(status);
+  for (auto entry = record->serviceMountGroupStatusMembers().begin(); entry != nullptr; ++entry) {
+    if (vexMarkedForDeletion()) return;
+    const ServiceMountGroupStatus& groupStatus = **entry;
+    if (const HubstoreServiceMountGroup* group = declaredGroup(groupStatus.name())) tellMounter(*group, groupStatus);
+  }
+}
+
 void SystemStatusSm::reportMountState(const ServiceMountGroupStatus& groupStatus) {
   // Runs on every mount state event: raw lookups only, nothing allocated.
-  const Vex::Name& groupName = groupStatus.name();
-  const MountState mountState = groupStatus.mountState();
-  HubstoreService* service = serviceMountStatusSm_ ? serviceMountStatusSm_->hubstoreService() : nullptr;
-  HubstoreServiceMountGroup* group = service ? service->serviceMountGroupRaw(groupName) : nullptr;
+  const HubstoreServiceMountGroup* group = declaredGroup(groupStatus.name());
   if (!group) {
-    HUBSTORE_TRACE(5) << "handleMountState" << ": mount group " << groupName << " does not exist.";
+    HUBSTORE_TRACE(5) << "handleMountState" << ": mount group " << groupStatus.name() << " does not exist.";
     return;
   }
+  tellMounter(*group, groupStatus);
+}
+
+HubstoreServiceMountGroup* SystemStatusSm::declaredGroup(const Vex::Name& groupName) const {
+  HubstoreService* service = serviceMountStatusSm_ ? serviceMountStatusSm_->hubstoreService() : nullptr;
+  return service ? service->serviceMountGroupRaw(groupName) : nullptr;
+}
+
+void SystemStatusSm::tellMounter(const HubstoreServiceMountGroup& group, const ServiceMountGroupStatus& groupStatus) {
   // Held here: the hook may delete the group, and with it these references,
   // or remove this switch, whose machine owns the systemId the hook is given.
-  const Vex::Ptr<HubstoreServiceMounter> mounter = group->mounter();
-  const Vex::Ptr<Mirra::EntityManager> entityManager = group->hubstoreEntityManager();
+  const Vex::Ptr<HubstoreServiceMounter> mounter = group.mounter();
+  const Vex::Ptr<Mirra::EntityManager> entityManager = group.hubstoreEntityManager();
   const Vex::Ptr<SystemStatusSm> self(this);
-  if (mounter) mounter->doHandleControllerMountState(systemId_, groupName, mountState, entityManager);
+  if (mounter) {
+    mounter->doHandleControllerMountState(systemId_, groupStatus.name(), groupStatus.mountState(), entityManager);
+  }
 }
 
 Vex::Ptr<SystemStatusSm::VexServiceMountGroupStatus> SystemStatusSm::serviceMountGroupStatusIs(

@@ -26,6 +26,7 @@
 
 namespace Controller {
 
+class HubstoreServiceMountGroup;
 class ServiceMountStatusSm;
 
 class SystemStatusSm : public Vex::PtrInterface {
@@ -79,6 +80,10 @@ class SystemStatusSm : public Vex::PtrInterface {
   // The same for a group status already in hand (no lookup by name); it
   // reports only while the switch record holds it.
   void handleMountState(const ServiceMountGroupStatus& groupStatus);
+  // Reports again, in key order, each group status of the switch record
+  // whose group the service declares; the others are passed over silently.
+  // Stops when a hook removes the switch or releases the service.
+  void reportDeclaredMountStates();
 
   Vex::Ptr<VexServiceMountGroupStatus> serviceMountGroupStatus(const Vex::Name& groupName) const {
     return serviceMountGroupStatus_.member(groupName);
@@ -113,6 +118,10 @@ class SystemStatusSm : public Vex::PtrInterface {
   // Tells the group's mounter the state of `groupStatus`, a member of the
   // switch record.
   void reportMountState(const ServiceMountGroupStatus& groupStatus);
+  // The group of that name that the owning service declares; null when there
+  // is none, or no service any more.
+  HubstoreServiceMountGroup* declaredGroup(const Vex::Name& groupName) const;
+  void tellMounter(const HubstoreServiceMountGroup& group, const ServiceMountGroupStatus& groupStatus);
 
   // What every mount state event reads comes first, within two cache lines.
   SystemId systemId_;

@@ -48,6 +48,9 @@ InterfacesAgent::InterfacesAgent(const Vex::Ptr<Mirra::EntityManager>& entityMan
   group->closedIs(true);                // the group's description is final
   service_->closedIs(true);             // configuration an earlier run left goes
   service_->publishMountsSynchronizedIs(true);
+  // Switches that reported before the group existed (the agent started over
+  // a live fleet) are heard only when asked, now that the group is declared.
+  service_->reportMountStates();
 }
 
 InterfacesAgent::~InterfacesAgent() {

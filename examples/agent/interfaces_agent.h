@@ -5,7 +5,8 @@
 // interface configuration to every switch. The agent keeps what the library
 // tells it: the switches whose mounts are up, and whether its group is ready.
 //
-//   InterfacesAgent agent(entityManager);   // declares, and closes the service
+//   InterfacesAgent agent(entityManager);   // declares, closes the service, and
+//                                           // hears the switches already up
 //   ...the event loop runs; the library calls the agent back...
 //   if (agent.ready()) ...
 //

@@ -42,6 +42,13 @@ TEST_F(InterfacesAgentTest, FollowsEachSwitchsMountState) {
   EXPECT_EQ(agent.mountedSwitches(), std::set<std::string>{"00:1c:73:00:00:02"});
 }
 
+TEST_F(InterfacesAgentTest, StartingOverALiveFleetHearsTheSwitchesAlreadyUp) {
+  controller().systemStatus("00:1c:73:00:00:01", {{group, mountStateMounted}});
+  controller().systemStatus("00:1c:73:00:00:02", {{group, mountStateFailed}});
+  InterfacesAgent agent(em);
+  EXPECT_EQ(agent.mountedSwitches(), std::set<std::string>{"00:1c:73:00:00:01"});
+}
+
 TEST_F(InterfacesAgentTest, LeavesNoConfigurationBehind) {
   { InterfacesAgent agent(em); }
   EXPECT_FALSE(mountConfig->mountGroupConfig(group));

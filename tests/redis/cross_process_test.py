@@ -4,8 +4,9 @@ instances (127.0.0.1, a free port, no persistence, stopped at the end).
 
   cross_process_test.py --sim PATH --redis-server PATH --source DIR [TEST...]
 
-Tests: transcripts, follow, crash, server_restart, login. Every wait is
-bounded; a test that times out fails with what the processes printed.
+Tests: transcripts, follow, records, fleet_reports, crash, server_restart,
+login. Every wait is bounded; a test that times out fails with what the
+processes printed.
 """
 
 import argparse
@@ -268,6 +269,45 @@ def test_follow(ctx):
         server.kill(signal.SIGTERM)
 
 
+def test_records(ctx):
+    """An agent's `records` creates only what Redis lacks: the statuses that a
+    mount machinery wrote before the agent started stay, and reach its groups.
+    The agent process has had another agent first, whose controller status (at
+    the same path in the process) is not the one Redis holds for this agent;
+    a third agent, of which Redis holds nothing, gets a controller status. A
+    record of another type than its path's, which the store does not keep in
+    Redis, is replaced."""
+    server = RedisServer(ctx.redis_server)
+    try:
+        Sim(ctx.sim, server.url(),
+            "agent A\nrecord controller/status Hubstore::Status\nleaderGenId gen-5\n"
+            "record controller/mount/status/service/A Controller::ServiceMountStatus\n"
+            "record controller/publish/status/service/A Controller::ServicePublishStatus\n"
+            f"systemStatus {SWITCH} g1=mounted\n").finish("machinery")
+        statuses = server.hashes("A:*Status*") | server.hashes("A:status")
+        if server.keys("A:*Config*"):
+            raise Failure(f"the machinery wrote configuration: {server.keys('A:*Config*')}")
+        agent = Sim(ctx.sim, server.url(), "agent B\nrecords leaderGenId=gen-2\n"
+                    "agent A\nrecord controller/publish/config/service/A ServiceMountStatus\nrecords\n"
+                    "mounter m1\nservice svcA\ngroup g1 m1\nreportMountStates\ndump\nserviceDel\n"
+                    "agent C\nrecords\n").finish("agent")
+        if f"hook m1 doHandleControllerMountState {SWITCH} g1 mounted" not in agent:
+            raise Failure(f"the machinery's status did not reach the agent's group: {agent}")
+        if "mountConfig.leaderGenId = gen-5" not in dump_block(agent):
+            raise Failure(f"the agent's records replaced the controller status: {dump_block(agent)}")
+        kept = server.hashes("A:*Status*") | server.hashes("A:status")
+        if kept != statuses:
+            raise Failure(f"the agent's records changed the statuses:\nbefore {statuses}\nafter {kept}")
+        if not server.keys("A:mountConfig") or not server.keys("A:publishConfig"):
+            raise Failure(f"the agent's records did not create the configuration: {server.keys('A:*')}")
+        for key, generation in (("B:status", "gen-2"), ("C:status", "gen-1")):
+            if generation not in server.cli("HGETALL", key):
+                raise Failure(f"{key} holds {server.cli('HGETALL', key)!r}, not the generation {generation}")
+        return f"{len(statuses)} status keys kept, the configuration created"
+    finally:
+        server.kill(signal.SIGTERM)
+
+
 def test_fleet_reports(ctx):
     """Another process writes 2,000 switches with 20 group statuses each: the
     following agent hears every one of the 40,000 statuses once, in every
@@ -369,8 +409,8 @@ def test_login(ctx):
     return f"wrong password and absent server: exit 2 ({elapsed:.1f}s)"
 
 
-TESTS = {"transcripts": test_transcripts, "follow": test_follow, "fleet_reports": test_fleet_reports,
-         "crash": test_crash,
+TESTS = {"transcripts": test_transcripts, "follow": test_follow, "records": test_records,
+         "fleet_reports": test_fleet_reports, "crash": test_crash,
          "server_restart": test_server_restart, "login": test_login}
 
 

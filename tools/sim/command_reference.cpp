@@ -17,7 +17,9 @@ constexpr CommandEntry kWorld[] = {
      "`controller/status` with leader generation id ID (`gen-1` when not given), the mount and publish "
      "configurations `controller/mount/config/service/AGENT` and `controller/publish/config/service/AGENT`, "
      "and the mount and publish statuses `controller/mount/status/service/AGENT` and "
-     "`controller/publish/status/service/AGENT`. Without them `service` fails a library assertion.",
+     "`controller/publish/status/service/AGENT`. Without them `service` fails a library assertion. With "
+     "`--store`, a record the state database already holds for the agent stays as it is (another process may "
+     "own it, as the mount machinery owns the statuses): only the missing ones are created.",
      "records leaderGenId=gen-2"},
     {"record", "create one empty record at PATH",
      "Puts an empty record of TYPE at PATH, named after PATH's last component, in place of whatever was there. "
@@ -130,6 +132,13 @@ constexpr CommandEntry kAgent[] = {
      "Calls the service's `publishMountsSynchronizedIs(BOOL)`. Every change of the flag, back to false too, "
      "marks the publish configuration ready.",
      "publishMountsSynchronized true"},
+    {"reportMountStates", "tell the groups the switches' states again",
+     "Calls the service's `reportMountStates()`: every group status in the mount status whose group is declared "
+     "now is reported to its mounter (doHandleControllerMountState), switches and groups in name order. A group "
+     "declared after the switches reported hears nothing of their states until one changes; an agent that "
+     "starts over a live fleet asks once its groups are declared. Group statuses of groups not declared are "
+     "passed over without a trace; a switch whose name is not an Ethernet address is traced at level 5.",
+     "reportMountStates"},
     {"group", "declare group G with mounter M",
      "Calls `serviceMountGroupIs(G, M)`, with no mounter for `none`; the group creates its mount and publish "
      "group configurations. Declaring the group again with another mounter raises "

@@ -28,6 +28,10 @@ class RecordStore {
   virtual void agentIs(const std::string& name, Mirra::EntityManager& em) = 0;
   virtual void recordIs(const Vex::String& path, const Vex::Ptr<Vex::Entity>& record) = 0;
   virtual bool recordDel(const Vex::String& path) = 0;
+  // Whether the record at `path` is the one the store holds for the agent:
+  // read from it, or placed through it since. Another process may own it,
+  // so `records` leaves it as it is.
+  virtual bool holds(const Vex::String& path) const = 0;
   virtual void ownedIs(Side side) = 0;
   // Applies what other processes wrote and sends what this one wrote; a
   // hook's exception leaves it.

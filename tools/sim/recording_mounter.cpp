@@ -1,6 +1,7 @@
 #include "tools/sim/recording_mounter.h"
 
 #include <hubstore/foundations/framework/exception.h>
+#include "tools/sim/scenario_words.h"
 
 namespace hubstore::sim {
 
@@ -26,7 +27,8 @@ void RecordingMounter::doHandleControllerMountState(const Controller::SystemId& 
     if (printed) {
       const std::string state = Controller::mountStateName(mountState);
       const std::string_view hook = mounterHookName(MounterHook::HandleControllerMountState);
-      out_.line(LineKind::Hook, "hook " + name_ + " " + std::string(hook) + " " + system + " " + group + " " + state,
+      out_.line(LineKind::Hook,
+                "hook " + quoteWord(name_) + " " + std::string(hook) + " " + system + " " + quoteWord(group) + " " + state,
                 {{"mounter", name_},
                  {"hook", std::string(hook)},
                  {"group", group},
@@ -49,7 +51,7 @@ void RecordingMounter::actionIs(MounterHook hook, std::string group, std::shared
 void RecordingMounter::groupHookCalled(MounterHook hook, const Vex::String& groupName) {
   const std::string group = groupName.stdString();
   const std::string name(mounterHookName(hook));
-  out_.line(LineKind::Hook, "hook " + name_ + " " + name + " " + group,
+  out_.line(LineKind::Hook, "hook " + quoteWord(name_) + " " + name + " " + quoteWord(group),
             {{"mounter", name_}, {"hook", name}, {"group", group}});
   if (listener_) listener_({hook, name_, group, "", std::nullopt});
   act(hook, groupName);

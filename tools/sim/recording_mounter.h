@@ -4,7 +4,8 @@
 //   hook M doHandleControllerMountState SYSID G STATE
 //   hook M doMountsComplete G
 //   hook M doInitialSwitchMountsComplete G
-// where M is the name the scenario gave it and SYSID the system id's text form.
+// where M is the name the scenario gave it and SYSID the system id's text form;
+// M and G are written as a scenario writes a word (quoteWord).
 //
 // A counting mounter prints no doHandleControllerMountState line; every
 // recording mounter counts those calls by state, for a fleet whose hundreds

@@ -38,19 +38,57 @@ void RedisRecordStore::agentIs(const std::string& name, Mirra::EntityManager& em
   for (Side side : {Side::config, Side::status}) {
     if (owns_[static_cast<int>(side)]) store_->ownedIs(redisSide(side), true);
   }
+  foreign_.clear();
+  for (hubstore::redis::RecordSlot slot : hubstore::redis::kRecordSlots) {
+    const Vex::String path(store_->keys().recordPath(slot));
+    if (Vex::Ptr<Vex::Entity> record = em.getEntity(path)) {
+      foreign_.emplace(path.stdString(), record);
+      em.entityDel(path);
+    }
+  }
+  const auto putBackWhatRedisLacks = [this, &em] {
+    for (auto it = foreign_.begin(); it != foreign_.end();) {
+      const Vex::String path(it->first);
+      if (em.getEntity(path)) {
+        it = foreign_.erase(it);
+      } else {
+        em.entityIs(path, it->second);
+        ++it;
+      }
+    }
+  };
   try {
     store_->open();
   } catch (const std::exception& error) {
     store_ = nullptr;
+    putBackWhatRedisLacks();
     throw ScenarioError(std::string("--store: ") + error.what());
   }
+  putBackWhatRedisLacks();
 }
 
 void RedisRecordStore::recordIs(const Vex::String& path, const Vex::Ptr<Vex::Entity>& record) {
   store_->recordIs(path, record);
+  // The store keeps a record in Redis only when its type is its path's.
+  const auto slot = store_->keys().recordAtPath(path.view());
+  if (slot && record && !hubstore::redis::RecordCodec::holds(*slot, *record)) {
+    foreign_[path.stdString()] = record;
+  } else {
+    foreign_.erase(path.stdString());
+  }
 }
 
-bool RedisRecordStore::recordDel(const Vex::String& path) { return store_->recordDel(path); }
+bool RedisRecordStore::recordDel(const Vex::String& path) {
+  foreign_.erase(path.stdString());
+  return store_->recordDel(path);
+}
+
+bool RedisRecordStore::holds(const Vex::String& path) const {
+  if (!store_) return false;
+  const Vex::Ptr<Vex::Entity> record = store_->entityManager()->getEntity(path);
+  const auto foreign = foreign_.find(path.stdString());
+  return record && (foreign == foreign_.end() || foreign->second != record);
+}
 
 void RedisRecordStore::ownedIs(Side side) {
   if (owns_[static_cast<int>(side)]) return;

@@ -11,6 +11,7 @@
 // command runs, within a bounded wait.
 
 #include <chrono>
+#include <map>
 #include <memory>
 #include <string>
 
@@ -29,9 +30,14 @@ class RedisRecordStore : public RecordStore {
   // Waits, bounded, for the writes of the process to be answered.
   ~RedisRecordStore() override;
 
+  // The records the entity manager holds at the agent's paths are set aside
+  // while the store opens, so that what the store puts there is what Redis
+  // holds; those Redis lacks come back, foreign to the store (another
+  // agent's controller status, a record of another type).
   void agentIs(const std::string& name, Mirra::EntityManager& em) override;
   void recordIs(const Vex::String& path, const Vex::Ptr<Vex::Entity>& record) override;
   bool recordDel(const Vex::String& path) override;
+  bool holds(const Vex::String& path) const override;
   void ownedIs(Side side) override;
   void process() override;
 
@@ -45,6 +51,9 @@ class RedisRecordStore : public RecordStore {
   hubstore::redis::RedisStore::Options options_;
   std::unique_ptr<hubstore::redis::RedisStore> store_;
   bool owns_[2] = {false, false};
+  // By path: records at the agent's paths that the store does not keep in
+  // Redis.
+  std::map<std::string, Vex::Ptr<Vex::Entity>> foreign_;
 };
 
 }  // namespace hubstore::sim

@@ -206,6 +206,7 @@ const VerbTable& verbTable() {
         {"serviceDel", fixed({})},
         {"closed", fixed({BOOL})},
         {"publishMountsSynchronized", fixed({BOOL})},
+        {"reportMountStates", fixed({})},
         {"group", fixed({G, {"M|none"}})},
         {"groupDel", fixed({G})},
         {"controllerMount", fixed({G, REMOTE, H, TYPE, {"FLAGS"}})},
@@ -810,22 +811,9 @@ std::optional<unsigned> parseTraceLevels(std::string_view text) {
 }
 
 std::string quoteIfNeeded(std::string_view text) {
-  // A leading '#' would read back as a comment.
-  bool needed = text.empty() || text.front() == '#';
-  for (char c : text) {
-    if (isBlank(c) || c == '\n' || c == '"' || c == '=' || c == '[' ||
-        c == ']' || c == '\\') {
-      needed = true;
-    }
-  }
-  if (!needed) return std::string(text);
-  std::string out = "\"";
-  for (char c : text) {
-    if (c == '"' || c == '\\') out += '\\';
-    out += c;
-  }
-  out += '"';
-  return out;
+  // Inside a path or a NAME=VALUE word these mark structure too.
+  const bool structure = text.find_first_of("=[]") != std::string_view::npos;
+  return structure ? quoted(text) : quoteWord(text);
 }
 
 std::string formatConfigPath(const ConfigPath& path) {

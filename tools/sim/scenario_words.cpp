@@ -59,4 +59,20 @@ std::string joinRaw(std::span<const Word> words) {
   return out;
 }
 
+std::string quoteWord(std::string_view text) {
+  // A leading '#' would read back as a comment.
+  bool needed = text.empty() || text.front() == '#';
+  for (char c : text) needed = needed || isBlank(c) || c == '\n' || c == '"' || c == '\\';
+  return needed ? quoted(text) : std::string(text);
+}
+
+std::string quoted(std::string_view text) {
+  std::string out = "\"";
+  for (char c : text) {
+    if (c == '"' || c == '\\') out += '\\';
+    out += c;
+  }
+  return out + '"';
+}
+
 }  // namespace hubstore::sim

@@ -47,4 +47,12 @@ std::optional<std::string> lexLine(std::string_view line, std::vector<Word>& wor
 // The words as written, one blank between them.
 std::string joinRaw(std::span<const Word> words);
 
+// `text` as a scenario writes it as one word: as it stands, or in double
+// quotes when it is empty, begins with `#`, or holds a blank, a line break,
+// `"` or `\`, with `"` and `\` escaped inside. lexLine() reads it back as
+// `text`, one with a line break excepted (a scenario line cannot hold one).
+std::string quoteWord(std::string_view text);
+// `text` in double quotes, `"` and `\` escaped.
+std::string quoted(std::string_view text);
+
 }  // namespace hubstore::sim

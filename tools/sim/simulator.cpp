@@ -272,6 +272,7 @@ const std::map<std::string, Simulator::Handler, std::less<>>& Simulator::handler
       {"serviceDel", &Simulator::serviceDelCommand},
       {"closed", &Simulator::closedCommand},
       {"publishMountsSynchronized", &Simulator::publishMountsSynchronizedCommand},
+      {"reportMountStates", &Simulator::reportMountStatesCommand},
       {"group", &Simulator::groupCommand},
       {"groupDel", &Simulator::groupDelCommand},
       {"controllerMount", &Simulator::controllerMountCommand},
@@ -388,13 +389,18 @@ void Simulator::placeRecord(const Vex::String& path, const Vex::Ptr<Vex::Entity>
 
 void Simulator::recordsCommand(const Command& c) {
   const Vex::String agent = agentName();
+  // A record the store holds may be another process's (the mount machinery
+  // wrote the statuses before this agent started): it is not replaced.
+  const auto placeMissing = [this](const Vex::String& path, const Vex::Ptr<Vex::Entity>& record) {
+    if (!store_ || !store_->holds(path)) placeRecord(path, record);
+  };
   auto status = Hubstore::Status::StatusIs(recordName(kHubstoreStatusPath));
   status->leaderGenIdIs(Vex::String(c.fields.empty() ? std::string("gen-1") : c.fields[0].second));
-  placeRecord(Vex::String(kHubstoreStatusPath), status);
-  placeRecord(ConfigDump::mountConfigPath(agent), Controller::ServiceMountConfig::ServiceMountConfigIs(agent));
-  placeRecord(mountStatusPath(agent), ServiceMountStatus::ServiceMountStatusIs(agent));
-  placeRecord(ConfigDump::publishConfigPath(agent), Controller::ServicePublishConfig::ServicePublishConfigIs(agent));
-  placeRecord(publishStatusPath(agent), ServicePublishStatus::ServicePublishStatusIs(agent));
+  placeMissing(Vex::String(kHubstoreStatusPath), status);
+  placeMissing(ConfigDump::mountConfigPath(agent), Controller::ServiceMountConfig::ServiceMountConfigIs(agent));
+  placeMissing(mountStatusPath(agent), ServiceMountStatus::ServiceMountStatusIs(agent));
+  placeMissing(ConfigDump::publishConfigPath(agent), Controller::ServicePublishConfig::ServicePublishConfigIs(agent));
+  placeMissing(publishStatusPath(agent), ServicePublishStatus::ServicePublishStatusIs(agent));
   everythingTouched();
 }
 
@@ -552,6 +558,8 @@ void Simulator::closedCommand(const Command& c) { service().closedIs(boolArg(c.a
 void Simulator::publishMountsSynchronizedCommand(const Command& c) {
   service().publishMountsSynchronizedIs(boolArg(c.args[0]));
 }
+
+void Simulator::reportMountStatesCommand(const Command&) { service().reportMountStates(); }
 
 void Simulator::groupCommand(const Command& c) {
   Controller::HubstoreService& svc = service();

@@ -170,6 +170,7 @@ class Simulator {
   void serviceDelCommand(const Command& c);
   void closedCommand(const Command& c);
   void publishMountsSynchronizedCommand(const Command& c);
+  void reportMountStatesCommand(const Command& c);
   void groupCommand(const Command& c);
   void groupDelCommand(const Command& c);
   void controllerMountCommand(const Command& c);
