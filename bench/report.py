@@ -145,6 +145,11 @@ def store_start_rows(t, fleet):
     reports = min(s["mount_state_reports"] for s in starts)
     t.add(f"  group statuses held / reported at start, {label}", f"{held:,} / {reports:,}", f"loaded {statuses:,}",
           None, "all held", held == statuses)
+    if "reports_on_request" in ours:
+        on_request = min(s["reports_on_request"] for s in starts)
+        t.add(f"  then reportMountStates(), {label}",
+              f"{show_time(statistics.median(s['report_seconds'] for s in starts) * 1e9)}, {on_request:,} hook calls",
+              "", None, "all reported", on_request == statuses)
     heap = (ours["heap_after_bytes"] - ours["heap_before_bytes"]) / statuses
     t.against_goal(f"  agent heap per group status, {label}", heap, 250, show_bytes_per)
     if "heap_opened_bytes" in ours:

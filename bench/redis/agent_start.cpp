@@ -3,6 +3,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 
 #include "fleet_agent.h"
@@ -33,8 +34,12 @@ long long peakResidentBytes() {
 std::string AgentStart::measure(const std::string& url, const Fleet& fleet) {
   const long long heapBefore = FleetAgent::heapInUse();
   const long long rssBefore = residentBytes();
-  const FleetAgent agent(url, fleet);
+  FleetAgent agent(url, fleet);
   const long long heapAfter = FleetAgent::heapInUse();
+  const long long reportsAtStart = agent.mounter().mountStates;
+  const auto reporting = std::chrono::steady_clock::now();
+  agent.reportMountStates();
+  const double reportSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - reporting).count();
   JsonRecord record;
   record.number("seconds", agent.timings().total())
       .number("open_seconds", agent.timings().open)
@@ -44,7 +49,9 @@ std::string AgentStart::measure(const std::string& url, const Fleet& fleet) {
       .integer("keys_read", static_cast<long long>(agent.store().statistics().keysRead))
       .integer("switches", agent.switchesHeld())
       .integer("statuses", agent.statusesHeld())
-      .integer("mount_state_reports", agent.mounter().mountStates)
+      .integer("mount_state_reports", reportsAtStart)
+      .number("report_seconds", reportSeconds)
+      .integer("reports_on_request", agent.mounter().mountStates - reportsAtStart)
       .integer("heap_before_bytes", heapBefore)
       .integer("heap_opened_bytes", agent.heap().opened)
       .integer("heap_declared_bytes", agent.heap().declared)

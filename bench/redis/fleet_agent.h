@@ -52,6 +52,9 @@ class FleetAgent {
   hubstore::redis::RedisStore& store() { return store_; }
   const hubstore::redis::RedisStore& store() const { return store_; }
   const CountingMounter& mounter() const { return *mounter_; }
+  // What an agent starting over a live fleet asks once its groups are
+  // declared: every group status the records hold, to the hook.
+  void reportMountStates() { service_->reportMountStates(); }
   // What the records hold after the start.
   long long switchesHeld() const;
   long long statusesHeld() const;
