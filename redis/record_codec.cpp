@@ -428,9 +428,26 @@ std::string RecordCodec::memberField(std::string_view key) {
   return field;
 }
 
+bool RecordCodec::isMemberField(std::string_view field) {
+  return field.size() >= 2 && field.front() == '[' && field.back() == ']';
+}
+
 std::optional<std::string> RecordCodec::fieldKey(std::string_view field) {
-  if (field.size() < 2 || field.front() != '[' || field.back() != ']') return std::nullopt;
-  return RedisKeySchema::unquoted(field.substr(1, field.size() - 2));
+  if (!isMemberField(field)) return std::nullopt;
+  const std::string_view key = field.substr(1, field.size() - 2);
+  // Most keys are not quoted: read them without the quoting's rules.
+  if (!key.empty() && key.front() != '"' && key.find_first_of("[]") == std::string_view::npos) {
+    return std::string(key);
+  }
+  return RedisKeySchema::unquoted(key);
+}
+
+const Vex::Name& RecordCodec::Names::operator()(const std::string& text) {
+  auto found = names_.find(text);
+  if (found != names_.end()) return found->second;
+  // Bounded: names that do not repeat (another writer's) do not pile up.
+  if (names_.size() >= kMaxNames) names_.clear();
+  return names_.emplace(text, Vex::Name(text)).first->second;
 }
 
 bool RecordCodec::isFieldMemberKey(const RedisKeySchema::Path& path) {
@@ -444,13 +461,16 @@ bool RecordCodec::isFieldMemberKey(const RedisKeySchema::Path& path) {
 
 void RecordCodec::applyFields(Vex::Entity& e, const Fields& given, const Context& context) {
   // What the entity holds: its own fields ("name" may be left out, the key
-  // names the entity) and, for some, members in fields.
-  const Fields own = ownFields(e);
+  // names the entity) and, for some, members in fields. A record that holds
+  // members in fields (a switch, a filter, a publish group status) has no
+  // other own field than its name.
+  const Members collections = collectionsOf(e);
   bool hasFieldMembers = false;
-  for (const Collection& c : collectionsOf(e)) hasFieldMembers = hasFieldMembers || c.inFields;
+  for (const Collection& c : collections) hasFieldMembers = hasFieldMembers || c.inFields;
+  const Fields own = hasFieldMembers ? Fields() : ownFields(e);
   std::optional<Fields> readable;
   for (const auto& [name, value] : given) {
-    const bool known = own.count(name) || (hasFieldMembers && fieldKey(name));
+    const bool known = name == "name" || (hasFieldMembers ? isMemberField(name) : own.count(name) > 0);
     const bool oversized = name.size() > kMaxValueBytes || value.size() > kMaxValueBytes;
     if (known && !oversized) continue;
     const std::string shown = name.size() > 64 ? name.substr(0, 64) + "..." : name;
@@ -493,7 +513,7 @@ void RecordCodec::applyFields(Vex::Entity& e, const Fields& given, const Context
     if (field(fields, "remoteTargetPath")) r->remoteTargetPathIs(stringField(fields, "remoteTargetPath"));
     if (auto ready = boolField("readyToPublish")) r->readyToPublishIs(*ready);
   }
-  for (const Collection& c : collectionsOf(e)) {
+  for (const Collection& c : collections) {
     if (c.inFields) applyFieldMembers(e, c, fields, context);
   }
 }
@@ -582,25 +602,25 @@ bool RecordCodec::applyFieldMember(Vex::Entity& e, const Collection& c, const st
     return false;
   };
   const bool isBool = value == "true" || value == "false";
-  const Vex::Name name(key);
-  if (auto* r = as<SystemStatus>(e)) {
+  // The collection tells the holder's type: one of the four held in fields.
+  if (&c == kSystemStatusMembers) {
     const auto state = mountStateFromName(value);
     if (!state) return unreadable("'" + value + "' is no mount state");
-    // An existing status is returned as it is; a new one starts unknown.
-    r->serviceMountGroupStatusIs(name, mountStateUnknown)->mountStateIs(*state);
-  } else if (auto* r = as<MountFilterSystem>(e)) {
+    // An existing status is returned as it is; a new one starts unknown. A
+    // fleet's group names repeat on every switch: they are shared.
+    static_cast<SystemStatus&>(e).serviceMountGroupStatusIs(context.name(key), mountStateUnknown)->mountStateIs(*state);
+  } else if (&c == kSystemFilterMembers) {
     if (!isBool) return unreadable("'" + value + "' is not true or false");
-    r->includedSystemIs(name, value == "true");
-  } else if (auto* r = as<MountFilterServiceVersion>(e)) {
+    static_cast<MountFilterSystem&>(e).includedSystemIs(Vex::Name(key), value == "true");
+  } else if (&c == kVersionFilterMembers) {
     const auto version = numberKey(key);
     if (!version) return unreadable("not a version number");
     if (!isBool) return unreadable("'" + value + "' is not true or false");
-    r->includedServiceVersionIs(*version, value == "true");
-  } else if (auto* r = as<ServicePublishGroupStatus>(e)) {
+    static_cast<MountFilterServiceVersion&>(e).includedServiceVersionIs(*version, value == "true");
+  } else if (&c == kPublishGroupStatusMembers) {
     if (value != "true") return unreadable("'" + value + "' is not true");
-    r->publishStatusIs(name);
+    static_cast<ServicePublishGroupStatus&>(e).publishStatusIs(context.name(key));
   }
-  (void)c;
   return true;
 }
 

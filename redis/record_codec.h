@@ -24,15 +24,16 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include <hubstore/foundations/framework/entity.h>
 #include <hubstore/foundations/framework/ptr.h>
+#include <hubstore/redis/fields.h>
 #include <hubstore/redis/redis_key_schema.h>
 
 namespace hubstore::redis {
 
-using Fields = std::map<std::string, std::string>;
 
 class RecordCodec {
  public:
@@ -49,10 +50,22 @@ class RecordCodec {
   // and where to say what could not be read. What cannot be read is left out
   // and changes nothing: a value keeps its last good one, a member that
   // cannot be read is not created.
+  // Names read again and again (a fleet's group names, one per switch),
+  // shared rather than made once per switch.
+  class Names {
+   public:
+    const Vex::Name& operator()(const std::string& text);
+
+   private:
+    static constexpr std::size_t kMaxNames = 4096;
+    std::unordered_map<std::string, Vex::Name> names_;
+  };
   struct Context {
     std::function<Vex::Entity*(RecordSlot)> roots;
     std::vector<std::string>* problems = nullptr;
+    Names* names = nullptr;
     Vex::Entity* root(RecordSlot slot) const { return roots ? roots(slot) : nullptr; }
+    Vex::Name name(const std::string& text) const { return names ? (*names)(text) : Vex::Name(text); }
     void problem(std::string what) const {
       if (problems) problems->push_back(std::move(what));
     }
@@ -98,6 +111,8 @@ class RecordCodec {
   // "[KEY]", quoted as keys are; and back (nullopt for an own field).
   static std::string memberField(std::string_view key);
   static std::optional<std::string> fieldKey(std::string_view field);
+  // Whether the field is of the "[KEY]" form.
+  static bool isMemberField(std::string_view field);
   // A key naming a member that is now a field: the layout of hubstore 0.2,
   // where every member was a key of its own.
   static bool isFieldMemberKey(const RedisKeySchema::Path& path);

@@ -255,6 +255,7 @@ class RedisStore : private RecordWatcher::Owner {
   std::map<std::string, Fields> followedInRedis_;
   bool pongPending_ = false;
 
+  RecordCodec::Names names_;
   // By watchAddress: a record's key, or its holder's key and its field.
   std::map<std::string, Vex::Ptr<RecordWatcher>> watchers_;
   Statistics statistics_;
