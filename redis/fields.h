@@ -10,7 +10,7 @@
 //   if (auto found = fields.find("name"); found != fields.end()) ...
 //
 // Adding a field moves the fields after it, so a hash is best built whole
-// (Fields::sorted) and then read.
+// (Fields::inOrder) and then read.
 
 #include <algorithm>
 #include <cstddef>
@@ -35,17 +35,12 @@ class Fields {
     std::stable_sort(fields_.begin(), fields_.end(), byName);
     dropRepeated();
   }
-  // A hash's fields as read: names do not repeat.
-  static Fields sorted(std::vector<value_type> fields) {
-    Fields sorted;
-    sorted.fields_ = std::move(fields);
-    // What a store wrote comes back in the order written, in name order.
-    if (!std::is_sorted(sorted.fields_.begin(), sorted.fields_.end(), byName)) {
-      std::sort(sorted.fields_.begin(), sorted.fields_.end(), byName);
-    }
-    return sorted;
+  // Fields already in name order, without repeats.
+  static Fields inOrder(std::vector<value_type> fields) {
+    Fields inOrder;
+    inOrder.fields_ = std::move(fields);
+    return inOrder;
   }
-
   const_iterator begin() const { return fields_.begin(); }
   const_iterator end() const { return fields_.end(); }
   std::size_t size() const { return fields_.size(); }

@@ -102,7 +102,7 @@ Vex::String stringField(const Fields& fields, const char* name) {
   return Vex::String(value ? *value : std::string());
 }
 
-std::optional<std::uint32_t> numberKey(const std::string& key) {
+std::optional<std::uint32_t> numberKey(std::string_view key) {
   std::uint32_t value = 0;
   const auto [end, error] = std::from_chars(key.data(), key.data() + key.size(), value);
   if (key.empty() || error != std::errc() || end != key.data() + key.size()) return std::nullopt;
@@ -442,12 +442,12 @@ std::optional<std::string> RecordCodec::fieldKey(std::string_view field) {
   return RedisKeySchema::unquoted(key);
 }
 
-const Vex::Name& RecordCodec::Names::operator()(const std::string& text) {
+const Vex::Name& RecordCodec::Names::operator()(std::string_view text) {
   auto found = names_.find(text);
   if (found != names_.end()) return found->second;
   // Bounded: names that do not repeat (another writer's) do not pile up.
   if (names_.size() >= kMaxNames) names_.clear();
-  return names_.emplace(text, Vex::Name(text)).first->second;
+  return names_.emplace(std::string(text), Vex::Name(text)).first->second;
 }
 
 bool RecordCodec::isFieldMemberKey(const RedisKeySchema::Path& path) {
@@ -595,30 +595,36 @@ Vex::Entity* RecordCodec::applyMember(Vex::Entity& e, const Collection& c, const
   return member;
 }
 
-bool RecordCodec::applyFieldMember(Vex::Entity& e, const Collection& c, const std::string& key,
-                                   const std::string& value, const Context& context) {
+bool RecordCodec::applyFieldMember(Vex::Entity& e, const Collection& c, std::string_view key, std::string_view value,
+                                   const Context& context) {
   auto unreadable = [&](const std::string& why) {
     context.problem("field " + memberField(key) + ": " + why);
     return false;
+  };
+  auto quotedValue = [&] {
+    std::string quoted(1, '\'');
+    quoted += value;
+    quoted += '\'';
+    return quoted;
   };
   const bool isBool = value == "true" || value == "false";
   // The collection tells the holder's type: one of the four held in fields.
   if (&c == kSystemStatusMembers) {
     const auto state = mountStateFromName(value);
-    if (!state) return unreadable("'" + value + "' is no mount state");
+    if (!state) return unreadable(quotedValue() + " is no mount state");
     // An existing status is returned as it is; a new one starts unknown. A
     // fleet's group names repeat on every switch: they are shared.
     static_cast<SystemStatus&>(e).serviceMountGroupStatusIs(context.name(key), mountStateUnknown)->mountStateIs(*state);
   } else if (&c == kSystemFilterMembers) {
-    if (!isBool) return unreadable("'" + value + "' is not true or false");
+    if (!isBool) return unreadable(quotedValue() + " is not true or false");
     static_cast<MountFilterSystem&>(e).includedSystemIs(Vex::Name(key), value == "true");
   } else if (&c == kVersionFilterMembers) {
     const auto version = numberKey(key);
     if (!version) return unreadable("not a version number");
-    if (!isBool) return unreadable("'" + value + "' is not true or false");
+    if (!isBool) return unreadable(quotedValue() + " is not true or false");
     static_cast<MountFilterServiceVersion&>(e).includedServiceVersionIs(*version, value == "true");
   } else if (&c == kPublishGroupStatusMembers) {
-    if (value != "true") return unreadable("'" + value + "' is not true");
+    if (value != "true") return unreadable(quotedValue() + " is not true");
     static_cast<ServicePublishGroupStatus&>(e).publishStatusIs(context.name(key));
   }
   return true;
@@ -667,7 +673,16 @@ void RecordCodec::applyFieldMembers(Vex::Entity& e, const Collection& c, const F
   Vex::Ptr<Vex::Entity> holder(&e);
   std::size_t applied = 0;
   for (const auto& [field, value] : fields) {
-    if (auto key = fieldKey(field)) applied += applyFieldMember(e, c, *key, value, context);
+    if (!isMemberField(field)) continue;
+    // Most keys are not quoted: read without a copy.
+    const std::string_view key = std::string_view(field).substr(1, field.size() - 2);
+    if (!key.empty() && key.front() != '"' && key.find_first_of("[]") == std::string_view::npos) {
+      applied += applyFieldMember(e, c, key, value, context);
+    } else if (auto unquoted = fieldKey(field)) {
+      applied += applyFieldMember(e, c, *unquoted, value, context);
+    } else {
+      context.problem("field " + field + ": not a member's name");
+    }
   }
   // Each member is one of those just written, unless some are left over.
   if (fieldMemberCount(e) == applied) return;

@@ -54,18 +54,22 @@ class RecordCodec {
   // shared rather than made once per switch.
   class Names {
    public:
-    const Vex::Name& operator()(const std::string& text);
+    const Vex::Name& operator()(std::string_view text);
 
    private:
+    struct Hash {
+      using is_transparent = void;
+      std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
+    };
     static constexpr std::size_t kMaxNames = 4096;
-    std::unordered_map<std::string, Vex::Name> names_;
+    std::unordered_map<std::string, Vex::Name, Hash, std::equal_to<>> names_;
   };
   struct Context {
     std::function<Vex::Entity*(RecordSlot)> roots;
     std::vector<std::string>* problems = nullptr;
     Names* names = nullptr;
     Vex::Entity* root(RecordSlot slot) const { return roots ? roots(slot) : nullptr; }
-    Vex::Name name(const std::string& text) const { return names ? (*names)(text) : Vex::Name(text); }
+    Vex::Name name(std::string_view text) const { return names ? (*names)(text) : Vex::Name(text); }
     void problem(std::string what) const {
       if (problems) problems->push_back(std::move(what));
     }
@@ -143,8 +147,8 @@ class RecordCodec {
                         const Context& context);
   // Creates or updates the member `key` held in a field with its `value`;
   // false when the value or the key cannot be read.
-  static bool applyFieldMember(Vex::Entity& entity, const Collection& collection, const std::string& key,
-                               const std::string& value, const Context& context);
+  static bool applyFieldMember(Vex::Entity& entity, const Collection& collection, std::string_view key,
+                               std::string_view value, const Context& context);
   // Brings the members of `collection` held in fields in line with `fields`.
   static void applyFieldMembers(Vex::Entity& entity, const Collection& collection, const Fields& fields,
                                 const Context& context);
