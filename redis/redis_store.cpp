@@ -143,6 +143,55 @@ RedisStore::~RedisStore() {
 // ---------------------------------------------------------------------------
 // Opening and the connection's lifecycle
 
+void RedisStore::checkServer(const RedisEndpoint& endpoint, milliseconds silence) {
+  RedisConnection connection("data");
+  const std::string where = "redis at " + endpoint.describe();
+  auto fail = [&](const std::string& why) { throw RedisStoreError(why); };
+  if (!connection.open(endpoint)) {
+    fail("no answer from " + where + " within " + std::to_string(silence.count()) + " ms (" + connection.error() + ")");
+  }
+  std::string refusal;
+  bool answered = false;
+  if (!endpoint.password.empty()) {
+    std::vector<std::string_view> auth{"AUTH"};
+    if (!endpoint.user.empty()) auth.push_back(endpoint.user);
+    auth.push_back(endpoint.password);
+    connection.command(auth, [&](const redisReply& reply) {
+      if (isError(reply) && refusal.empty()) refusal = where + " refused the login: " + std::string(text(reply));
+    });
+  }
+  if (endpoint.database != 0) {
+    connection.command({"SELECT", std::to_string(endpoint.database)}, [&](const redisReply& reply) {
+      if (isError(reply) && refusal.empty()) {
+        refusal = where + " has no database " + std::to_string(endpoint.database) + ": " + std::string(text(reply));
+      }
+    });
+  }
+  connection.command({"PING"}, [&](const redisReply&) { answered = true; });
+  auto lastAnswer = Clock::now();
+  std::uint64_t replies = 0;
+  while (!answered) {
+    if (!connection.isOpen()) fail("no answer from " + where + " (" + connection.error() + ")");
+    pollfd p{connection.fd(), static_cast<short>(POLLIN | (connection.connecting() || connection.wantsWrite() ? POLLOUT : 0)), 0};
+    ::poll(&p, 1, 50);
+    if (connection.connecting() && (p.revents & (POLLOUT | POLLERR | POLLHUP)) && !connection.finishConnect()) {
+      fail("no answer from " + where + " within " + std::to_string(silence.count()) + " ms (" + connection.error() + ")");
+    }
+    if (!connection.flush() || !connection.read()) {
+      if (!refusal.empty()) fail(refusal);
+      fail("no answer from " + where + " (" + connection.error() + ")");
+    }
+    if (connection.repliesRead() != replies) {
+      replies = connection.repliesRead();
+      lastAnswer = Clock::now();
+    }
+    if (Clock::now() - lastAnswer > silence) {
+      fail("no answer from " + where + " within " + std::to_string(silence.count()) + " ms");
+    }
+  }
+  if (!refusal.empty()) fail(refusal);
+}
+
 void RedisStore::open() {
   if (state_ != State::closed) return;
   fatalError_.clear();
@@ -205,7 +254,7 @@ void RedisStore::sendHandshake() {
       if (!isError(reply)) return;
       const std::string why = "redis at " + options_.endpoint.describe() + " refused the login: " +
                               std::string(text(reply));
-      loaded_ ? lose(why) : fatal(why);
+      refused(why);
     };
     data_.command(auth, checkLogin);
     notifications_.command(auth, checkLogin);
@@ -216,9 +265,17 @@ void RedisStore::sendHandshake() {
       if (!isError(reply)) return;
       const std::string why = "redis at " + options_.endpoint.describe() + " has no database " +
                               std::to_string(options_.endpoint.database) + ": " + std::string(text(reply));
-      loaded_ ? lose(why) : fatal(why);
+      refused(why);
     });
   }
+  // A user without the agent's keys is told now, not at its first write.
+  const std::string statusKey = keys_.recordKey(RecordSlot::status);
+  data_.command({"EXISTS", statusKey}, [this, statusKey](const redisReply& reply) {
+    if (!isError(reply)) return;
+    refused("redis at " + options_.endpoint.describe() + " refused to read " + statusKey + ": " +
+            std::string(text(reply)) +
+            needs(reply, "the key permission ~" + keys_.pattern() + " and the command permission +exists"));
+  });
   data_.command({"CONFIG", "GET", "notify-keyspace-events"}, [this](const redisReply& reply) {
     if (isError(reply) || reply.type != REDIS_REPLY_ARRAY || reply.elements != 2) {
       VEX_TRACE(redisStoreTrace, 5) << "RedisStore::keyspaceNotifications unknown: "
@@ -243,10 +300,21 @@ void RedisStore::sendHandshake() {
   });
   const std::string channels =
       "__keyspace@" + std::to_string(endpoint.database) + "__:" + keys_.pattern();
-  notifications_.command({"PSUBSCRIBE", channels}, [this](const redisReply& reply) {
-    if (!isError(reply)) handshakeStepDone();
+  notifications_.command({"PSUBSCRIBE", channels}, [this, channels](const redisReply& reply) {
+    if (!isError(reply)) {
+      handshakeStepDone();
+      return;
+    }
+    refused("redis at " + options_.endpoint.describe() + " refused the subscription to " + channels + ": " +
+            std::string(text(reply)) + needs(reply, "the channel permission &" + channels));
   });
 }
+
+std::string RedisStore::needs(const redisReply& error, const std::string& permission) const {
+  return text(error).rfind("NOPERM", 0) == 0 ? " (the user needs " + permission + ")" : std::string();
+}
+
+void RedisStore::refused(const std::string& why) { loaded_ ? lose(why) : fatal(why); }
 
 void RedisStore::handshakeStepDone() {
   if (--handshakeSteps_ == 0) startResync();
@@ -541,7 +609,8 @@ void RedisStore::scanFrom(const std::string& cursor) {
   const std::string count = std::to_string(kScanCount);
   data_.command({"SCAN", cursor, "MATCH", pattern, "COUNT", count}, [this](const redisReply& reply) {
     if (reply.type != REDIS_REPLY_ARRAY || reply.elements != 2) {
-      lose("SCAN failed: " + std::string(text(reply)));
+      refused("redis at " + options_.endpoint.describe() + " refused SCAN: " + std::string(text(reply)) +
+              needs(reply, "the command permission +scan"));
       return;
     }
     const std::string next(text(*reply.element[0]));
@@ -705,6 +774,9 @@ void RedisStore::unreadableKey(const std::string& key, const redisReply& error) 
   const std::string_view why = text(error);
   if (why.rfind("WRONGTYPE", 0) == 0) {
     badRecord(key, {"not a hash (" + std::string(why) + ")"});
+  } else if (why.rfind("NOPERM", 0) == 0) {
+    refused("redis at " + options_.endpoint.describe() + " refused to read " + key + ": " + std::string(why) +
+            needs(error, "the key permission ~" + keys_.pattern() + " and the command permission +hgetall"));
   } else {
     VEX_TRACE(redisStoreTrace, 5) << "RedisStore::read " << std::string_view(key) << ": " << why;
   }

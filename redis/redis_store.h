@@ -100,6 +100,10 @@ class RedisStore : private RecordWatcher::Owner {
   RedisStore(const RedisStore&) = delete;
   RedisStore& operator=(const RedisStore&) = delete;
 
+  // Checks that the server answers and takes the login and the database, and
+  // nothing more: no key, no channel. Raises RedisStoreError as open() does.
+  static void checkServer(const RedisEndpoint& endpoint, std::chrono::milliseconds silence);
+
   // Connects and reads every record of the agent that Redis holds into the
   // entity manager (both sides). Raises RedisStoreError when the server does
   // not answer within openTimeout (retrying meanwhile), or refuses the login
@@ -160,6 +164,11 @@ class RedisStore : private RecordWatcher::Owner {
   void handshakeStepDone();
   void lose(const std::string& why);
   void fatal(const std::string& why);
+  // A refusal (a login, a permission): the end of open(), or a lost
+  // connection once the store has opened.
+  void refused(const std::string& why);
+  // " (the user needs PERMISSION)" when the error is a missing permission.
+  std::string needs(const redisReply& error, const std::string& permission) const;
   void stateIs(State state, const std::string& detail);
   void watchFd(int fd, bool writable, bool add);
   void timerIs(std::chrono::milliseconds delay);

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <sstream>
 #include <thread>
 #include <string>
 #include <vector>
@@ -436,6 +437,53 @@ TEST(RedisStoreOpenTest, AFleetOpensWithLimitsShorterThanItsReadAndAStallSaysHow
   }
   pause.join();
   redisFree(loader);
+}
+
+// The ACL line docs/store.md gives an agent, and the same without the channel
+// or without the keys: the agent works with the first, and the others end
+// open() naming the permission missing.
+TEST(RedisStoreOpenTest, AnAgentUserOfTheDocumentedAclWorksAndAMissingPermissionIsNamed) {
+  TestRedisServer server;
+  const std::string commands = "-@all +ping +select +exists +scan +hgetall +hset +hdel +del +multi +exec +psubscribe";
+  command(server, {"CONFIG", "SET", "notify-keyspace-events", "KA"});
+  for (const auto& [user, rules] : std::vector<std::pair<std::string, std::string>>{
+           {"agentB", "resetkeys ~agentB:* resetchannels &__keyspace@0__:agentB:*"},
+           {"nochannel", "resetkeys ~agentB:* resetchannels"},
+           {"nokeys", "resetkeys resetchannels &__keyspace@0__:agentB:*"}}) {
+    std::vector<std::string> acl{"ACL", "SETUSER", user, "reset", "on", ">pw"};
+    std::istringstream words(rules + " " + commands);
+    for (std::string word; words >> word;) acl.push_back(word);
+    command(server, acl);
+  }
+  auto endpoint = [&](const std::string& user) {
+    return RedisEndpoint::parse("redis://" + user + ":pw@127.0.0.1:" + std::to_string(server.port()));
+  };
+  auto em = Mirra::EntityManager::EntityManagerIs();
+  RedisStore agent(em, {endpoint("agentB"), "agentB"});
+  agent.ownedIs(Side::config, true);
+  agent.open();
+  RedisStore machinery(Mirra::EntityManager::EntityManagerIs(), {endpoint("agentB"), "agentB"});
+  machinery.ownedIs(Side::status, true);
+  machinery.open();
+  for (RecordSlot slot : kRecordSlots) {
+    auto record = RecordCodec::newRecord(slot, slot == RecordSlot::status ? "status" : "agentB");
+    (sideOf(slot) == Side::config ? agent : machinery).recordIs(Vex::String(agent.keys().recordPath(slot)), record);
+  }
+  ASSERT_TRUE(machinery.flush(kWait));
+  ASSERT_TRUE(agent.sync(kWait));
+  EXPECT_EQ(agent.statistics().failedWrites + machinery.statistics().failedWrites, 0u);
+  EXPECT_TRUE(em->getEntity(Vex::String(agent.keys().recordPath(RecordSlot::mountStatus))));
+  for (const auto& [user, says] : std::vector<std::pair<std::string, std::string>>{
+           {"nochannel", "(the user needs the channel permission &__keyspace@0__:agentB:*)"},
+           {"nokeys", "(the user needs the key permission ~agentB:*"}}) {
+    RedisStore refused(Mirra::EntityManager::EntityManagerIs(), {endpoint(user), "agentB"});
+    try {
+      refused.open();
+      ADD_FAILURE() << user << " opened the store";
+    } catch (const RedisStoreError& error) {
+      EXPECT_NE(std::string(error.what()).find(says), std::string::npos) << error.what();
+    }
+  }
 }
 
 // A refused login and an absent server, through hubstore-sim, are the login

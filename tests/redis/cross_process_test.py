@@ -389,6 +389,36 @@ def test_server_restart(ctx):
         server.kill(signal.SIGTERM)
 
 
+# The ACL line docs/store.md gives an agent (and a machinery) of agent A.
+AGENT_ACL = ("resetkeys ~A:* resetchannels &__keyspace@0__:A:* -@all +ping +select +exists +scan +hgetall "
+             "+hset +hdel +del +multi +exec +psubscribe")
+
+
+def test_acl(ctx):
+    """hubstore-sim as an agent and as a machinery with exactly the documented
+    user, CONFIG denied (the server is configured beforehand); a user without
+    the channel is refused at once, naming the permission."""
+    server = RedisServer(ctx.redis_server)
+    try:
+        server.cli("CONFIG", "SET", "notify-keyspace-events", "KA")
+        server.cli("ACL", "SETUSER", "agent", "reset", "on", ">pw", *AGENT_ACL.split())
+        server.cli("ACL", "SETUSER", "deaf", "reset", "on", ">pw", *AGENT_ACL.replace("&__keyspace@0__:A:*", "").split())
+        url = f"redis://agent:pw@127.0.0.1:{server.port}"
+        agent = Sim(ctx.sim, url, "agent A\nrecords\n" + DECLARE_G1 + "closed true\necho ready\n", follow=True)
+        agent.wait_for(["# ready"], "agent")
+        Sim(ctx.sim, url, f"agent A\nsystemStatus {SWITCH} g1=mounted\n").finish("machinery")
+        agent.wait_for([f"hook m1 doHandleControllerMountState {SWITCH} g1 mounted"], "agent")
+        agent.process.send_signal(signal.SIGTERM)
+        agent.finish("agent after SIGTERM")
+        deaf = run_sim(ctx.sim, ["--store", f"redis://deaf:pw@127.0.0.1:{server.port}", "-"], "agent A\n")
+        wanted = "(the user needs the channel permission &__keyspace@0__:A:*)"
+        if deaf.returncode != 2 or wanted not in deaf.stderr:
+            raise Failure(f"a user without the channel: exit {deaf.returncode}, {deaf.stderr!r}")
+        return "the documented user works; one without the channel is told which permission it lacks"
+    finally:
+        server.kill(signal.SIGTERM)
+
+
 def test_login(ctx):
     """AUTH with a password; a wrong one and an absent server are clear errors."""
     server = RedisServer(ctx.redis_server, password="s3cret")
@@ -410,7 +440,7 @@ def test_login(ctx):
 
 
 TESTS = {"transcripts": test_transcripts, "follow": test_follow, "records": test_records,
-         "fleet_reports": test_fleet_reports, "crash": test_crash,
+         "fleet_reports": test_fleet_reports, "crash": test_crash, "acl": test_acl,
          "server_restart": test_server_restart, "login": test_login}
 
 

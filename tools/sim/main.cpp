@@ -267,6 +267,7 @@ int main(int argc, char** argv) {
   }
 #ifdef HUBSTORE_SIM_REDIS
   if (store && !store->flush()) std::fprintf(stderr, "hubstore-sim: --store: writes not answered by the server\n");
+  if (store && store->refused()) status = 2;
 #endif
   if (options.timeline) {
     std::string title;
