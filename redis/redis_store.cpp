@@ -591,6 +591,7 @@ void RedisStore::requestArrived() {
 }
 
 void RedisStore::startResync() {
+  if (loaded_) createdByLoad_.clear();
   absentRoots_.clear();
   checkPending_ = false;
   seen_.clear();
@@ -757,6 +758,14 @@ void RedisStore::apply(const Applied& change) {
                                                        : keys_.agentName();
     entity = RecordCodec::newRecord(path->record, Vex::Name(name));
     em_->entityIs(Vex::String(keys_.recordPath(path->record)), entity);
+    if (change.load) createdByLoad_.insert(path->record);
+  }
+  if (!fields && path->steps.empty() && change.load && createdByLoad_.erase(path->record)) {
+    // A first read that the server's loss cut short, then found gone: the
+    // record it made leaves whole, so nothing half loaded stays behind. No
+    // one can hold it yet.
+    em_->entityDel(Vex::String(keys_.recordPath(path->record)));
+    return;
   }
   RecordCodec::applyPath(*entity, path->steps, fields, context);
   if (!problems.empty()) badRecord(change.key, problems);

@@ -254,6 +254,8 @@ class RedisStore : private RecordWatcher::Owner {
   // Owned keys that may have been changed by another client, to be checked.
   std::vector<std::string> toVerify_;
   std::unordered_set<std::string> toVerifySet_;
+  // Root records the first read made, until it is done.
+  std::set<RecordSlot> createdByLoad_;
   // Followed root records deleted in Redis (and emptied here).
   std::set<RecordSlot> absentRoots_;
   bool checkPending_ = false;

@@ -439,6 +439,46 @@ TEST(RedisStoreOpenTest, AFleetOpensWithLimitsShorterThanItsReadAndAStallSaysHow
   redisFree(loader);
 }
 
+// The server killed in the middle of the first read and restarted empty: the
+// open waits for it, and nothing that read made is left half loaded.
+TEST(RedisStoreOpenTest, AServerLostDuringTheFirstReadLeavesNothingHalfLoaded) {
+  TestRedisServer server;
+  redisContext* loader = server.connect();
+  ASSERT_TRUE(loader);
+  redisAppendCommand(loader, "HSET agentB:mountStatus name agentB");
+  for (int i = 0; i < 20000; ++i) {
+    redisAppendCommand(loader, "HSET agentB:mountStatus.systemStatus[s%d] name s%d [g1] mounted", i, i);
+  }
+  for (int i = 0; i <= 20000; ++i) {
+    void* reply = nullptr;
+    ASSERT_EQ(redisGetReply(loader, &reply), REDIS_OK);
+    freeReplyObject(reply);
+  }
+  redisFree(loader);
+  auto em = Mirra::EntityManager::EntityManagerIs();
+  RedisStore store(em, {RedisEndpoint::parse(server.url()), "agentB"});
+  std::atomic<bool> syncing = false;
+  std::atomic<int> readBefore = 0;
+  store.stateHandlerIs([&](RedisStore::State state, const std::string&) {
+    if (state == RedisStore::State::syncing) syncing = true;
+    if (state == RedisStore::State::disconnected && readBefore == 0) {
+      readBefore = static_cast<int>(em->getEntity("controller/mount/status/service/agentB") != nullptr) + 1;
+    }
+  });
+  std::thread restart([&] {
+    while (!syncing) std::this_thread::sleep_for(1ms);
+    std::this_thread::sleep_for(20ms);
+    server.kill();
+    std::this_thread::sleep_for(100ms);
+    server.start();
+  });
+  store.open();
+  restart.join();
+  EXPECT_EQ(readBefore, 2) << "the server went before the first read had made the status record";
+  EXPECT_FALSE(em->getEntity("controller/mount/status/service/agentB"));
+  EXPECT_EQ(store.state(), RedisStore::State::live);
+}
+
 // The ACL line docs/store.md gives an agent, and the same without the channel
 // or without the keys: the agent works with the first, and the others end
 // open() naming the permission missing.
