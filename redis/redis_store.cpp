@@ -917,7 +917,7 @@ void RedisStore::rewriteFilterUsers(const std::string& filterName) {
 
 void RedisStore::send(const std::vector<std::string_view>& args, const std::string& what) {
   // Before the login nothing is sent; the resynchronisation writes it.
-  if (!data_.isOpen() || state_ == State::connecting) return;
+  if (!data_.isOpen() || state_ == State::connecting || leaving_) return;
   const bool idle = !data_.wantsWrite();
   data_.command(args, [this, what](const redisReply& reply) {
     if (!isError(reply)) return;

@@ -117,6 +117,13 @@ class RedisStore : private RecordWatcher::Owner {
   void ownedIs(Side side, bool owned);
   bool owned(Side side) const { return owned_[static_cast<int>(side)]; }
 
+  // A warm restart (an agent stopping for an upgrade): from now on nothing is
+  // written, so what Redis holds of the owned side stays as it is for the
+  // next run, which takes it over and whose close removes only what it no
+  // longer declares. Call it after flush() and before the service goes: its
+  // teardown then changes the records alone. The store goes on reading.
+  void leaveInRedis() { leaving_ = true; }
+
   // Places `record` at `path` in the entity manager and, at one of the five
   // paths, writes it to Redis in place of what was there.
   void recordIs(const Vex::String& path, const Vex::Ptr<Vex::Entity>& record);
@@ -237,6 +244,7 @@ class RedisStore : private RecordWatcher::Owner {
   int handshakeSteps_ = 0;
   bool loaded_ = false;  // the first resynchronisation, which loads both sides, is done
   bool processing_ = false;
+  bool leaving_ = false;  // leaveInRedis(): nothing more is written
 
   // Resynchronisation
   std::unordered_set<std::string> seen_;          // followed keys present in Redis

@@ -101,6 +101,11 @@ void RedisRecordStore::process() {
   if (store_) store_->process();
 }
 
+void RedisRecordStore::leaveInRedis() {
+  flush();
+  if (store_) store_->leaveInRedis();
+}
+
 bool RedisRecordStore::flush() { return !store_ || store_->flush(kFlushTimeout); }
 
 void RedisRecordStore::follow(Simulator& simulator, int stopFd) {

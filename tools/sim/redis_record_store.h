@@ -43,6 +43,8 @@ class RedisRecordStore : public RecordStore {
 
   // Waits until every write has been answered; false when the time ran out.
   bool flush();
+  // Writes nothing more: what Redis holds stays for the next run.
+  void leaveInRedis();
   // An agent's store could not be opened (the server refused or stopped
   // answering): the run ends with status 2, as a start-up failure does.
   bool refused() const { return refused_; }
