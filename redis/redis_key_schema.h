@@ -57,6 +57,8 @@ class RedisKeySchema {
   std::optional<RecordSlot> recordAtPath(std::string_view path) const;
 
   std::string recordKey(RecordSlot record) const;
+  // "agentB:lease": the configuration's lease, no record's key.
+  std::string leaseKey() const { return prefix_ + "lease"; }
   // `parent` + ".attribute[key]"
   static std::string memberKey(std::string_view parent, std::string_view attribute, std::string_view key);
   // nullopt for a key that is not one of this agent's.

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <random>
 #include <cstring>
 
 #include <hubstore/foundations/records/service_mount_status.h>
@@ -68,6 +69,38 @@ std::string neededEventFlags(const std::string& current) {
   return flags;
 }
 
+// The configuration's lease, in scripts so that each step is atomic.
+// KEYS[1] the lease, ARGV[1] this process's token, ARGV[2] milliseconds:
+// takes the lease when free, renews it when held; 1 when held after.
+constexpr const char* kLeaseAcquire =
+    "local holder = redis.call('GET', KEYS[1]) "
+    "if holder and holder ~= ARGV[1] then return 0 end "
+    "redis.call('SET', KEYS[1], ARGV[1], 'PX', ARGV[2]) return 1";
+// Gives the lease up when held.
+constexpr const char* kLeaseRelease =
+    "if redis.call('GET', KEYS[1]) == ARGV[1] then redis.call('DEL', KEYS[1]) end return 1";
+// A configuration write, done only while this process holds the lease:
+// ARGV[2] the command (HSET, HDEL or DEL), then its arguments, passed on a
+// thousand at a time.
+constexpr const char* kFencedWrite =
+    "if redis.call('GET', KEYS[1]) ~= ARGV[1] then "
+    "return redis.error_reply('FENCED another process holds the configuration lease') end "
+    "local command, last, done = ARGV[2], #ARGV, 0 "
+    "if command == 'DEL' then "
+    "for i = 3, last, 1000 do done = done + redis.call(command, unpack(ARGV, i, math.min(i + 999, last))) end "
+    "else "
+    "for i = 4, last, 1000 do done = done + redis.call(command, ARGV[3], unpack(ARGV, i, math.min(i + 999, last))) end "
+    "end "
+    "return done";
+
+// A token no other process of the agent holds.
+std::string newLeaseToken() {
+  std::random_device random;
+  char host[64] = "";
+  gethostname(host, sizeof host - 1);
+  return std::string(host) + ":" + std::to_string(getpid()) + ":" + std::to_string(random()) + std::to_string(random());
+}
+
 // 230000 -> "230,000"
 std::string withSeparators(std::size_t count) {
   const std::string digits = std::to_string(count);
@@ -102,6 +135,8 @@ const char* RedisStore::stateName(State state) {
       return "syncing";
     case State::live:
       return "live";
+    case State::standby:
+      return "standby";
     case State::disconnected:
       return "disconnected";
   }
@@ -109,7 +144,8 @@ const char* RedisStore::stateName(State state) {
 }
 
 RedisStore::RedisStore(Vex::Ptr<Mirra::EntityManager> entityManager, Options options)
-    : em_(std::move(entityManager)), options_(std::move(options)), keys_(options_.agentName) {
+    : em_(std::move(entityManager)), options_(std::move(options)), keys_(options_.agentName),
+      leaseToken_(newLeaseToken()) {
   poll_ = epoll_create1(EPOLL_CLOEXEC);
   timer_ = timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC);
   wake_ = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
@@ -199,7 +235,7 @@ void RedisStore::open() {
   backoff_ = milliseconds(0);
   const std::uint64_t before = repliesRead();
   startAttempt();
-  const bool ready = waitUntil([this] { return !fatalError_.empty() || (state_ == State::live && toApply_.empty()); },
+  const bool ready = waitUntil([this] { return !fatalError_.empty() || (live() && toApply_.empty()); },
                                options_.openTimeout);
   std::string failure = fatalError_;
   if (failure.empty() && !ready) {
@@ -300,6 +336,12 @@ void RedisStore::sendHandshake() {
   });
   const std::string channels =
       "__keyspace@" + std::to_string(endpoint.database) + "__:" + keys_.pattern();
+  // Whether this process writes the configuration is known before the read.
+  if (owned(Side::config) && !leaving_) {
+    ++handshakeSteps_;
+    leaseAcquire("connected");
+    data_.command({"PING"}, [this](const redisReply&) { handshakeStepDone(); });
+  }
   notifications_.command({"PSUBSCRIBE", channels}, [this, channels](const redisReply& reply) {
     if (!isError(reply)) {
       handshakeStepDone();
@@ -315,6 +357,59 @@ std::string RedisStore::needs(const redisReply& error, const std::string& permis
 }
 
 void RedisStore::refused(const std::string& why) { loaded_ ? lose(why) : fatal(why); }
+
+void RedisStore::leaseAcquire(const std::string& why) {
+  if (leasePending_ || leaving_ || !data_.isOpen()) return;
+  leasePending_ = true;
+  const std::string lease = keys_.leaseKey();
+  const std::string time = std::to_string(options_.leaseTime.count());
+  data_.command({"EVAL", kLeaseAcquire, "1", lease, leaseToken_, time}, [this, why](const redisReply& reply) {
+    leasePending_ = false;
+    if (isError(reply)) {
+      refused("redis at " + options_.endpoint.describe() + " refused the lease script: " + std::string(text(reply)) +
+              needs(reply, "the command permission +eval (and +get +set on ~" + keys_.pattern() + ")"));
+      return;
+    }
+    const bool held = reply.type == REDIS_REPLY_INTEGER && reply.integer == 1;
+    if (!owned(Side::config) || leaving_) return;
+    if (held && lease_ != Lease::held) {
+      const bool takingOver = lease_ == Lease::standby && live();
+      lease_ = Lease::held;
+      VEX_TRACE(redisStoreTrace, 5) << "RedisStore::lease agent:" << std::string_view(keys_.agentName())
+                                    << " held (" << std::string_view(why) << ")";
+      // What differs is written: a standby's records followed Redis, and its
+      // own declarations meanwhile are written now.
+      if (takingOver) resyncNow("took the configuration's lease over");
+    } else if (!held && lease_ == Lease::held && !leaseAssumed_) {
+      leaseLost("another process of agent " + keys_.agentName() + " holds the configuration's lease");
+    } else if (!held && lease_ != Lease::standby) {
+      lease_ = Lease::standby;
+      if (live()) stateIs(State::standby, "another process of agent " + keys_.agentName() + " holds the configuration's lease");
+    }
+    leaseAssumed_ = false;
+  });
+}
+
+void RedisStore::leaseLost(const std::string& why) {
+  lease_ = Lease::standby;
+  ++statistics_.leasesLost;
+  VEX_TRACE(redisStoreTrace, 5) << "RedisStore::leaseLost agent:" << std::string_view(keys_.agentName()) << " why: "
+                                << std::string_view(why);
+  if (live()) stateIs(State::standby, why);
+}
+
+void RedisStore::leaseRelease() {
+  if (lease_ == Lease::none) return;
+  const bool held = lease_ == Lease::held;
+  lease_ = Lease::standby;
+  leaving_ = true;
+  if (held && data_.isOpen()) {
+    data_.command({"EVAL", kLeaseRelease, "1", keys_.leaseKey(), leaseToken_}, nullptr);
+    if (!processing_) wake();
+  }
+}
+
+void RedisStore::leaveInRedis() { leaseRelease(); leaving_ = true; }
 
 void RedisStore::handshakeStepDone() {
   if (--handshakeSteps_ == 0) startResync();
@@ -434,7 +529,7 @@ void RedisStore::process() {
     } else if (state_ == State::connecting || state_ == State::syncing) {
       lose("nothing answered for " + std::to_string(options_.attemptTimeout.count()) + " ms" +
            (state_ == State::syncing ? ", after " + resyncProgress() : std::string()));
-    } else if (state_ == State::live) {
+    } else if (live()) {
       check();
     }
   }
@@ -466,7 +561,7 @@ void RedisStore::process() {
   if ((state_ == State::syncing || state_ == State::connecting) && repliesRead() != before) {
     timerIs(options_.attemptTimeout);
   }
-  if (state_ == State::live) requestArrived();
+  if (live()) requestArrived();
   applyQueued();
   for (RedisConnection* connection : {&data_, &notifications_}) {
     if (!connection->flush()) {
@@ -483,6 +578,7 @@ void RedisStore::check() {
     lose("nothing answered for " + std::to_string(options_.attemptTimeout.count()) + " ms");
     return;
   }
+  if (owned(Side::config)) leaseAcquire(lease_ == Lease::held ? "renewal" : "standby");
   if (checkPending_) return;
   // The root records Redis should hold. A key deleted without a notification
   // (FLUSHALL, FLUSHDB) is found missing here.
@@ -508,7 +604,7 @@ void RedisStore::check() {
 }
 
 void RedisStore::resyncNow(const std::string& why) {
-  if (state_ != State::live) return;
+  if (!live()) return;
   stateIs(State::syncing, why);
   timerIs(options_.attemptTimeout);
   startResync();
@@ -518,16 +614,21 @@ void RedisStore::resyncNow(const std::string& why) {
 // Reading: notifications, resynchronisation, applying to the records
 
 void RedisStore::onNotification(const std::string& key, std::string_view event) {
+  if (key == keys_.leaseKey()) return;
   const auto path = keys_.parse(key);
   if (!path) {
     badRecord(key, {"not a key of the agent's records"});
     return;
   }
   if (isOldLayout(key, *path)) return;
-  if (!owned(sideOf(path->record))) {
+  const Side side = sideOf(path->record);
+  if (!owned(side)) {
     if (arrivedSet_.insert(key).second) arrived_.push_back(key);
     return;
   }
+  // A standby neither follows the configuration nor mends it: it is the
+  // active process's.
+  if (!writes(side)) return;
   // The store writes its own keys with HSET; anything else (a deletion, a
   // value of another type) may be another client's, and is checked.
   if (event != "hset" && toVerifySet_.insert(key).second) toVerify_.push_back(key);
@@ -535,7 +636,7 @@ void RedisStore::onNotification(const std::string& key, std::string_view event) 
 
 void RedisStore::verifyOwned(const std::string& key, const std::optional<Fields>& inRedis) {
   const auto path = keys_.parse(key);
-  if (!path || !owned(sideOf(path->record))) return;
+  if (!path || !writes(sideOf(path->record))) return;
   const Vex::Entity* record = root(path->record);
   const std::optional<Fields> local = record ? RecordCodec::fieldsAt(*record, path->steps) : std::nullopt;
   if (local == inRedis) return;
@@ -557,7 +658,7 @@ bool RedisStore::isOldLayout(const std::string& key, const RedisKeySchema::Path&
   if (!RecordCodec::isFieldMemberKey(path)) return false;
   ++statistics_.oldLayoutKeys;
   if (oldLayoutFound_++ == 0) oldLayoutExample_ = key;
-  if (state_ == State::live) {
+  if (live()) {
     VEX_TRACE(redisStoreTrace, 5) << "RedisStore::oldLayout " << std::string_view(key)
                                   << ": a key of hubstore 0.2's layout, not read (see CHANGELOG)";
   }
@@ -619,6 +720,7 @@ void RedisStore::scanFrom(const std::string& cursor) {
     if (next != "0") scanFrom(next);
     for (std::size_t i = 0; i < found.elements; ++i) {
       std::string key(text(*found.element[i]));
+      if (key == keys_.leaseKey()) continue;
       const auto path = keys_.parse(key);
       if (!path) badRecord(key, {"not a key of the agent's records"});
       if (!path || isOldLayout(key, *path)) continue;
@@ -687,6 +789,8 @@ void RedisStore::finishResync() {
       removed += gone.size();
       continue;
     }
+    // A standby's own declarations wait for the lease.
+    if (!writes(side)) continue;
     const std::map<std::string, Fields> local = localKeys(side);
     // Owned: Redis is brought in line with the records.
     for (const auto& [key, fields] : local) {
@@ -723,7 +827,7 @@ void RedisStore::finishResync() {
   backoff_ = milliseconds(0);
   timerIs(options_.checkInterval);
   loaded_ = true;
-  stateIs(State::live, "");
+  stateIs(lease_ == Lease::standby ? State::standby : State::live, "");
   requestArrived();
 }
 
@@ -804,6 +908,16 @@ void RedisStore::badRecord(const std::string& key, const std::vector<std::string
 
 void RedisStore::ownedIs(Side side, bool owned) {
   owned_[static_cast<int>(side)] = owned;
+  if (side == Side::config) {
+    // The configuration's writes follow the lease's request on the one
+    // connection: they pass when it is granted and are refused when not.
+    if (owned && lease_ == Lease::none && loaded_) {
+      lease_ = Lease::held;
+      leaseAssumed_ = true;
+      leaseAcquire("owning the configuration");
+    }
+    if (!owned) lease_ = Lease::none;
+  }
   if (!loaded_) return;
   for (RecordSlot slot : kRecordSlots) {
     if (sideOf(slot) != side) continue;
@@ -915,15 +1029,41 @@ void RedisStore::rewriteFilterUsers(const std::string& filterName) {
   }
 }
 
+bool RedisStore::isConfigKey(std::string_view key) const {
+  const std::string& prefix = keys_.prefix();
+  if (key.substr(0, prefix.size()) != prefix) return false;
+  key.remove_prefix(prefix.size());
+  return key.substr(0, 11) == "mountConfig" || key.substr(0, 13) == "publishConfig";
+}
+
 void RedisStore::send(const std::vector<std::string_view>& args, const std::string& what) {
   // Before the login nothing is sent; the resynchronisation writes it.
   if (!data_.isOpen() || state_ == State::connecting || leaving_) return;
   const bool idle = !data_.wantsWrite();
-  data_.command(args, [this, what](const redisReply& reply) {
+  auto onReply = [this, what](const redisReply& reply) {
     if (!isError(reply)) return;
+    if (text(reply).rfind("FENCED", 0) == 0) {
+      ++statistics_.fencedWrites;
+      VEX_TRACE(redisStoreTrace, 5) << "RedisStore::fencedWrite " << std::string_view(what) << ": " << text(reply);
+      // Held no more, or the lease key went with a FLUSHALL: ask again.
+      if (lease_ == Lease::held) leaseAcquire("a write was refused");
+      return;
+    }
     ++statistics_.failedWrites;
     VEX_TRACE(redisStoreTrace, 5) << "RedisStore::writeFailed " << std::string_view(what) << ": " << text(reply);
-  });
+  };
+  // A configuration write is made only while this process holds the lease,
+  // checked by the server in the same step as the write.
+  const bool fenced = lease_ != Lease::none && args.size() > 1 && args[0] != "MULTI" && args[0] != "EXEC" &&
+                      isConfigKey(args[1]);
+  if (!fenced) {
+    data_.command(args, onReply);
+  } else if (lease_ == Lease::held) {
+    const std::string lease = keys_.leaseKey();
+    std::vector<std::string_view> script{"EVAL", kFencedWrite, "1", lease, leaseToken_};
+    script.insert(script.end(), args.begin(), args.end());
+    data_.command(script, onReply);
+  }
   if (idle && !processing_) wake();
 }
 
@@ -1028,12 +1168,12 @@ std::map<std::string, Fields> RedisStore::localKeys(Side side) const {
 // Waiting
 
 bool RedisStore::sync(milliseconds silence) {
-  if (!waitUntil([this] { return state_ == State::live; }, silence)) return false;
+  if (!waitUntil([this] { return live(); }, silence)) return false;
   pongPending_ = true;
   notifications_.command({"PING"}, [this](const redisReply&) { pongPending_ = false; });
   return waitUntil(
       [this] {
-        return state_ == State::live && !pongPending_ && arrived_.empty() && data_.pending() == 0 &&
+        return live() && !pongPending_ && arrived_.empty() && data_.pending() == 0 &&
                !data_.wantsWrite() && toApply_.empty();
       },
       silence);
@@ -1041,7 +1181,7 @@ bool RedisStore::sync(milliseconds silence) {
 
 bool RedisStore::flush(milliseconds silence) {
   return waitUntil(
-      [this] { return state_ == State::live && data_.pending() == 0 && !data_.wantsWrite() && toApply_.empty(); },
+      [this] { return live() && data_.pending() == 0 && !data_.wantsWrite() && toApply_.empty(); },
       silence);
 }
 

@@ -70,7 +70,10 @@ extern Vex::TraceHandle redisStoreTrace;
 
 class RedisStore : private RecordWatcher::Owner {
  public:
-  enum class State { closed, connecting, syncing, live, disconnected };
+  // standby: live and reading the status, but another process of the same
+  // agent holds the configuration's lease: this one writes no configuration
+  // (its own declarations wait in its records) until it takes the lease.
+  enum class State { closed, connecting, syncing, live, standby, disconnected };
   static const char* stateName(State state);
 
   // Every limit counts silence, not work: an open or a resynchronisation
@@ -87,6 +90,10 @@ class RedisStore : private RecordWatcher::Owner {
     // How often a live store checks that the server answers and that the
     // agent's root keys are still there.
     std::chrono::milliseconds checkInterval{1000};
+    // How long the configuration's lease lasts unless renewed (every
+    // checkInterval): a process that stops renewing it (killed, stopped) is
+    // followed by a standby within leaseTime plus checkInterval.
+    std::chrono::milliseconds leaseTime{3000};
     std::chrono::milliseconds backoffMin{50};
     std::chrono::milliseconds backoffMax{2000};
   };
@@ -122,7 +129,7 @@ class RedisStore : private RecordWatcher::Owner {
   // next run, which takes it over and whose close removes only what it no
   // longer declares. Call it after flush() and before the service goes: its
   // teardown then changes the records alone. The store goes on reading.
-  void leaveInRedis() { leaving_ = true; }
+  void leaveInRedis();
 
   // Places `record` at `path` in the entity manager and, at one of the five
   // paths, writes it to Redis in place of what was there.
@@ -135,6 +142,12 @@ class RedisStore : private RecordWatcher::Owner {
   void process();
 
   State state() const { return state_; }
+  // This process writes the configuration: it owns it and holds its lease.
+  bool leaseHeld() const { return lease_ == Lease::held; }
+  // Gives the configuration's lease up at once (when held), so that the next
+  // process of the agent need not wait for it to run out: call it when the
+  // agent stops, before flush(). This process writes no configuration more.
+  void leaseRelease();
   void stateHandlerIs(StateHandler handler) { stateHandler_ = std::move(handler); }
   // Waits until every change made in Redis before the call has been applied
   // to the records and every write has been answered; false when the server
@@ -144,6 +157,7 @@ class RedisStore : private RecordWatcher::Owner {
   bool flush(std::chrono::milliseconds silence);
 
   const RedisKeySchema& keys() const { return keys_; }
+  const Options& options() const { return options_; }
   const Vex::Ptr<Mirra::EntityManager>& entityManager() const { return em_; }
 
   struct Statistics {
@@ -151,6 +165,8 @@ class RedisStore : private RecordWatcher::Owner {
     std::uint64_t oldLayoutKeys = 0;   // keys of hubstore 0.2's layout met, and not read (traced at level 5)
     std::uint64_t badRecords = 0;      // keys read that could not be read whole (traced at level 5)
     std::uint64_t repairs = 0;         // owned keys another client changed or deleted, written back
+    std::uint64_t fencedWrites = 0;    // configuration writes refused: another process held the lease
+    std::uint64_t leasesLost = 0;      // times a lease this process held went to another process
     std::uint64_t resyncs = 0;         // reads of every key, the first one included
     std::uint64_t keysRead = 0;        // keys the last resynchronisation read
   };
@@ -207,8 +223,17 @@ class RedisStore : private RecordWatcher::Owner {
   void unreadableKey(const std::string& key, const redisReply& error);
   Vex::Entity* root(RecordSlot slot) const;
 
+  // The configuration's lease
+  enum class Lease { none, held, standby };
+  bool writes(Side side) const { return owned(side) && (side != Side::config || lease_ != Lease::standby); }
+  bool live() const { return state_ == State::live || state_ == State::standby; }
+  // Takes the lease, or renews it; `why` says what asked.
+  void leaseAcquire(const std::string& why);
+  void leaseLost(const std::string& why);
+
   // Writing
   void send(const std::vector<std::string_view>& args, const std::string& what);
+  bool isConfigKey(std::string_view key) const;
   void write(const std::string& key, const Fields& fields);
   // Makes the hash at `key` hold exactly `fields`, where Redis holds `inRedis`.
   void rewrite(const std::string& key, const Fields& fields, const Fields& inRedis);
@@ -245,6 +270,10 @@ class RedisStore : private RecordWatcher::Owner {
   bool loaded_ = false;  // the first resynchronisation, which loads both sides, is done
   bool processing_ = false;
   bool leaving_ = false;  // leaveInRedis(): nothing more is written
+  Lease lease_ = Lease::none;
+  std::string leaseToken_;
+  bool leasePending_ = false;
+  bool leaseAssumed_ = false;  // held until the server's answer says otherwise
 
   // Resynchronisation
   std::unordered_set<std::string> seen_;          // followed keys present in Redis

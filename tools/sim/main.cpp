@@ -88,7 +88,8 @@ constexpr std::string_view kHelp =
     "                  entry (a scenario file named help is ./help)\n"
     "\n"
     "Exit status: 0 when every command ran, 1 when a command could not run,\n"
-    "2 for a usage or syntax error or a file that cannot be read.\n"
+    "2 for a usage or syntax error or a file that cannot be read, 3 when\n"
+    "another process of the agent took the configuration's lease (--store).\n"
     "\n";
 
 int usageError(const std::string& message) {
@@ -288,6 +289,12 @@ int main(int argc, char** argv) {
   }
 #ifdef HUBSTORE_SIM_REDIS
   if (store && options.follow && !interactive && status == 0) store->follow(simulator, stopFd);
+  if (store && store->leaseLost()) {
+    std::fprintf(stderr, "hubstore-sim: --store: another process of the agent took the configuration's lease; this one stops\n");
+    // It writes nothing more: the teardown is the other process's to make.
+    store->leaveInRedis();
+    return 3;
+  }
   // The simulator's teardown follows: with --leave-config it reaches no one.
   if (store && options.leaveConfig) store->leaveInRedis();
 #endif

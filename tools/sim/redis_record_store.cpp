@@ -29,10 +29,21 @@ RedisRecordStore::RedisRecordStore(const std::string& url) {
   RedisStore::checkServer(options_.endpoint, kOpenTimeout);
 }
 
-RedisRecordStore::~RedisRecordStore() { flush(); }
+RedisRecordStore::~RedisRecordStore() {
+  flush();
+  // The next process of the agent need not wait for the lease to run out.
+  if (store_) {
+    store_->leaseRelease();
+    store_->flush(kFlushTimeout);
+  }
+}
 
 void RedisRecordStore::agentIs(const std::string& name, Mirra::EntityManager& em) {
   flush();
+  if (store_) {
+    store_->leaseRelease();
+    store_->flush(kFlushTimeout);
+  }
   options_.agentName = name;
   store_ = std::make_unique<RedisStore>(Vex::Ptr<Mirra::EntityManager>(&em), options_);
   for (Side side : {Side::config, Side::status}) {
@@ -103,10 +114,24 @@ void RedisRecordStore::process() {
 
 void RedisRecordStore::leaveInRedis() {
   flush();
+  left_ = true;
   if (store_) store_->leaveInRedis();
 }
 
-bool RedisRecordStore::flush() { return !store_ || store_->flush(kFlushTimeout); }
+bool RedisRecordStore::flush() {
+  if (!store_) return true;
+  // A process whose configuration waits for the lease (another process of
+  // the agent holds it, or held it and died) gets it when it runs out.
+  const auto& options = store_->options();
+  const auto deadline = std::chrono::steady_clock::now() + options.leaseTime + 2 * options.checkInterval;
+  while (owns_[static_cast<int>(Side::config)] && !left_ && !store_->leaseHeld() && !leaseLost() &&
+         std::chrono::steady_clock::now() < deadline) {
+    pollfd fd{store_->fd(), POLLIN, 0};
+    ::poll(&fd, 1, 100);
+    store_->process();
+  }
+  return store_->flush(kFlushTimeout);
+}
 
 void RedisRecordStore::follow(Simulator& simulator, int stopFd) {
   while (true) {
@@ -115,6 +140,7 @@ void RedisRecordStore::follow(Simulator& simulator, int stopFd) {
     ::poll(fds, 2, 1000);
     if (fds[0].revents & POLLIN) return;
     simulator.followStore();
+    if (leaseLost()) return;
   }
 }
 

@@ -45,6 +45,9 @@ class RedisRecordStore : public RecordStore {
   bool flush();
   // Writes nothing more: what Redis holds stays for the next run.
   void leaveInRedis();
+  // The configuration's lease went to another process of the agent: this
+  // one stops (hubstore-sim ends with status 3).
+  bool leaseLost() const { return store_ && store_->statistics().leasesLost > 0; }
   // An agent's store could not be opened (the server refused or stopped
   // answering): the run ends with status 2, as a start-up failure does.
   bool refused() const { return refused_; }
@@ -57,6 +60,7 @@ class RedisRecordStore : public RecordStore {
   std::unique_ptr<hubstore::redis::RedisStore> store_;
   bool owns_[2] = {false, false};
   bool refused_ = false;
+  bool left_ = false;  // leaveInRedis(): the lease is given up, nothing is written
   // By path: records at the agent's paths that the store does not keep in
   // Redis.
   std::map<std::string, Vex::Ptr<Vex::Entity>> foreign_;
