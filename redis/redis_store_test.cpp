@@ -480,6 +480,62 @@ TEST(RedisStoreOpenTest, AServerLostDuringTheFirstReadLeavesNothingHalfLoaded) {
   EXPECT_EQ(store.state(), RedisStore::State::live);
 }
 
+// Two processes of one agent: the second waits as a standby; when the first
+// stops renewing its lease (here: stops running, as under SIGSTOP), the
+// standby takes over within the lease time and a check, and writes what it
+// declares; the first, running again, has its write refused by the lease's
+// check, learns it lost the lease and writes nothing more.
+TEST(RedisStoreLeaseTest, AStandbyTakesOverAndTheOldActiveIsFenced) {
+  TestRedisServer server;
+  auto process = [&](const char* group) {
+    struct Agent {
+      Vex::Ptr<Mirra::EntityManager> em = Mirra::EntityManager::EntityManagerIs();
+      std::unique_ptr<RedisStore> store;
+      Controller::ServiceMountConfig* config = nullptr;
+    };
+    auto agent = std::make_unique<Agent>();
+    RedisStore::Options options{RedisEndpoint::parse(server.url()), "agentB"};
+    options.leaseTime = 600ms;
+    options.checkInterval = 100ms;
+    agent->store = std::make_unique<RedisStore>(agent->em, options);
+    agent->store->ownedIs(Side::config, true);
+    agent->store->open();
+    auto config = RecordCodec::newRecord(RecordSlot::mountConfig, "agentB");
+    agent->config = static_cast<Controller::ServiceMountConfig*>(config.get());
+    agent->store->recordIs(Vex::String(agent->store->keys().recordPath(RecordSlot::mountConfig)), config);
+    agent->config->mountGroupConfigIs(group);
+    return agent;
+  };
+  auto first = process("g1");
+  ASSERT_TRUE(first->store->flush(kWait));
+  EXPECT_TRUE(first->store->leaseHeld());
+  auto second = process("g2");
+  ASSERT_TRUE(second->store->flush(kWait));
+  EXPECT_EQ(second->store->state(), RedisStore::State::standby);
+  EXPECT_EQ(redisContent(server, "agentB").count("agentB:mountConfig.mountGroupConfig[g2]"), 0u);
+
+  // The first stops; the standby takes over and writes what differs.
+  const auto stopped = std::chrono::steady_clock::now();
+  ASSERT_TRUE(eventually(*second->store, [&] { return second->store->leaseHeld(); }));
+  const auto tookOver = std::chrono::steady_clock::now() - stopped;
+  EXPECT_LT(tookOver, 600ms + 100ms + 500ms);
+  ASSERT_TRUE(second->store->flush(kWait));
+  auto inRedis = redisContent(server, "agentB");
+  EXPECT_EQ(inRedis.count("agentB:mountConfig.mountGroupConfig[g2]"), 1u);
+  EXPECT_EQ(inRedis.count("agentB:mountConfig.mountGroupConfig[g1]"), 0u);
+
+  // The first runs again with a write queued before it learns anything.
+  first->config->mountGroupConfigIs("late");
+  ASSERT_TRUE(eventually(*first->store, [&] { return first->store->statistics().leasesLost == 1; }));
+  EXPECT_EQ(first->store->statistics().fencedWrites, 1u);
+  EXPECT_EQ(first->store->state(), RedisStore::State::standby);
+  first->config->mountGroupConfigIs("later");
+  ASSERT_TRUE(first->store->flush(kWait));
+  EXPECT_EQ(redisContent(server, "agentB"), inRedis);
+  std::printf("standby took over in %lld ms (lease 600 ms, check 100 ms)\n",
+              static_cast<long long>(std::chrono::duration_cast<std::chrono::milliseconds>(tookOver).count()));
+}
+
 // The ACL line docs/store.md gives an agent, and the same without the channel
 // or without the keys: the agent works with the first, and the others end
 // open() naming the permission missing.

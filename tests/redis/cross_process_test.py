@@ -486,6 +486,45 @@ def test_warm_restart(ctx):
         server.kill(signal.SIGTERM)
 
 
+def test_standby(ctx):
+    """A second agent process of the same name waits as a standby; the active
+    one stopped with SIGSTOP, the standby takes over within the lease (3 s)
+    and a check (1 s) and writes what it declares; the old one, continued,
+    learns it lost the lease, ends with status 3 and writes nothing."""
+    server = RedisServer(ctx.redis_server)
+    try:
+        active = Sim(ctx.sim, server.url(), "agent A\nrecords\n" + DECLARE_G1 + "closed true\necho ready\n",
+                     follow=True)
+        active.wait_for(["# ready"], "active")
+        standby = Sim(ctx.sim, server.url(), "agent A\n" + DECLARE_G1 + DECLARE_G2 + "closed true\necho ready\n",
+                      follow=True)
+        standby.wait_for(["# ready"], "standby")
+        time.sleep(0.5)
+        if server.keys("A:mountConfig.mountGroupConfig[[]g2]"):
+            raise Failure("the standby wrote its configuration while the active one held the lease")
+        active.process.send_signal(signal.SIGSTOP)
+        stopped = time.monotonic()
+        while not server.keys("A:mountConfig.mountGroupConfig[[]g2]"):
+            if time.monotonic() - stopped > WAIT:
+                raise Failure("the standby did not take over")
+            time.sleep(0.02)
+        took_over = time.monotonic() - stopped
+        if took_over > 3.0 + 1.0 + 0.5:
+            raise Failure(f"the standby took over after {took_over:.2f} s")
+        before = server.hashes("A:*Config*")
+        active.process.send_signal(signal.SIGCONT)
+        lines = active.finish("old active", expect_status=3)
+        if "took the configuration's lease" not in active.process.stderr.read():
+            raise Failure(f"the old active did not say why it stopped: {lines}")
+        if server.hashes("A:*Config*") != before:
+            raise Failure("the old active wrote to the configuration after it lost the lease")
+        standby.process.send_signal(signal.SIGTERM)
+        standby.finish("new active")
+        return f"took over in {took_over:.2f} s; the old active ended with status 3, writing nothing"
+    finally:
+        server.kill(signal.SIGTERM)
+
+
 def test_login(ctx):
     """AUTH with a password; a wrong one and an absent server are clear errors."""
     server = RedisServer(ctx.redis_server, password="s3cret")
@@ -507,7 +546,7 @@ def test_login(ctx):
 
 
 TESTS = {"transcripts": test_transcripts, "follow": test_follow, "records": test_records,
-         "fleet_reports": test_fleet_reports, "crash": test_crash, "acl": test_acl, "warm_restart": test_warm_restart,
+         "fleet_reports": test_fleet_reports, "crash": test_crash, "acl": test_acl, "warm_restart": test_warm_restart, "standby": test_standby,
          "server_restart": test_server_restart, "login": test_login}
 
 
