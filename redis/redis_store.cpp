@@ -96,7 +96,8 @@ const char* RedisStore::stateName(State state) {
 }
 
 RedisStore::RedisStore(Vex::Ptr<Mirra::EntityManager> entityManager, Options options)
-    : em_(std::move(entityManager)), options_(std::move(options)), keys_(options_.agentName) {
+    : em_(std::move(entityManager)), options_(std::move(options)), server_(options_.endpoint), keys_(options_.agentName) {
+  if (options_.endpoint.viaSentinels()) sentinels_.emplace(options_.endpoint, options_.sentinelTimeout);
   poll_ = epoll_create1(EPOLL_CLOEXEC);
   timer_ = timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC);
   wake_ = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
@@ -142,8 +143,8 @@ void RedisStore::open() {
     const std::string silence = std::to_string(options_.openTimeout.count()) + " ms";
     const std::string why = lastError_.empty() ? std::string() : " (" + lastError_ + ")";
     failure = repliesRead() == before
-                  ? "no answer from redis at " + options_.endpoint.describe() + " within " + silence + why
-                  : "redis at " + options_.endpoint.describe() + " stopped answering after " + resyncProgress() +
+                  ? "no answer from redis at " + server_.describe() + " within " + silence + why
+                  : "redis at " + server_.describe() + " stopped answering after " + resyncProgress() +
                         ": nothing for " + silence + why;
   }
   if (!failure.empty()) {
@@ -151,6 +152,7 @@ void RedisStore::open() {
     watchFd(notifications_.fd(), false, false);
     data_.close();
     notifications_.close();
+    if (sentinels_) sentinels_->stop();
     timerIs(milliseconds(0));
     state_ = State::closed;
     throw RedisStoreError(failure);
@@ -168,9 +170,20 @@ std::string RedisStore::resyncProgress() const {
 }
 
 void RedisStore::startAttempt() {
+  if (!sentinels_) {
+    connectToServer();
+    return;
+  }
+  // The master is wherever the sentinels say it is now.
+  sentinels_->ask();
+  stateIs(State::connecting, "");
+  followSentinels();
+}
+
+void RedisStore::connectToServer() {
   handshakeSteps_ = 2;
   for (RedisConnection* connection : {&data_, &notifications_}) {
-    if (!connection->open(options_.endpoint)) {
+    if (!connection->open(server_)) {
       lose(connection->error());
       return;
     }
@@ -180,15 +193,54 @@ void RedisStore::startAttempt() {
   stateIs(State::connecting, "");
 }
 
+void RedisStore::followSentinels() {
+  const bool asking = sentinels_->state() == SentinelQuery::State::asking;
+  const bool listening = sentinels_->listening();
+  sentinels_->process();
+  if (listening && !sentinels_->listening()) {
+    VEX_TRACE(redisStoreTrace, 5) << "RedisStore::sentinel not told of failovers until the next reconnect: "
+                                  << std::string_view(sentinels_->error());
+  }
+  if (asking) {
+    switch (sentinels_->state()) {
+      case SentinelQuery::State::asking:
+        timerIs(std::max(milliseconds(1), std::chrono::ceil<milliseconds>(sentinels_->deadline() - Clock::now())));
+        break;
+      case SentinelQuery::State::found:
+        server_.host = sentinels_->master().host;
+        server_.port = sentinels_->master().port;
+        connectToServer();
+        break;
+      case SentinelQuery::State::failed:
+        lose(sentinels_->error());
+        break;
+      case SentinelQuery::State::idle:
+        break;
+    }
+    return;
+  }
+  const std::optional<RedisEndpoint::Address> moved = sentinels_->takeAnnouncedMaster();
+  if (!moved || (state_ != State::disconnected && *moved == RedisEndpoint::Address{server_.host, server_.port})) return;
+  // A failover: the next attempt goes at once, without its back-off.
+  const std::string why = "sentinel " + sentinels_->sentinel().describe() + " announced master " +
+                          options_.endpoint.masterName + " at " + moved->describe();
+  if (state_ == State::disconnected) {
+    VEX_TRACE(redisStoreTrace, 5) << "RedisStore::failover " << std::string_view(why);
+  } else {
+    lose(why);
+  }
+  timerIs(milliseconds(1));
+}
+
 void RedisStore::sendHandshake() {
-  const RedisEndpoint& endpoint = options_.endpoint;
+  const RedisEndpoint& endpoint = server_;
   if (!endpoint.password.empty()) {
     std::vector<std::string_view> auth{"AUTH"};
     if (!endpoint.user.empty()) auth.push_back(endpoint.user);
     auth.push_back(endpoint.password);
     auto checkLogin = [this](const redisReply& reply) {
       if (!isError(reply)) return;
-      const std::string why = "redis at " + options_.endpoint.describe() + " refused the login: " +
+      const std::string why = "redis at " + server_.describe() + " refused the login: " +
                               std::string(text(reply));
       loaded_ ? lose(why) : fatal(why);
     };
@@ -199,9 +251,19 @@ void RedisStore::sendHandshake() {
     const std::string database = std::to_string(endpoint.database);
     data_.command({"SELECT", database}, [this](const redisReply& reply) {
       if (!isError(reply)) return;
-      const std::string why = "redis at " + options_.endpoint.describe() + " has no database " +
-                              std::to_string(options_.endpoint.database) + ": " + std::string(text(reply));
+      const std::string why = "redis at " + server_.describe() + " has no database " +
+                              std::to_string(server_.database) + ": " + std::string(text(reply));
       loaded_ ? lose(why) : fatal(why);
+    });
+  }
+  if (endpoint.viaSentinels()) {
+    // A sentinel's answer can be stale just after a failover. The replies on
+    // data_ come in order, so the resynchronisation, which waits for the
+    // CONFIG GET below, never starts on a replica.
+    data_.command({"ROLE"}, [this](const redisReply& reply) {
+      const bool array = reply.type == REDIS_REPLY_ARRAY && reply.elements > 0;
+      const std::string_view role = array ? text(*reply.element[0]) : text(reply);
+      if (role != "master") lose("ROLE of " + server_.describe() + " says " + std::string(role) + ", not master");
     });
   }
   data_.command({"CONFIG", "GET", "notify-keyspace-events"}, [this](const redisReply& reply) {
@@ -262,6 +324,7 @@ void RedisStore::fatal(const std::string& why) {
   watchFd(notifications_.fd(), false, false);
   data_.close();
   notifications_.close();
+  if (sentinels_) sentinels_->stop();
   timerIs(milliseconds(0));
   fatalError_ = why;
   stateIs(State::closed, why);
@@ -271,7 +334,7 @@ void RedisStore::stateIs(State state, const std::string& detail) {
   if (state == state_ && detail.empty()) return;
   state_ = state;
   VEX_TRACE(redisStoreTrace, 5) << "RedisStore::state " << stateName(state) << " agent:" << std::string_view(keys_.agentName())
-                                << " at:" << std::string_view(options_.endpoint.describe())
+                                << " at:" << std::string_view(server_.describe())
                                 << std::string_view(detail.empty() ? std::string() : " why: " + detail);
   if (stateHandler_) stateHandler_(state, detail);
 }
@@ -295,6 +358,15 @@ void RedisStore::updateInterest() {
     event.events = EPOLLIN | (connection->connecting() || connection->wantsWrite() ? EPOLLOUT : 0u);
     event.data.fd = connection->fd();
     epoll_ctl(poll_, EPOLL_CTL_MOD, connection->fd(), &event);
+  }
+  if (sentinels_ && sentinels_->fd() >= 0) {
+    epoll_event event{};
+    event.events = EPOLLIN | (sentinels_->wantsWrite() ? EPOLLOUT : 0u);
+    event.data.fd = sentinels_->fd();
+    // A sentinel connection is added when new; a closed one left the set.
+    if (epoll_ctl(poll_, EPOLL_CTL_MOD, event.data.fd, &event) != 0 && errno == ENOENT) {
+      epoll_ctl(poll_, EPOLL_CTL_ADD, event.data.fd, &event);
+    }
   }
 }
 
@@ -344,13 +416,15 @@ void RedisStore::process() {
   std::uint64_t expirations = 0;
   const bool timerFired = ::read(timer_, &expirations, sizeof expirations) == static_cast<ssize_t>(sizeof expirations);
   if (timerFired) {
+    const bool askingSentinels = sentinels_ && sentinels_->state() == SentinelQuery::State::asking;
     if (state_ == State::disconnected) {
       startAttempt();
-    } else if (state_ == State::connecting || state_ == State::syncing) {
+    } else if ((state_ == State::connecting && !askingSentinels) || state_ == State::syncing) {
       lose("nothing answered for " + std::to_string(options_.attemptTimeout.count()) + " ms" +
            (state_ == State::syncing ? ", after " + resyncProgress() : std::string()));
     }
   }
+  if (sentinels_) followSentinels();
   if (state_ == State::connecting) {
     bool connected = true;
     for (RedisConnection* connection : {&data_, &notifications_}) {
@@ -733,6 +807,11 @@ void RedisStore::send(const std::vector<std::string_view>& args, const std::stri
   const bool idle = !data_.wantsWrite();
   data_.command(args, [this, what](const redisReply& reply) {
     if (!isError(reply)) return;
+    if (server_.viaSentinels() && text(reply).rfind("READONLY", 0) == 0) {
+      // The master was made a replica under the store: the sentinels know the new one.
+      lose(server_.describe() + " refused a write: " + std::string(text(reply)));
+      return;
+    }
     ++statistics_.failedWrites;
     VEX_TRACE(redisStoreTrace, 5) << "RedisStore::writeFailed " << std::string_view(what) << ": " << text(reply);
   });

@@ -59,6 +59,7 @@
 #include <hubstore/redis/redis_connection.h>
 #include <hubstore/redis/redis_endpoint.h>
 #include <hubstore/redis/redis_key_schema.h>
+#include <hubstore/redis/sentinel_query.h>
 
 namespace hubstore::redis {
 
@@ -84,6 +85,9 @@ class RedisStore : private RecordWatcher::Owner {
     std::chrono::milliseconds attemptTimeout{3000};
     std::chrono::milliseconds backoffMin{50};
     std::chrono::milliseconds backoffMax{2000};
+    // A redis-sentinel:// endpoint: how long each sentinel has to answer
+    // where the master is before the next one is asked.
+    std::chrono::milliseconds sentinelTimeout{500};
   };
   // Told of every state change, with what caused it ("" when nothing failed).
   // Must not throw.
@@ -150,6 +154,9 @@ class RedisStore : private RecordWatcher::Owner {
 
   // Connection lifecycle
   void startAttempt();
+  void connectToServer();
+  // Drives the sentinel query: the master's address, or a failover announced.
+  void followSentinels();
   void sendHandshake();
   void handshakeStepDone();
   void lose(const std::string& why);
@@ -202,6 +209,9 @@ class RedisStore : private RecordWatcher::Owner {
 
   Vex::Ptr<Mirra::EntityManager> em_;
   Options options_;
+  // Where the connections go: the endpoint, or the master the sentinels named.
+  RedisEndpoint server_;
+  std::optional<SentinelQuery> sentinels_;
   RedisKeySchema keys_;
   bool owned_[2] = {false, false};
   State state_ = State::closed;
