@@ -153,6 +153,7 @@ void RedisStore::open() {
     data_.close();
     notifications_.close();
     if (sentinels_) sentinels_->stop();
+    roleSettled(false);
     timerIs(milliseconds(0));
     state_ = State::closed;
     throw RedisStoreError(failure);
@@ -160,6 +161,19 @@ void RedisStore::open() {
   for (Side side : {Side::config, Side::status}) {
     if (owned(side)) ownedIs(side, true);
   }
+}
+
+std::uint64_t RedisStore::repliesRead() const {
+  const std::uint64_t read = data_.repliesRead() + notifications_.repliesRead();
+  // An attempt's replies count once ROLE has said master, so that open()
+  // gives up on sentinels that keep naming a replica.
+  return (roleUnconfirmed_ ? repliesAtAttempt_ : read) - unconfirmedReplies_;
+}
+
+void RedisStore::roleSettled(bool counted) {
+  if (!roleUnconfirmed_) return;
+  if (!counted) unconfirmedReplies_ += data_.repliesRead() + notifications_.repliesRead() - repliesAtAttempt_;
+  roleUnconfirmed_ = false;
 }
 
 std::string RedisStore::resyncProgress() const {
@@ -182,6 +196,8 @@ void RedisStore::startAttempt() {
 
 void RedisStore::connectToServer() {
   handshakeSteps_ = 2;
+  repliesAtAttempt_ = data_.repliesRead() + notifications_.repliesRead();
+  roleUnconfirmed_ = server_.viaSentinels();
   for (RedisConnection* connection : {&data_, &notifications_}) {
     if (!connection->open(server_)) {
       lose(connection->error());
@@ -263,7 +279,11 @@ void RedisStore::sendHandshake() {
     data_.command({"ROLE"}, [this](const redisReply& reply) {
       const bool array = reply.type == REDIS_REPLY_ARRAY && reply.elements > 0;
       const std::string_view role = array ? text(*reply.element[0]) : text(reply);
-      if (role != "master") lose("ROLE of " + server_.describe() + " says " + std::string(role) + ", not master");
+      if (role == "master") {
+        roleSettled(true);
+      } else {
+        lose("ROLE of " + server_.describe() + " says " + std::string(role) + ", not master");
+      }
     });
   }
   data_.command({"CONFIG", "GET", "notify-keyspace-events"}, [this](const redisReply& reply) {
@@ -302,6 +322,7 @@ void RedisStore::handshakeStepDone() {
 void RedisStore::lose(const std::string& why) {
   if (state_ == State::closed && !fatalError_.empty()) return;
   if (state_ == State::disconnected && !data_.isOpen() && !notifications_.isOpen()) return;
+  roleSettled(false);
   watchFd(data_.fd(), false, false);
   watchFd(notifications_.fd(), false, false);
   data_.close();
@@ -320,6 +341,7 @@ void RedisStore::lose(const std::string& why) {
 }
 
 void RedisStore::fatal(const std::string& why) {
+  roleSettled(false);
   watchFd(data_.fd(), false, false);
   watchFd(notifications_.fd(), false, false);
   data_.close();

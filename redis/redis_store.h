@@ -169,7 +169,11 @@ class RedisStore : private RecordWatcher::Owner {
   // Runs process() until `done`; false once the server has answered nothing
   // for `silence`.
   bool waitUntil(const std::function<bool()>& done, std::chrono::milliseconds silence);
-  std::uint64_t repliesRead() const { return data_.repliesRead() + notifications_.repliesRead(); }
+  // Replies that show progress: not those of an attempt that found a replica.
+  std::uint64_t repliesRead() const;
+  // An attempt through the sentinels waits for ROLE to say master; its
+  // replies count once it has, or are discounted when it is lost before.
+  void roleSettled(bool counted);
   // What a resynchronisation has done so far, for an error message.
   std::string resyncProgress() const;
   bool isOldLayout(const std::string& key, const RedisKeySchema::Path& path);
@@ -226,6 +230,9 @@ class RedisStore : private RecordWatcher::Owner {
   std::string fatalError_;
   std::string lastError_;
   int handshakeSteps_ = 0;
+  bool roleUnconfirmed_ = false;  // connected through the sentinels; ROLE has not said master yet
+  std::uint64_t repliesAtAttempt_ = 0;
+  std::uint64_t unconfirmedReplies_ = 0;
   bool loaded_ = false;  // the first resynchronisation, which loads both sides, is done
   bool processing_ = false;
 
