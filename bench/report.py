@@ -1,14 +1,18 @@
 #!/usr/bin/env python3
 """Reads the JSON that hubstore_bench writes (--benchmark_out) and prints each
-figure next to its floor or reference, the ratio, and the goal it is held to.
+figure next to its floor or reference, the ratio, and the goal it is held to;
+with --store, the store's figures too, from what hubstore_redis_figures
+wrote (--out).
 
 Times are CPU times; a benchmark run with repetitions is represented by its
-median. Usage: bench/report.py build/release/bench.json
+median. The store's figures are wall-clock times, medians of their samples.
+Usage: bench/report.py build/release/bench.json [--store build/release/store.json]
 """
 
+import argparse
 import json
 import re
-import sys
+import statistics
 
 
 def load(path):
@@ -90,7 +94,100 @@ class Table:
             print(line(row))
 
 
-def main(path):
+def show_bytes_per(value):
+    return "n/a" if value is None else f"{value:.1f} B"
+
+
+def show_megabytes(value):
+    return f"{value / 2**20:.0f} MiB"
+
+
+def fleet_label(switches, groups):
+    return f"{switches // 1000}k x {groups}" if switches % 1000 == 0 else f"{switches} x {groups}"
+
+
+def failure(samples):
+    """The first error among a figure's samples, or None."""
+    return next((s["error"] for s in samples if "error" in s), None)
+
+
+def median_sample(samples):
+    """The sample of median time (the lower middle one of an even count)."""
+    ordered = sorted(samples, key=lambda s: s["seconds"])
+    return ordered[(len(ordered) - 1) // 2]
+
+
+def store_start_rows(t, fleet):
+    """An agent's start over one fleet: time against the floor, what it held,
+    its heap and peak RSS, and the bytes Redis holds."""
+    switches, groups, statuses = fleet["switches"], fleet["groups"], fleet["statuses"]
+    label = fleet_label(switches, groups)
+    floors, starts = fleet["floor_start"], fleet["agent_start"]
+    floor_error, ours_error = failure(floors), failure(starts)
+    floor_s = None if floor_error else statistics.median(s["seconds"] for s in floors)
+    floor_text = f"floor failed: {floor_error}" if floor_error else f"SCAN + TYPE + HGETALL (C) {show_time(floor_s * 1e9)}"
+    figure = f"store: agent start, {label}" + (", default options" if switches >= 100000 else "")
+    if ours_error:
+        t.add(figure, f"failed: {ours_error}", floor_text, None, "", False)
+        return
+    ours = median_sample(starts)
+    ours_s = statistics.median(s["seconds"] for s in starts)
+    ratio = ours_s / floor_s if floor_s else None
+    if switches == 10000:
+        met = ratio is not None and ours_s <= 1.5 and ratio <= 2.5
+        t.add(figure, show_time(ours_s * 1e9), floor_text, ratio, "<= 1.5 s and <= 2.5x", met)
+    else:
+        t.add(figure, show_time(ours_s * 1e9), floor_text, ratio, "", None)
+    t.add(f"  open / declare and close / flush, {label}",
+          " / ".join(show_time(ours[k] * 1e9) for k in ("open_seconds", "declare_seconds", "flush_seconds")),
+          "", None, "", None)
+    held = min(s["statuses"] for s in starts)
+    reports = min(s["mount_state_reports"] for s in starts)
+    t.add(f"  group statuses held / reported at start, {label}", f"{held:,} / {reports:,}", f"loaded {statuses:,}",
+          None, "all held", held == statuses)
+    if "reports_on_request" in ours:
+        on_request = min(s["reports_on_request"] for s in starts)
+        t.add(f"  then reportMountStates(), {label}",
+              f"{show_time(statistics.median(s['report_seconds'] for s in starts) * 1e9)}, {on_request:,} hook calls",
+              "", None, "all reported", on_request == statuses)
+    heap = (ours["heap_after_bytes"] - ours["heap_before_bytes"]) / statuses
+    t.against_goal(f"  agent heap per group status, {label}", heap, 250, show_bytes_per)
+    if "heap_opened_bytes" in ours:
+        steps = (ours["heap_opened_bytes"] - ours["heap_before_bytes"], ours["heap_declared_bytes"] - ours["heap_opened_bytes"])
+        t.add(f"    of which the open / the service", " / ".join(show_bytes_per(b / statuses) for b in steps), "", None, "",
+              None)
+    t.add(f"  agent peak RSS, {label}", show_megabytes(ours["peak_rss_bytes"]),
+          f"at start {show_megabytes(ours['rss_before_bytes'])}; floor's "
+          f"{show_megabytes(max(s['peak_rss_bytes'] for s in floors)) if not floor_error else 'n/a'}",
+          None, "", None)
+
+
+def store_rows(t, path):
+    with open(path) as f:
+        store = json.load(f)
+    for fleet in store["fleets"]:
+        store_start_rows(t, fleet)
+    for fleet in store["fleets"]:
+        redis_bytes = (fleet["redis_used_memory_after"] - fleet["redis_used_memory_before"]) / fleet["statuses"]
+        t.against_goal(f"store: redis bytes per group status, {fleet_label(fleet['switches'], fleet['groups'])}",
+                       redis_bytes, 60, show_bytes_per)
+    hook = store.get("hook_latency")
+    if hook:
+        figure = f"store: status write to hook across processes, {fleet_label(hook['switches'], hook['groups'])}"
+        floor_error, ours_error = failure(hook["floor"]), failure(hook["ours"])
+        if floor_error or ours_error:
+            t.add(figure, f"failed: {ours_error}" if ours_error else "", f"floor failed: {floor_error}" if floor_error else "",
+                  None, "<= 2x", False)
+            return
+        floor = sorted(x for r in hook["floor"] for x in r["micros"])
+        ours = sorted(x for r in hook["ours"] for x in r["micros"])
+        at = lambda xs, q: xs[min(len(xs) - 1, int(len(xs) * q))]
+        t.compare(f"{figure}, median of {len(ours)}", at(ours, 0.5) * 1e3, "HSET -> notified HGETALL (C)",
+                  at(floor, 0.5) * 1e3, goal_ratio=2)
+        t.compare("  99th percentile", at(ours, 0.99) * 1e3, "same floor", at(floor, 0.99) * 1e3)
+
+
+def main(path, store_path):
     e = load(path)
     t = Table()
 
@@ -155,8 +252,14 @@ def main(path):
         t.add("trace at a disabled level", show_time(trace), f"empty loop {show_time(empty)}", trace / empty,
               "<= +0.15 ns", extra <= 0.15)
 
+    if store_path:
+        store_rows(t, store_path)
     t.print()
 
 
 if __name__ == "__main__":
-    main(sys.argv[1] if len(sys.argv) > 1 else "build/release/bench.json")
+    parser = argparse.ArgumentParser(description="The bench table: each figure beside its floor and goal.")
+    parser.add_argument("bench", nargs="?", default="build/release/bench.json", help="hubstore_bench's JSON")
+    parser.add_argument("--store", help="hubstore_redis_figures's JSON")
+    arguments = parser.parse_args()
+    main(arguments.bench, arguments.store)

@@ -102,7 +102,7 @@ Vex::String stringField(const Fields& fields, const char* name) {
   return Vex::String(value ? *value : std::string());
 }
 
-std::optional<std::uint32_t> numberKey(const std::string& key) {
+std::optional<std::uint32_t> numberKey(std::string_view key) {
   std::uint32_t value = 0;
   const auto [end, error] = std::from_chars(key.data(), key.data() + key.size(), value);
   if (key.empty() || error != std::errc() || end != key.data() + key.size()) return std::nullopt;
@@ -428,9 +428,26 @@ std::string RecordCodec::memberField(std::string_view key) {
   return field;
 }
 
+bool RecordCodec::isMemberField(std::string_view field) {
+  return field.size() >= 2 && field.front() == '[' && field.back() == ']';
+}
+
 std::optional<std::string> RecordCodec::fieldKey(std::string_view field) {
-  if (field.size() < 2 || field.front() != '[' || field.back() != ']') return std::nullopt;
-  return RedisKeySchema::unquoted(field.substr(1, field.size() - 2));
+  if (!isMemberField(field)) return std::nullopt;
+  const std::string_view key = field.substr(1, field.size() - 2);
+  // Most keys are not quoted: read them without the quoting's rules.
+  if (!key.empty() && key.front() != '"' && key.find_first_of("[]") == std::string_view::npos) {
+    return std::string(key);
+  }
+  return RedisKeySchema::unquoted(key);
+}
+
+const Vex::Name& RecordCodec::Names::operator()(std::string_view text) {
+  auto found = names_.find(text);
+  if (found != names_.end()) return found->second;
+  // Bounded: names that do not repeat (another writer's) do not pile up.
+  if (names_.size() >= kMaxNames) names_.clear();
+  return names_.emplace(std::string(text), Vex::Name(text)).first->second;
 }
 
 bool RecordCodec::isFieldMemberKey(const RedisKeySchema::Path& path) {
@@ -444,13 +461,16 @@ bool RecordCodec::isFieldMemberKey(const RedisKeySchema::Path& path) {
 
 void RecordCodec::applyFields(Vex::Entity& e, const Fields& given, const Context& context) {
   // What the entity holds: its own fields ("name" may be left out, the key
-  // names the entity) and, for some, members in fields.
-  const Fields own = ownFields(e);
+  // names the entity) and, for some, members in fields. A record that holds
+  // members in fields (a switch, a filter, a publish group status) has no
+  // other own field than its name.
+  const Members collections = collectionsOf(e);
   bool hasFieldMembers = false;
-  for (const Collection& c : collectionsOf(e)) hasFieldMembers = hasFieldMembers || c.inFields;
+  for (const Collection& c : collections) hasFieldMembers = hasFieldMembers || c.inFields;
+  const Fields own = hasFieldMembers ? Fields() : ownFields(e);
   std::optional<Fields> readable;
   for (const auto& [name, value] : given) {
-    const bool known = own.count(name) || (hasFieldMembers && fieldKey(name));
+    const bool known = name == "name" || (hasFieldMembers ? isMemberField(name) : own.count(name) > 0);
     const bool oversized = name.size() > kMaxValueBytes || value.size() > kMaxValueBytes;
     if (known && !oversized) continue;
     const std::string shown = name.size() > 64 ? name.substr(0, 64) + "..." : name;
@@ -493,7 +513,7 @@ void RecordCodec::applyFields(Vex::Entity& e, const Fields& given, const Context
     if (field(fields, "remoteTargetPath")) r->remoteTargetPathIs(stringField(fields, "remoteTargetPath"));
     if (auto ready = boolField("readyToPublish")) r->readyToPublishIs(*ready);
   }
-  for (const Collection& c : collectionsOf(e)) {
+  for (const Collection& c : collections) {
     if (c.inFields) applyFieldMembers(e, c, fields, context);
   }
 }
@@ -575,32 +595,38 @@ Vex::Entity* RecordCodec::applyMember(Vex::Entity& e, const Collection& c, const
   return member;
 }
 
-bool RecordCodec::applyFieldMember(Vex::Entity& e, const Collection& c, const std::string& key,
-                                   const std::string& value, const Context& context) {
+bool RecordCodec::applyFieldMember(Vex::Entity& e, const Collection& c, std::string_view key, std::string_view value,
+                                   const Context& context) {
   auto unreadable = [&](const std::string& why) {
     context.problem("field " + memberField(key) + ": " + why);
     return false;
   };
+  auto quotedValue = [&] {
+    std::string quoted(1, '\'');
+    quoted += value;
+    quoted += '\'';
+    return quoted;
+  };
   const bool isBool = value == "true" || value == "false";
-  const Vex::Name name(key);
-  if (auto* r = as<SystemStatus>(e)) {
+  // The collection tells the holder's type: one of the four held in fields.
+  if (&c == kSystemStatusMembers) {
     const auto state = mountStateFromName(value);
-    if (!state) return unreadable("'" + value + "' is no mount state");
-    // An existing status is returned as it is; a new one starts unknown.
-    r->serviceMountGroupStatusIs(name, mountStateUnknown)->mountStateIs(*state);
-  } else if (auto* r = as<MountFilterSystem>(e)) {
-    if (!isBool) return unreadable("'" + value + "' is not true or false");
-    r->includedSystemIs(name, value == "true");
-  } else if (auto* r = as<MountFilterServiceVersion>(e)) {
+    if (!state) return unreadable(quotedValue() + " is no mount state");
+    // An existing status is returned as it is; a new one starts unknown. A
+    // fleet's group names repeat on every switch: they are shared.
+    static_cast<SystemStatus&>(e).serviceMountGroupStatusIs(context.name(key), mountStateUnknown)->mountStateIs(*state);
+  } else if (&c == kSystemFilterMembers) {
+    if (!isBool) return unreadable(quotedValue() + " is not true or false");
+    static_cast<MountFilterSystem&>(e).includedSystemIs(Vex::Name(key), value == "true");
+  } else if (&c == kVersionFilterMembers) {
     const auto version = numberKey(key);
     if (!version) return unreadable("not a version number");
-    if (!isBool) return unreadable("'" + value + "' is not true or false");
-    r->includedServiceVersionIs(*version, value == "true");
-  } else if (auto* r = as<ServicePublishGroupStatus>(e)) {
-    if (value != "true") return unreadable("'" + value + "' is not true");
-    r->publishStatusIs(name);
+    if (!isBool) return unreadable(quotedValue() + " is not true or false");
+    static_cast<MountFilterServiceVersion&>(e).includedServiceVersionIs(*version, value == "true");
+  } else if (&c == kPublishGroupStatusMembers) {
+    if (value != "true") return unreadable(quotedValue() + " is not true");
+    static_cast<ServicePublishGroupStatus&>(e).publishStatusIs(context.name(key));
   }
-  (void)c;
   return true;
 }
 
@@ -647,7 +673,16 @@ void RecordCodec::applyFieldMembers(Vex::Entity& e, const Collection& c, const F
   Vex::Ptr<Vex::Entity> holder(&e);
   std::size_t applied = 0;
   for (const auto& [field, value] : fields) {
-    if (auto key = fieldKey(field)) applied += applyFieldMember(e, c, *key, value, context);
+    if (!isMemberField(field)) continue;
+    // Most keys are not quoted: read without a copy.
+    const std::string_view key = std::string_view(field).substr(1, field.size() - 2);
+    if (!key.empty() && key.front() != '"' && key.find_first_of("[]") == std::string_view::npos) {
+      applied += applyFieldMember(e, c, key, value, context);
+    } else if (auto unquoted = fieldKey(field)) {
+      applied += applyFieldMember(e, c, *unquoted, value, context);
+    } else {
+      context.problem("field " + field + ": not a member's name");
+    }
   }
   // Each member is one of those just written, unless some are left over.
   if (fieldMemberCount(e) == applied) return;
@@ -664,6 +699,20 @@ std::size_t RecordCodec::fieldMemberCount(const Vex::Entity& e) {
   if (auto* r = as<MountFilterServiceVersion>(e)) return r->includedServiceVersionMembers().count();
   if (auto* r = as<ServicePublishGroupStatus>(e)) return r->publishStatusMembers().count();
   return 0;
+}
+
+std::optional<Fields> RecordCodec::fieldsAt(const Vex::Entity& record, const std::vector<RedisKeySchema::Step>& steps) {
+  const Vex::Entity* entity = &record;
+  for (std::size_t i = 0; i < steps.size(); ++i) {
+    const Collection* c = collection(*entity, steps[i].attribute);
+    if (!c || c->inFields) return std::nullopt;
+    if (!c->holdsRecords) {
+      return i + 1 == steps.size() ? valueMember(*entity, *c, steps[i].key) : std::nullopt;
+    }
+    entity = recordMember(*entity, *c, steps[i].key);
+    if (!entity) return std::nullopt;
+  }
+  return fields(*entity);
 }
 
 void RecordCodec::forEachKey(const Vex::Entity& entity, const std::string& key,

@@ -24,15 +24,16 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include <hubstore/foundations/framework/entity.h>
 #include <hubstore/foundations/framework/ptr.h>
+#include <hubstore/redis/fields.h>
 #include <hubstore/redis/redis_key_schema.h>
 
 namespace hubstore::redis {
 
-using Fields = std::map<std::string, std::string>;
 
 class RecordCodec {
  public:
@@ -49,10 +50,26 @@ class RecordCodec {
   // and where to say what could not be read. What cannot be read is left out
   // and changes nothing: a value keeps its last good one, a member that
   // cannot be read is not created.
+  // Names read again and again (a fleet's group names, one per switch),
+  // shared rather than made once per switch.
+  class Names {
+   public:
+    const Vex::Name& operator()(std::string_view text);
+
+   private:
+    struct Hash {
+      using is_transparent = void;
+      std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
+    };
+    static constexpr std::size_t kMaxNames = 4096;
+    std::unordered_map<std::string, Vex::Name, Hash, std::equal_to<>> names_;
+  };
   struct Context {
     std::function<Vex::Entity*(RecordSlot)> roots;
     std::vector<std::string>* problems = nullptr;
+    Names* names = nullptr;
     Vex::Entity* root(RecordSlot slot) const { return roots ? roots(slot) : nullptr; }
+    Vex::Name name(std::string_view text) const { return names ? (*names)(text) : Vex::Name(text); }
     void problem(std::string what) const {
       if (problems) problems->push_back(std::move(what));
     }
@@ -73,6 +90,9 @@ class RecordCodec {
   // Visits the key of `entity` (named `key`) and of everything below it,
   // each record before its members.
   static void flatten(const Vex::Entity& entity, const std::string& key, const Visitor& visit);
+  // The fields of the key at `steps` below `record`, or nullopt when the
+  // records hold no such key.
+  static std::optional<Fields> fieldsAt(const Vex::Entity& record, const std::vector<RedisKeySchema::Step>& steps);
   // The same keys, without their fields.
   static void forEachKey(const Vex::Entity& entity, const std::string& key,
                          const std::function<void(const std::string& key)>& visit);
@@ -95,6 +115,8 @@ class RecordCodec {
   // "[KEY]", quoted as keys are; and back (nullopt for an own field).
   static std::string memberField(std::string_view key);
   static std::optional<std::string> fieldKey(std::string_view field);
+  // Whether the field is of the "[KEY]" form.
+  static bool isMemberField(std::string_view field);
   // A key naming a member that is now a field: the layout of hubstore 0.2,
   // where every member was a key of its own.
   static bool isFieldMemberKey(const RedisKeySchema::Path& path);
@@ -125,8 +147,8 @@ class RecordCodec {
                         const Context& context);
   // Creates or updates the member `key` held in a field with its `value`;
   // false when the value or the key cannot be read.
-  static bool applyFieldMember(Vex::Entity& entity, const Collection& collection, const std::string& key,
-                               const std::string& value, const Context& context);
+  static bool applyFieldMember(Vex::Entity& entity, const Collection& collection, std::string_view key,
+                               std::string_view value, const Context& context);
   // Brings the members of `collection` held in fields in line with `fields`.
   static void applyFieldMembers(Vex::Entity& entity, const Collection& collection, const Fields& fields,
                                 const Context& context);

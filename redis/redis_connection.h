@@ -21,6 +21,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -34,10 +35,11 @@ namespace hubstore::redis {
 
 class RedisConnection {
  public:
+  class ReplyArena;
   using Callback = std::function<void(const redisReply& reply)>;
 
   // `name` goes into error messages ("notifications connection: ...").
-  explicit RedisConnection(std::string name) : name_(std::move(name)) {}
+  explicit RedisConnection(std::string name);
   ~RedisConnection();
   RedisConnection(const RedisConnection&) = delete;
   RedisConnection& operator=(const RedisConnection&) = delete;
@@ -80,6 +82,7 @@ class RedisConnection {
   std::deque<Callback> callbacks_;
   Callback pushHandler_;
   std::uint64_t repliesRead_ = 0;
+  std::unique_ptr<ReplyArena> arena_;
   std::string error_;
 };
 

@@ -33,11 +33,24 @@ bool isError(const redisReply& reply) { return reply.type == REDIS_REPLY_ERROR; 
 // A hash's fields, or nullopt for a key that does not exist (an empty hash).
 std::optional<Fields> hashFields(const redisReply& reply) {
   if (reply.type != REDIS_REPLY_ARRAY || reply.elements == 0) return std::nullopt;
-  Fields fields;
-  for (std::size_t i = 0; i + 1 < reply.elements; i += 2) {
-    fields.emplace(std::string(text(*reply.element[i])), std::string(text(*reply.element[i + 1])));
+  // Put in name order as views, which move cheaply, then copied once.
+  std::vector<std::pair<std::string_view, std::string_view>> views;
+  views.reserve(reply.elements / 2);
+  for (std::size_t i = 0; i + 1 < reply.elements; i += 2) views.emplace_back(text(*reply.element[i]), text(*reply.element[i + 1]));
+  // A writer's hash is in order but for a field or two (its "name" written
+  // first): an insertion sort moves them in a pass, where it is short.
+  const auto byName = [](const auto& a, const auto& b) { return a.first < b.first; };
+  if (views.size() > 128) {
+    std::sort(views.begin(), views.end(), byName);
+  } else {
+    for (std::size_t i = 1; i < views.size(); ++i) {
+      for (std::size_t j = i; j > 0 && byName(views[j], views[j - 1]); --j) std::swap(views[j], views[j - 1]);
+    }
   }
-  return fields;
+  std::vector<Fields::value_type> fields;
+  fields.reserve(views.size());
+  for (const auto& [name, value] : views) fields.emplace_back(std::string(name), std::string(value));
+  return Fields::inOrder(std::move(fields));
 }
 
 // The keyspace event classes the store needs: keyspace channel (K), generic
@@ -113,7 +126,9 @@ RedisStore::RedisStore(Vex::Ptr<Mirra::EntityManager> entityManager, Options opt
     if (message.elements < 4) return;
     const std::string_view channel = text(*message.element[2]);
     const std::size_t colon = channel.find("__:");
-    if (colon != std::string_view::npos) onNotification(std::string(channel.substr(colon + 3)));
+    if (colon != std::string_view::npos) {
+      onNotification(std::string(channel.substr(colon + 3)), text(*message.element[3]));
+    }
   });
 }
 
@@ -128,6 +143,71 @@ RedisStore::~RedisStore() {
 
 // ---------------------------------------------------------------------------
 // Opening and the connection's lifecycle
+
+void RedisStore::checkServer(const RedisEndpoint& given, milliseconds silence) {
+  RedisEndpoint endpoint = given;
+  if (endpoint.viaSentinels()) {
+    // The master the sentinels name now.
+    SentinelQuery query(endpoint, Options().sentinelTimeout);
+    query.ask();
+    while (query.state() == SentinelQuery::State::asking) {
+      pollfd p{query.fd(), static_cast<short>(POLLIN | (query.wantsWrite() ? POLLOUT : 0)), 0};
+      ::poll(&p, query.fd() >= 0 ? 1 : 0, 50);
+      query.process();
+    }
+    if (query.state() != SentinelQuery::State::found) {
+      throw RedisStoreError("no answer from redis at " + endpoint.describe() + " (" + query.error() + ")");
+    }
+    endpoint.host = query.master().host;
+    endpoint.port = query.master().port;
+  }
+  RedisConnection connection("data");
+  const std::string where = "redis at " + endpoint.describe();
+  auto fail = [&](const std::string& why) { throw RedisStoreError(why); };
+  if (!connection.open(endpoint)) {
+    fail("no answer from " + where + " within " + std::to_string(silence.count()) + " ms (" + connection.error() + ")");
+  }
+  std::string refusal;
+  bool answered = false;
+  if (!endpoint.password.empty()) {
+    std::vector<std::string_view> auth{"AUTH"};
+    if (!endpoint.user.empty()) auth.push_back(endpoint.user);
+    auth.push_back(endpoint.password);
+    connection.command(auth, [&](const redisReply& reply) {
+      if (isError(reply) && refusal.empty()) refusal = where + " refused the login: " + std::string(text(reply));
+    });
+  }
+  if (endpoint.database != 0) {
+    connection.command({"SELECT", std::to_string(endpoint.database)}, [&](const redisReply& reply) {
+      if (isError(reply) && refusal.empty()) {
+        refusal = where + " has no database " + std::to_string(endpoint.database) + ": " + std::string(text(reply));
+      }
+    });
+  }
+  connection.command({"PING"}, [&](const redisReply&) { answered = true; });
+  auto lastAnswer = Clock::now();
+  std::uint64_t replies = 0;
+  while (!answered) {
+    if (!connection.isOpen()) fail("no answer from " + where + " (" + connection.error() + ")");
+    pollfd p{connection.fd(), static_cast<short>(POLLIN | (connection.connecting() || connection.wantsWrite() ? POLLOUT : 0)), 0};
+    ::poll(&p, 1, 50);
+    if (connection.connecting() && (p.revents & (POLLOUT | POLLERR | POLLHUP)) && !connection.finishConnect()) {
+      fail("no answer from " + where + " within " + std::to_string(silence.count()) + " ms (" + connection.error() + ")");
+    }
+    if (!connection.flush() || !connection.read()) {
+      if (!refusal.empty()) fail(refusal);
+      fail("no answer from " + where + " (" + connection.error() + ")");
+    }
+    if (connection.repliesRead() != replies) {
+      replies = connection.repliesRead();
+      lastAnswer = Clock::now();
+    }
+    if (Clock::now() - lastAnswer > silence) {
+      fail("no answer from " + where + " within " + std::to_string(silence.count()) + " ms");
+    }
+  }
+  if (!refusal.empty()) fail(refusal);
+}
 
 void RedisStore::open() {
   if (state_ != State::closed) return;
@@ -258,7 +338,7 @@ void RedisStore::sendHandshake() {
       if (!isError(reply)) return;
       const std::string why = "redis at " + server_.describe() + " refused the login: " +
                               std::string(text(reply));
-      loaded_ ? lose(why) : fatal(why);
+      refused(why);
     };
     data_.command(auth, checkLogin);
     notifications_.command(auth, checkLogin);
@@ -269,7 +349,7 @@ void RedisStore::sendHandshake() {
       if (!isError(reply)) return;
       const std::string why = "redis at " + server_.describe() + " has no database " +
                               std::to_string(server_.database) + ": " + std::string(text(reply));
-      loaded_ ? lose(why) : fatal(why);
+      refused(why);
     });
   }
   if (endpoint.viaSentinels()) {
@@ -286,6 +366,14 @@ void RedisStore::sendHandshake() {
       }
     });
   }
+  // A user without the agent's keys is told now, not at its first write.
+  const std::string statusKey = keys_.recordKey(RecordSlot::status);
+  data_.command({"EXISTS", statusKey}, [this, statusKey](const redisReply& reply) {
+    if (!isError(reply)) return;
+    refused("redis at " + server_.describe() + " refused to read " + statusKey + ": " +
+            std::string(text(reply)) +
+            needs(reply, "the key permission ~" + keys_.pattern() + " and the command permission +exists"));
+  });
   data_.command({"CONFIG", "GET", "notify-keyspace-events"}, [this](const redisReply& reply) {
     if (isError(reply) || reply.type != REDIS_REPLY_ARRAY || reply.elements != 2) {
       VEX_TRACE(redisStoreTrace, 5) << "RedisStore::keyspaceNotifications unknown: "
@@ -310,10 +398,21 @@ void RedisStore::sendHandshake() {
   });
   const std::string channels =
       "__keyspace@" + std::to_string(endpoint.database) + "__:" + keys_.pattern();
-  notifications_.command({"PSUBSCRIBE", channels}, [this](const redisReply& reply) {
-    if (!isError(reply)) handshakeStepDone();
+  notifications_.command({"PSUBSCRIBE", channels}, [this, channels](const redisReply& reply) {
+    if (!isError(reply)) {
+      handshakeStepDone();
+      return;
+    }
+    refused("redis at " + server_.describe() + " refused the subscription to " + channels + ": " +
+            std::string(text(reply)) + needs(reply, "the channel permission &" + channels));
   });
 }
+
+std::string RedisStore::needs(const redisReply& error, const std::string& permission) const {
+  return text(error).rfind("NOPERM", 0) == 0 ? " (the user needs " + permission + ")" : std::string();
+}
+
+void RedisStore::refused(const std::string& why) { loaded_ ? lose(why) : fatal(why); }
 
 void RedisStore::handshakeStepDone() {
   if (--handshakeSteps_ == 0) startResync();
@@ -329,6 +428,8 @@ void RedisStore::lose(const std::string& why) {
   notifications_.close();
   arrived_.clear();
   arrivedSet_.clear();
+  toVerify_.clear();
+  toVerifySet_.clear();
   toApply_.clear();
   seen_.clear();
   ownedInRedis_.clear();
@@ -444,6 +545,8 @@ void RedisStore::process() {
     } else if ((state_ == State::connecting && !askingSentinels) || state_ == State::syncing) {
       lose("nothing answered for " + std::to_string(options_.attemptTimeout.count()) + " ms" +
            (state_ == State::syncing ? ", after " + resyncProgress() : std::string()));
+    } else if (state_ == State::live) {
+      check();
     }
   }
   if (sentinels_) followSentinels();
@@ -462,6 +565,10 @@ void RedisStore::process() {
     }
   }
   const std::uint64_t before = repliesRead();
+  if (before != lastReplies_) {
+    lastReplies_ = before;
+    lastAnswer_ = Clock::now();
+  }
   for (RedisConnection* connection : {&notifications_, &data_}) {
     if (connection->isOpen() && !connection->connecting() && !connection->read() && !connection->isOpen()) {
       if (fatalError_.empty() && state_ != State::disconnected) lose(connection->error());
@@ -482,17 +589,80 @@ void RedisStore::process() {
   updateInterest();
 }
 
+void RedisStore::check() {
+  timerIs(options_.checkInterval);
+  if (data_.pending() > 0 && Clock::now() - lastAnswer_ > options_.attemptTimeout) {
+    lose("nothing answered for " + std::to_string(options_.attemptTimeout.count()) + " ms");
+    return;
+  }
+  if (checkPending_) return;
+  // The root records Redis should hold. A key deleted without a notification
+  // (FLUSHALL, FLUSHDB) is found missing here.
+  std::vector<std::string> roots;
+  for (RecordSlot slot : kRecordSlots) {
+    if (root(slot) && !absentRoots_.count(slot)) roots.push_back(keys_.recordKey(slot));
+  }
+  std::vector<std::string_view> args{"EXISTS"};
+  for (const std::string& key : roots) args.push_back(key);
+  if (roots.empty()) args = {"PING"};
+  checkPending_ = true;
+  lastAnswer_ = std::max(lastAnswer_, Clock::now() - options_.checkInterval);
+  data_.command(args, [this, expected = roots.size()](const redisReply& reply) {
+    checkPending_ = false;
+    if (expected == 0 || reply.type != REDIS_REPLY_INTEGER || reply.integer == static_cast<long long>(expected)) {
+      return;
+    }
+    VEX_TRACE(redisStoreTrace, 5) << "RedisStore::keysGone agent:" << std::string_view(keys_.agentName())
+                                  << " roots:" << static_cast<unsigned long long>(expected - reply.integer)
+                                  << ": deleted without a notification, read again";
+    resyncNow("the agent's keys were deleted without a notification");
+  });
+}
+
+void RedisStore::resyncNow(const std::string& why) {
+  if (state_ != State::live) return;
+  stateIs(State::syncing, why);
+  timerIs(options_.attemptTimeout);
+  startResync();
+}
+
 // ---------------------------------------------------------------------------
 // Reading: notifications, resynchronisation, applying to the records
 
-void RedisStore::onNotification(const std::string& key) {
+void RedisStore::onNotification(const std::string& key, std::string_view event) {
   const auto path = keys_.parse(key);
   if (!path) {
     badRecord(key, {"not a key of the agent's records"});
     return;
   }
-  if (isOldLayout(key, *path) || owned(sideOf(path->record))) return;
-  if (arrivedSet_.insert(key).second) arrived_.push_back(key);
+  if (isOldLayout(key, *path)) return;
+  if (!owned(sideOf(path->record))) {
+    if (arrivedSet_.insert(key).second) arrived_.push_back(key);
+    return;
+  }
+  // The store writes its own keys with HSET; anything else (a deletion, a
+  // value of another type) may be another client's, and is checked.
+  if (event != "hset" && toVerifySet_.insert(key).second) toVerify_.push_back(key);
+}
+
+void RedisStore::verifyOwned(const std::string& key, const std::optional<Fields>& inRedis) {
+  const auto path = keys_.parse(key);
+  if (!path || !owned(sideOf(path->record))) return;
+  const Vex::Entity* record = root(path->record);
+  const std::optional<Fields> local = record ? RecordCodec::fieldsAt(*record, path->steps) : std::nullopt;
+  if (local == inRedis) return;
+  ++statistics_.repairs;
+  VEX_TRACE(redisStoreTrace, 5) << "RedisStore::repair " << std::string_view(key)
+                                << (local ? (inRedis ? ": changed by another client, written again"
+                                                     : ": deleted by another client, written again")
+                                          : ": written by another client, deleted");
+  if (!local) {
+    erase({key});
+  } else if (inRedis) {
+    rewrite(key, *local, *inRedis);
+  } else {
+    write(key, *local);
+  }
 }
 
 bool RedisStore::isOldLayout(const std::string& key, const RedisKeySchema::Path& path) {
@@ -507,6 +677,17 @@ bool RedisStore::isOldLayout(const std::string& key, const RedisKeySchema::Path&
 }
 
 void RedisStore::requestArrived() {
+  for (const std::string& key : toVerify_) {
+    data_.command({"HGETALL", key}, [this, key](const redisReply& reply) {
+      if (isError(reply)) {
+        verifyOwned(key, std::nullopt);  // another type where a hash belongs: written again
+        return;
+      }
+      verifyOwned(key, hashFields(reply));
+    });
+  }
+  toVerify_.clear();
+  toVerifySet_.clear();
   if (arrived_.empty()) return;
   for (const std::string& key : arrived_) {
     data_.command({"HGETALL", key}, [this, key](const redisReply& reply) {
@@ -522,6 +703,9 @@ void RedisStore::requestArrived() {
 }
 
 void RedisStore::startResync() {
+  if (loaded_) createdByLoad_.clear();
+  absentRoots_.clear();
+  checkPending_ = false;
   seen_.clear();
   ownedInRedis_.clear();
   scanStarted_ = true;
@@ -538,7 +722,8 @@ void RedisStore::scanFrom(const std::string& cursor) {
   const std::string count = std::to_string(kScanCount);
   data_.command({"SCAN", cursor, "MATCH", pattern, "COUNT", count}, [this](const redisReply& reply) {
     if (reply.type != REDIS_REPLY_ARRAY || reply.elements != 2) {
-      lose("SCAN failed: " + std::string(text(reply)));
+      refused("redis at " + server_.describe() + " refused SCAN: " + std::string(text(reply)) +
+              needs(reply, "the command permission +scan"));
       return;
     }
     const std::string next(text(*reply.element[0]));
@@ -648,7 +833,7 @@ void RedisStore::finishResync() {
   followedInRedis_.clear();
   scanStarted_ = false;
   backoff_ = milliseconds(0);
-  timerIs(milliseconds(0));
+  timerIs(options_.checkInterval);
   loaded_ = true;
   stateIs(State::live, "");
   requestArrived();
@@ -671,7 +856,7 @@ void RedisStore::apply(const Applied& change) {
   const auto path = keys_.parse(change.key);
   if (!path || (!change.load && owned(sideOf(path->record)))) return;
   std::vector<std::string> problems;
-  const RecordCodec::Context context{[this](RecordSlot slot) { return root(slot); }, &problems};
+  const RecordCodec::Context context{[this](RecordSlot slot) { return root(slot); }, &problems, &names_};
   const Fields* fields = change.fields ? &*change.fields : nullptr;
   Vex::Ptr<Vex::Entity> entity(root(path->record));
   if (!entity) {
@@ -685,15 +870,34 @@ void RedisStore::apply(const Applied& change) {
                                                        : keys_.agentName();
     entity = RecordCodec::newRecord(path->record, Vex::Name(name));
     em_->entityIs(Vex::String(keys_.recordPath(path->record)), entity);
+    if (change.load) createdByLoad_.insert(path->record);
+  }
+  if (!fields && path->steps.empty() && change.load && createdByLoad_.erase(path->record)) {
+    // A first read that the server's loss cut short, then found gone: the
+    // record it made leaves whole, so nothing half loaded stays behind. No
+    // one can hold it yet.
+    em_->entityDel(Vex::String(keys_.recordPath(path->record)));
+    return;
   }
   RecordCodec::applyPath(*entity, path->steps, fields, context);
   if (!problems.empty()) badRecord(change.key, problems);
+  if (!path->steps.empty() || change.load) return;
+  // A root record another client deleted is emptied once; its members'
+  // keys are read again when it comes back.
+  if (!fields) {
+    absentRoots_.insert(path->record);
+  } else if (absentRoots_.erase(path->record)) {
+    resyncNow("a root record came back");
+  }
 }
 
 void RedisStore::unreadableKey(const std::string& key, const redisReply& error) {
   const std::string_view why = text(error);
   if (why.rfind("WRONGTYPE", 0) == 0) {
     badRecord(key, {"not a hash (" + std::string(why) + ")"});
+  } else if (why.rfind("NOPERM", 0) == 0) {
+    refused("redis at " + server_.describe() + " refused to read " + key + ": " + std::string(why) +
+            needs(error, "the key permission ~" + keys_.pattern() + " and the command permission +hgetall"));
   } else {
     VEX_TRACE(redisStoreTrace, 5) << "RedisStore::read " << std::string_view(key) << ": " << why;
   }
@@ -825,7 +1029,7 @@ void RedisStore::rewriteFilterUsers(const std::string& filterName) {
 
 void RedisStore::send(const std::vector<std::string_view>& args, const std::string& what) {
   // Before the login nothing is sent; the resynchronisation writes it.
-  if (!data_.isOpen() || state_ == State::connecting) return;
+  if (!data_.isOpen() || state_ == State::connecting || leaving_) return;
   const bool idle = !data_.wantsWrite();
   data_.command(args, [this, what](const redisReply& reply) {
     if (!isError(reply)) return;

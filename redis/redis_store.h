@@ -46,7 +46,9 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
+#include <string_view>
 #include <unordered_set>
 #include <vector>
 
@@ -83,6 +85,9 @@ class RedisStore : private RecordWatcher::Owner {
     // A connection attempt, or a resynchronisation, that gets no answer for
     // this long counts as lost.
     std::chrono::milliseconds attemptTimeout{3000};
+    // How often a live store checks that the server answers and that the
+    // agent's root keys are still there.
+    std::chrono::milliseconds checkInterval{1000};
     std::chrono::milliseconds backoffMin{50};
     std::chrono::milliseconds backoffMax{2000};
     // A redis-sentinel:// endpoint: how long each sentinel has to answer
@@ -99,6 +104,11 @@ class RedisStore : private RecordWatcher::Owner {
   RedisStore(const RedisStore&) = delete;
   RedisStore& operator=(const RedisStore&) = delete;
 
+  // Checks that the server answers and takes the login and the database, and
+  // nothing more: no key, no channel. Raises RedisStoreError as open() does.
+  // Through sentinels: the master they name now.
+  static void checkServer(const RedisEndpoint& endpoint, std::chrono::milliseconds silence);
+
   // Connects and reads every record of the agent that Redis holds into the
   // entity manager (both sides). Raises RedisStoreError when the server does
   // not answer within openTimeout (retrying meanwhile), or refuses the login
@@ -111,6 +121,13 @@ class RedisStore : private RecordWatcher::Owner {
   // statuses owns them from then on).
   void ownedIs(Side side, bool owned);
   bool owned(Side side) const { return owned_[static_cast<int>(side)]; }
+
+  // A warm restart (an agent stopping for an upgrade): from now on nothing is
+  // written, so what Redis holds of the owned side stays as it is for the
+  // next run, which takes it over and whose close removes only what it no
+  // longer declares. Call it after flush() and before the service goes: its
+  // teardown then changes the records alone. The store goes on reading.
+  void leaveInRedis() { leaving_ = true; }
 
   // Places `record` at `path` in the entity manager and, at one of the five
   // paths, writes it to Redis in place of what was there.
@@ -138,6 +155,7 @@ class RedisStore : private RecordWatcher::Owner {
     std::uint64_t failedWrites = 0;    // writes the server answered with an error (traced at level 5)
     std::uint64_t oldLayoutKeys = 0;   // keys of hubstore 0.2's layout met, and not read (traced at level 5)
     std::uint64_t badRecords = 0;      // keys read that could not be read whole (traced at level 5)
+    std::uint64_t repairs = 0;         // owned keys another client changed or deleted, written back
     std::uint64_t resyncs = 0;         // reads of every key, the first one included
     std::uint64_t keysRead = 0;        // keys the last resynchronisation read
   };
@@ -161,6 +179,11 @@ class RedisStore : private RecordWatcher::Owner {
   void handshakeStepDone();
   void lose(const std::string& why);
   void fatal(const std::string& why);
+  // A refusal (a login, a permission): the end of open(), or a lost
+  // connection once the store has opened.
+  void refused(const std::string& why);
+  // " (the user needs PERMISSION)" when the error is a missing permission.
+  std::string needs(const redisReply& error, const std::string& permission) const;
   void stateIs(State state, const std::string& detail);
   void watchFd(int fd, bool writable, bool add);
   void timerIs(std::chrono::milliseconds delay);
@@ -179,7 +202,11 @@ class RedisStore : private RecordWatcher::Owner {
   bool isOldLayout(const std::string& key, const RedisKeySchema::Path& path);
 
   // Reading
-  void onNotification(const std::string& key);
+  void onNotification(const std::string& key, std::string_view event);
+  // Writes an owned key back when Redis holds something else.
+  void verifyOwned(const std::string& key, const std::optional<Fields>& inRedis);
+  void check();
+  void resyncNow(const std::string& why);
   void requestArrived();
   void startResync();
   void scanFrom(const std::string& cursor);
@@ -235,6 +262,7 @@ class RedisStore : private RecordWatcher::Owner {
   std::uint64_t unconfirmedReplies_ = 0;
   bool loaded_ = false;  // the first resynchronisation, which loads both sides, is done
   bool processing_ = false;
+  bool leaving_ = false;  // leaveInRedis(): nothing more is written
 
   // Resynchronisation
   std::unordered_set<std::string> seen_;          // followed keys present in Redis
@@ -249,11 +277,22 @@ class RedisStore : private RecordWatcher::Owner {
   // Notified keys not yet read, in arrival order, and what was read, not yet applied.
   std::vector<std::string> arrived_;
   std::unordered_set<std::string> arrivedSet_;
+  // Owned keys that may have been changed by another client, to be checked.
+  std::vector<std::string> toVerify_;
+  std::unordered_set<std::string> toVerifySet_;
+  // Root records the first read made, until it is done.
+  std::set<RecordSlot> createdByLoad_;
+  // Followed root records deleted in Redis (and emptied here).
+  std::set<RecordSlot> absentRoots_;
+  bool checkPending_ = false;
+  std::uint64_t lastReplies_ = 0;
+  std::chrono::steady_clock::time_point lastAnswer_;
   std::deque<Applied> toApply_;
   // A later resynchronisation of the followed side applies in key order.
   std::map<std::string, Fields> followedInRedis_;
   bool pongPending_ = false;
 
+  RecordCodec::Names names_;
   // By watchAddress: a record's key, or its holder's key and its field.
   std::map<std::string, Vex::Ptr<RecordWatcher>> watchers_;
   Statistics statistics_;

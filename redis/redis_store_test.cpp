@@ -4,7 +4,9 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <memory>
+#include <sstream>
 #include <thread>
 #include <string>
 #include <vector>
@@ -330,6 +332,51 @@ TEST_F(RedisStoreTest, WritesThatCannotBeReadChangeNothingAndAreTracedWithTheirK
   EXPECT_EQ(mounter->calls(), (Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 failed"}));
 }
 
+// Runs the store until `done`, for what a periodic check finds.
+bool eventually(RedisStore& store, const std::function<bool()>& done) {
+  const auto deadline = std::chrono::steady_clock::now() + kWait;
+  while (!done()) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    store.process();
+    std::this_thread::sleep_for(5ms);
+  }
+  return true;
+}
+
+TEST_F(RedisStoreTest, OwnedKeysAnotherClientDeletesAreWrittenBack) {
+  const auto configOf = [&] { return configIn(redisContent(server, "agentB")); };
+  const auto declared = configIn(agent.keys());
+  command(server, {"DEL", "agentB:mountConfig.mountGroupConfig[g1].mountConfig[/remote/a]"});
+  command(server, {"HDEL", "agentB:mountConfig.systemFilter[L]", "[00:1c:73:00:00:01]"});
+  command(server, {"DEL", "agentB:publishConfig"});
+  ASSERT_TRUE(agent.store->sync(kWait));
+  ASSERT_TRUE(agent.store->flush(kWait));
+  EXPECT_EQ(configOf(), declared);
+  EXPECT_EQ(agent.store->statistics().repairs, 3u);
+  // FLUSHALL tells no one: the periodic check finds the roots gone.
+  command(server, {"FLUSHALL"});
+  EXPECT_TRUE(eventually(*agent.store, [&] { return configOf() == declared; }));
+}
+
+TEST_F(RedisStoreTest, AFollowedRootDeletedIsEmptiedOnceAndReadAgainWhenItComesBack) {
+  const std::string system = "agentB:mountStatus.systemStatus[00:1c:73:00:00:01]";
+  command(server, {"HSET", system, "name", "00:1c:73:00:00:01", "[g1]", "mounted"});
+  ASSERT_TRUE(agent.store->sync(kWait));
+  command(server, {"DEL", "agentB:mountStatus"});
+  ASSERT_TRUE(agent.store->sync(kWait));
+  EXPECT_FALSE(agent.mountStatus().systemStatus("00:1c:73:00:00:01"));
+  mounter->callsDelAll();
+  command(server, {"HSET", "agentB:mountStatus", "name", "agentB"});
+  ASSERT_TRUE(agent.store->sync(kWait));
+  EXPECT_TRUE(eventually(*agent.store, [&] { return agent.store->state() == RedisStore::State::live; }));
+  ASSERT_TRUE(agent.store->sync(kWait));
+  EXPECT_EQ(agent.keys(), redisContent(server, "agentB"));
+  command(server, {"HSET", system, "[g1]", "failed"});
+  ASSERT_TRUE(agent.store->sync(kWait));
+  EXPECT_EQ(mounter->calls(), (Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted",
+                                   "doHandleControllerMountState 00:1c:73:00:00:01 g1 failed"}));
+}
+
 TEST_F(RedisStoreTest, KeysOfTheOldLayoutAreCountedAndNeverRead) {
   const std::string old = "agentB:mountStatus.systemStatus[00:1c:73:00:00:01].serviceMountGroupStatus[g1]";
   command(server, {"HSET", "agentB:mountStatus.systemStatus[00:1c:73:00:00:01]", "name", "00:1c:73:00:00:01"});
@@ -390,6 +437,93 @@ TEST(RedisStoreOpenTest, AFleetOpensWithLimitsShorterThanItsReadAndAStallSaysHow
   }
   pause.join();
   redisFree(loader);
+}
+
+// The server killed in the middle of the first read and restarted empty: the
+// open waits for it, and nothing that read made is left half loaded.
+TEST(RedisStoreOpenTest, AServerLostDuringTheFirstReadLeavesNothingHalfLoaded) {
+  TestRedisServer server;
+  redisContext* loader = server.connect();
+  ASSERT_TRUE(loader);
+  redisAppendCommand(loader, "HSET agentB:mountStatus name agentB");
+  for (int i = 0; i < 20000; ++i) {
+    redisAppendCommand(loader, "HSET agentB:mountStatus.systemStatus[s%d] name s%d [g1] mounted", i, i);
+  }
+  for (int i = 0; i <= 20000; ++i) {
+    void* reply = nullptr;
+    ASSERT_EQ(redisGetReply(loader, &reply), REDIS_OK);
+    freeReplyObject(reply);
+  }
+  redisFree(loader);
+  auto em = Mirra::EntityManager::EntityManagerIs();
+  RedisStore store(em, {RedisEndpoint::parse(server.url()), "agentB"});
+  std::atomic<bool> syncing = false;
+  std::atomic<int> readBefore = 0;
+  store.stateHandlerIs([&](RedisStore::State state, const std::string&) {
+    if (state == RedisStore::State::syncing) syncing = true;
+    if (state == RedisStore::State::disconnected && readBefore == 0) {
+      readBefore = static_cast<int>(em->getEntity("controller/mount/status/service/agentB") != nullptr) + 1;
+    }
+  });
+  std::thread restart([&] {
+    while (!syncing) std::this_thread::sleep_for(1ms);
+    std::this_thread::sleep_for(20ms);
+    server.kill();
+    std::this_thread::sleep_for(100ms);
+    server.start();
+  });
+  store.open();
+  restart.join();
+  EXPECT_EQ(readBefore, 2) << "the server went before the first read had made the status record";
+  EXPECT_FALSE(em->getEntity("controller/mount/status/service/agentB"));
+  EXPECT_EQ(store.state(), RedisStore::State::live);
+}
+
+// The ACL line docs/store.md gives an agent, and the same without the channel
+// or without the keys: the agent works with the first, and the others end
+// open() naming the permission missing.
+TEST(RedisStoreOpenTest, AnAgentUserOfTheDocumentedAclWorksAndAMissingPermissionIsNamed) {
+  TestRedisServer server;
+  const std::string commands = "-@all +ping +select +exists +scan +hgetall +hset +hdel +del +multi +exec +psubscribe";
+  command(server, {"CONFIG", "SET", "notify-keyspace-events", "KA"});
+  for (const auto& [user, rules] : std::vector<std::pair<std::string, std::string>>{
+           {"agentB", "resetkeys ~agentB:* resetchannels &__keyspace@0__:agentB:*"},
+           {"nochannel", "resetkeys ~agentB:* resetchannels"},
+           {"nokeys", "resetkeys resetchannels &__keyspace@0__:agentB:*"}}) {
+    std::vector<std::string> acl{"ACL", "SETUSER", user, "reset", "on", ">pw"};
+    std::istringstream words(rules + " " + commands);
+    for (std::string word; words >> word;) acl.push_back(word);
+    command(server, acl);
+  }
+  auto endpoint = [&](const std::string& user) {
+    return RedisEndpoint::parse("redis://" + user + ":pw@127.0.0.1:" + std::to_string(server.port()));
+  };
+  auto em = Mirra::EntityManager::EntityManagerIs();
+  RedisStore agent(em, {endpoint("agentB"), "agentB"});
+  agent.ownedIs(Side::config, true);
+  agent.open();
+  RedisStore machinery(Mirra::EntityManager::EntityManagerIs(), {endpoint("agentB"), "agentB"});
+  machinery.ownedIs(Side::status, true);
+  machinery.open();
+  for (RecordSlot slot : kRecordSlots) {
+    auto record = RecordCodec::newRecord(slot, slot == RecordSlot::status ? "status" : "agentB");
+    (sideOf(slot) == Side::config ? agent : machinery).recordIs(Vex::String(agent.keys().recordPath(slot)), record);
+  }
+  ASSERT_TRUE(machinery.flush(kWait));
+  ASSERT_TRUE(agent.sync(kWait));
+  EXPECT_EQ(agent.statistics().failedWrites + machinery.statistics().failedWrites, 0u);
+  EXPECT_TRUE(em->getEntity(Vex::String(agent.keys().recordPath(RecordSlot::mountStatus))));
+  for (const auto& [user, says] : std::vector<std::pair<std::string, std::string>>{
+           {"nochannel", "(the user needs the channel permission &__keyspace@0__:agentB:*)"},
+           {"nokeys", "(the user needs the key permission ~agentB:*"}}) {
+    RedisStore refused(Mirra::EntityManager::EntityManagerIs(), {endpoint(user), "agentB"});
+    try {
+      refused.open();
+      ADD_FAILURE() << user << " opened the store";
+    } catch (const RedisStoreError& error) {
+      EXPECT_NE(std::string(error.what()).find(says), std::string::npos) << error.what();
+    }
+  }
 }
 
 // A refused login and an absent server, through hubstore-sim, are the login

@@ -1,213 +1,254 @@
-// The figures of hubstore::redis, measured against a private redis-server on
-// 127.0.0.1:
-//  1. the initial sync of SWITCHES x GROUPS group statuses from Redis into a
-//     starting agent (RedisStore::open());
-//  2. one status write in one process to the hook in another: a mount
-//     machinery process sets a mount state, the agent process's mounter hook
-//     hears it; median and 99th percentile over SAMPLES writes.
+// The figures of hubstore::redis, each next to its floor, a raw hiredis
+// program in C doing the least the same work could cost, measured side by
+// side against private redis-servers on 127.0.0.1:
+//  - an agent starting over a fleet of SWITCHES x GROUPS group statuses
+//    (FleetAgent) against reading every key of the agent once
+//    (hubstore_store_start_floor); the agent's heap and peak RSS, and the
+//    bytes Redis holds per group status;
+//  - one status write in a mount machinery process to the hook in the agent
+//    process (HookLatency) against an HSET in one process read by another on
+//    its keyspace notification (hubstore_store_hook_floor).
 //
-//   hubstore_redis_figures [SWITCHES GROUPS SAMPLES]    (default 10000 50 1000)
+//   hubstore_redis_figures [--fleets SWITCHES:SAMPLES,...] [--groups N]
+//                          [--hook-fleet SWITCHES] [--hook-samples N] [--hook-rounds N]
+//                          [--out FILE]
+//
+// Defaults: --fleets 1000:5,10000:3,100000:1 --groups 50 --hook-fleet 10000
+// --hook-samples 1000 --hook-rounds 10. Each fleet gets a server of its own,
+// loaded raw (FleetLoader); each sample of a start runs the floor and then
+// the agent, each in a fresh process; the hook latency's samples are taken in
+// rounds, the floor's and ours in turn, so that both see the same machine: a
+// round's latency depends on where the three processes land on the 2 cores
+// (25 or 55 us for the floor, 40 or 90 us for ours, the whole round long),
+// and ten rounds mix those placements alike.
+// The results are one JSON object (bench/report.py and bench/plot_store.py
+// read it); progress goes to stderr.
 
-#include <hiredis/hiredis.h>
-#include <poll.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <fstream>
+#include <iostream>
+#include <sstream>
 #include <string>
 #include <vector>
 
-#include <hubstore/allowlist/switch_white_list.h>
-#include <hubstore/allowlist/version_white_list.h>
-#include <hubstore/foundations/platform/agent.h>
-#include <hubstore/foundations/records/service_mount_status.h>
-#include <hubstore/mountgroup/hubstore_service_mount_group.h>
-#include <hubstore/redis/redis_store.h>
-#include <hubstore/service/hubstore_service.h>
-#include <hubstore/testing/recording_mounter.h>
+#include "agent_start.h"
+#include "child_process.h"
+#include "fleet.h"
+#include "fleet_loader.h"
+#include "hook_latency.h"
+#include "json_record.h"
 #include "redis/test_redis_server.h"
 
 namespace {
 
-using namespace hubstore::redis;
-using Clock = std::chrono::steady_clock;
+using namespace bench;
 using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
 
-std::string switchName(int i) {
-  char name[32];
-  std::snprintf(name, sizeof name, "00:1c:%02x:%02x:%02x:%02x", (i >> 24) & 0xff, (i >> 16) & 0xff, (i >> 8) & 0xff,
-                i & 0xff);
-  return name;
+// Generous: a start that takes longer has failed its goal many times over.
+constexpr auto kChildLimit = 300s;
+const char* const kAgent = "agentB";
+
+struct FleetRun {
+  int switches;
+  int samples;
+};
+
+struct Settings {
+  std::vector<FleetRun> fleets{{1000, 5}, {10000, 3}, {100000, 1}};
+  int groups = 50;
+  int hookFleet = 10000;
+  int hookSamples = 1000;
+  int hookRounds = 10;
+  std::string out;
+};
+
+[[noreturn]] void usage() {
+  std::fprintf(stderr,
+               "usage: hubstore_redis_figures [--fleets SWITCHES:SAMPLES,...] [--groups N] [--hook-fleet SWITCHES] "
+               "[--hook-samples N] [--hook-rounds N] [--out FILE]\n");
+  std::exit(2);
 }
 
-// Writes the status records of SWITCHES x GROUPS through one pipelined
-// connection, as a mount machinery that has run for a while leaves them.
-void populate(const testing::TestRedisServer& server, int switches, int groups) {
-  redisContext* context = server.connect();
-  const RedisKeySchema keys("agentB");
-  std::size_t pending = 0;
-  auto hset = [&](const std::string& key, std::vector<std::string> fields) {
-    std::vector<const char*> argv{"HSET", key.c_str()};
-    std::vector<std::size_t> lengths{4, key.size()};
-    for (const std::string& field : fields) {
-      argv.push_back(field.c_str());
-      lengths.push_back(field.size());
-    }
-    redisAppendCommandArgv(context, static_cast<int>(argv.size()), argv.data(), lengths.data());
-    if (++pending == 10000) {
-      for (; pending > 0; --pending) {
-        void* reply = nullptr;
-        redisGetReply(context, &reply);
-        freeReplyObject(reply);
+Settings parse(int argc, char** argv) {
+  Settings settings;
+  for (int i = 1; i < argc; ++i) {
+    const std::string option = argv[i];
+    if (i + 1 == argc) usage();
+    const std::string value = argv[++i];
+    if (option == "--fleets") {
+      settings.fleets.clear();
+      std::istringstream list(value);
+      for (std::string item; std::getline(list, item, ',');) {
+        FleetRun run{};
+        if (std::sscanf(item.c_str(), "%d:%d", &run.switches, &run.samples) != 2 || run.switches < 2 ||
+            run.samples < 1) {
+          usage();
+        }
+        settings.fleets.push_back(run);
       }
-    }
-  };
-  const std::string status = keys.recordKey(RecordSlot::mountStatus);
-  hset(status, {"name", "agentB"});
-  for (int s = 0; s < switches; ++s) {
-    const std::string system = RedisKeySchema::memberKey(status, "systemStatus", switchName(s));
-    hset(system, {"name", switchName(s)});
-    for (int g = 0; g < groups; ++g) {
-      std::string group = "g";
-      group += std::to_string(g);
-      hset(RedisKeySchema::memberKey(system, "serviceMountGroupStatus", group), {"name", group, "mountState", "mounted"});
+    } else if (option == "--groups") {
+      settings.groups = std::atoi(value.c_str());
+    } else if (option == "--hook-fleet") {
+      settings.hookFleet = std::atoi(value.c_str());
+    } else if (option == "--hook-samples") {
+      settings.hookSamples = std::atoi(value.c_str());
+    } else if (option == "--hook-rounds") {
+      settings.hookRounds = std::atoi(value.c_str());
+    } else if (option == "--out") {
+      settings.out = value;
+    } else {
+      usage();
     }
   }
-  for (; pending > 0; --pending) {
-    void* reply = nullptr;
-    redisGetReply(context, &reply);
-    freeReplyObject(reply);
+  if (settings.groups < 2 || settings.hookRounds < 1 || settings.hookSamples < settings.hookRounds) usage();
+  return settings;
+}
+
+double secondsSince(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
+
+// What a child printed, or why it printed nothing usable.
+std::string outcome(const ChildProcess::Result& result) {
+  if (result.ok() && !result.output.empty()) return result.output.substr(0, result.output.find_last_not_of('\n') + 1);
+  return JsonRecord().text("error", result.failure()).json();
+}
+
+// For the progress lines: the text of a field of a child's JSON object.
+std::string field(const std::string& json, const std::string& name) {
+  const std::string quotedName = JsonRecord::quoted(name) + ": ";
+  const std::size_t at = json.find(quotedName);
+  if (at == std::string::npos) return "-";
+  const std::size_t start = at + quotedName.size();
+  return json.substr(start, json.find_first_of(",}", start) - start);
+}
+
+std::string progress(const std::string& json, const std::string& name) {
+  const std::string error = field(json, "error");
+  return error == "-" ? field(json, name) : error;
+}
+
+// Runs `measure` (which returns JSON) in a fresh process; an exception it
+// raises becomes the record's error.
+template <class Measure>
+std::string inChild(const Measure& measure) {
+  return outcome(ChildProcess::forked(
+      [&](int out) {
+        std::string json;
+        try {
+          json = measure();
+        } catch (const std::exception& error) {
+          json = JsonRecord().text("error", error.what()).json();
+        }
+        json += '\n';
+        if (write(out, json.data(), json.size()) != static_cast<ssize_t>(json.size())) std::_Exit(1);
+      },
+      kChildLimit));
+}
+
+// One fleet on a server of its own: loaded, then started SAMPLES times, each
+// start beside its floor; the hook latency too when this is the hook fleet.
+std::string runFleet(const Settings& settings, const FleetRun& run, std::string& hookLatency, std::string& version) {
+  const Fleet fleet{kAgent, run.switches, settings.groups};
+  hubstore::redis::testing::TestRedisServer server;
+  redisContext* context = server.connect();
+  if (!context) throw std::runtime_error("cannot connect to the private redis-server");
+  FleetLoader loader(context, fleet);
+  const long long memoryBefore = loader.usedMemory();
+  const auto loadStart = Clock::now();
+  loader.load();
+  const double loadSeconds = secondsSince(loadStart);
+  const long long memoryAfter = loader.usedMemory();
+  const long long keys = loader.keys();
+  version = loader.info("server", "redis_version");
+  std::fprintf(stderr, "store figures: %d x %d loaded in %.2f s (%lld keys, %.1f B per group status in redis)\n",
+               fleet.switches, fleet.groups, loadSeconds, keys,
+               static_cast<double>(memoryAfter - memoryBefore) / static_cast<double>(fleet.statuses()));
+
+  const std::vector<std::string> startFloor{HUBSTORE_START_FLOOR, std::to_string(server.port()), fleet.agent};
+  std::vector<std::string> floors;
+  std::vector<std::string> starts;
+  for (int sample = 0; sample < run.samples; ++sample) {
+    floors.push_back(outcome(ChildProcess::program(startFloor, kChildLimit)));
+    starts.push_back(inChild([&] { return AgentStart::measure(server.url(), fleet); }));
+    loader.configurationDel();
+    std::fprintf(stderr, "store figures: %d x %d start %d/%d: floor %s s, ours %s s (%s group statuses held)\n",
+                 fleet.switches, fleet.groups, sample + 1, run.samples, progress(floors.back(), "seconds").c_str(),
+                 progress(starts.back(), "seconds").c_str(), field(starts.back(), "statuses").c_str());
+  }
+
+  if (run.switches == settings.hookFleet) {
+    const int samples = settings.hookSamples / settings.hookRounds;
+    const std::vector<std::string> hookFloor{HUBSTORE_HOOK_FLOOR,        std::to_string(server.port()),
+                                             fleet.agent,                fleet.switchKey(1),
+                                             Fleet::groupField(1),       std::to_string(samples)};
+    std::vector<std::string> floorRounds;
+    std::vector<std::string> ourRounds;
+    // Each run leaves the switch as loaded, so that each starts from the same state.
+    for (int round = 0; round < settings.hookRounds; ++round) {
+      floorRounds.push_back(outcome(ChildProcess::program(hookFloor, kChildLimit)));
+      loader.switchRestore(1);
+      ourRounds.push_back(inChild([&] { return HookLatency::measure(server.url(), fleet, samples); }));
+      loader.configurationDel();
+      loader.switchRestore(1);
+      std::fprintf(stderr, "store figures: status write to hook, %d x %d, round %d/%d: median floor %s us, ours %s us\n",
+                   fleet.switches, fleet.groups, round + 1, settings.hookRounds,
+                   progress(floorRounds.back(), "median_us").c_str(), progress(ourRounds.back(), "median_us").c_str());
+    }
+    hookLatency = JsonRecord()
+                      .integer("switches", fleet.switches)
+                      .integer("groups", fleet.groups)
+                      .raw("floor", JsonRecord::array(floorRounds))
+                      .raw("ours", JsonRecord::array(ourRounds))
+                      .json();
   }
   redisFree(context);
-}
 
-double initialSync(const testing::TestRedisServer& server, int switches, int groups) {
-  populate(server, switches, groups);
-  auto em = Mirra::EntityManager::EntityManagerIs();
-  RedisStore store(em, {RedisEndpoint::parse(server.url()), "agentB", 120s});
-  store.ownedIs(Side::config, true);
-  const auto start = Clock::now();
-  store.open();
-  const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
-  auto status = Vex::ptr_cast<Controller::ServiceMountStatus>(em->getEntity("controller/mount/status/service/agentB"));
-  std::size_t groupStatuses = 0;
-  for (const auto& [name, system] : status->systemStatusMembers().members()) {
-    groupStatuses += system->serviceMountGroupStatusMembers().count();
-  }
-  std::printf("initial sync: %d switches x %d groups = %zu group statuses read into a starting agent in %.2f s "
-              "(%.0f keys/s)\n",
-              switches, groups, groupStatuses, seconds, (groupStatuses + switches) / seconds);
-  return seconds;
-}
-
-// The mount machinery process: on each byte from `go`, sends the time and
-// writes the next mount state.
-[[noreturn]] void machinery(const std::string& url, int go, int stamps) {
-  auto em = Mirra::EntityManager::EntityManagerIs();
-  RedisStore store(em, {RedisEndpoint::parse(url), "agentB"});
-  store.ownedIs(Side::status, true);
-  store.open();
-  auto status = Vex::ptr_cast<Controller::ServiceMountStatus>(em->getEntity("controller/mount/status/service/agentB"));
-  auto group = status->systemStatusIs(switchName(1))->serviceMountGroupStatusIs("g1");
-  char byte = 0;
-  for (int i = 0; ::read(go, &byte, 1) == 1; ++i) {
-    const auto now = Clock::now().time_since_epoch().count();
-    [[maybe_unused]] const ssize_t n = ::write(stamps, &now, sizeof now);
-    group->mountStateIs(i % 2 ? Controller::mountStateMounted : Controller::mountStateFailed);
-    store.process();  // sends it now
-  }
-  store.flush(5s);
-  _exit(0);
-}
-
-void hookLatency(const testing::TestRedisServer& server, int samples) {
-  // The agent: a service with group g1 over a store that owns the configuration.
-  auto em = Mirra::EntityManager::EntityManagerIs();
-  RedisStore store(em, {RedisEndpoint::parse(server.url()), "agentB"});
-  store.ownedIs(Side::config, true);
-  store.open();
-  for (RecordSlot slot : kRecordSlots) {
-    if (!em->getEntity(Vex::String(store.keys().recordPath(slot)))) {
-      store.recordIs(Vex::String(store.keys().recordPath(slot)),
-                     RecordCodec::newRecord(slot, slot == RecordSlot::status ? "status" : "agentB"));
-    }
-  }
-  auto agent = Mirra::Agent::AgentIs("agentB");
-  Controller::globalAgent = agent.get();
-  auto mounter = Vex::make<Controller::testing::RecordingMounter>();
-  bool heard = false;
-  mounter->onMountState = [&heard] { heard = true; };
-  auto service = Controller::HubstoreService::HubstoreServiceIs("svcA", em, em);
-  auto lists = service->switchWhiteListIs("L");
-  lists->allowedSwitchIs(Controller::SystemId::fromString(switchName(1)), true);
-  auto versions = service->versionWhiteListIs("V");
-  versions->allowedVersionIs(1, true);
-  auto group = service->serviceMountGroupIs("g1", mounter);
-  group->switchWhiteListIs(lists);
-  group->versionWhiteListIs(versions);
-  group->closedIs(true);
-  store.flush(5s);
-
-  int go[2];
-  int stamps[2];
-  if (pipe(go) != 0 || pipe(stamps) != 0) return;
-  const pid_t child = fork();
-  if (child == 0) {
-    close(go[1]);
-    close(stamps[0]);
-    machinery(server.url(), go[0], stamps[1]);
-  }
-  close(go[0]);
-  close(stamps[1]);
-  std::vector<double> micros;
-  for (int i = 0; i < samples + 1; ++i) {
-    heard = false;
-    [[maybe_unused]] const ssize_t sent = ::write(go[1], "x", 1);
-    const auto deadline = Clock::now() + 5s;
-    while (!heard && Clock::now() < deadline) {
-      pollfd p{store.fd(), POLLIN, 0};
-      ::poll(&p, 1, 100);
-      store.process();
-    }
-    const auto heardAt = Clock::now().time_since_epoch().count();
-    Clock::rep sentAt = 0;
-    if (::read(stamps[0], &sentAt, sizeof sentAt) != sizeof sentAt || !heard) break;
-    // The first write warms both processes up; it is left out.
-    if (i > 0) micros.push_back(std::chrono::duration<double, std::micro>(Clock::duration(heardAt - sentAt)).count());
-  }
-  close(go[1]);
-  waitpid(child, nullptr, 0);
-  close(stamps[0]);
-  service = nullptr;
-  Controller::globalAgent = nullptr;
-  if (micros.empty()) {
-    std::printf("hook latency: no hook heard\n");
-    return;
-  }
-  std::sort(micros.begin(), micros.end());
-  std::printf("status write -> hook in another process: %zu writes, median %.0f us, 99th percentile %.0f us, "
-              "max %.0f us\n",
-              micros.size(), micros[micros.size() / 2], micros[micros.size() * 99 / 100], micros.back());
+  return JsonRecord()
+      .integer("switches", fleet.switches)
+      .integer("groups", fleet.groups)
+      .integer("statuses", fleet.statuses())
+      .integer("keys", keys)
+      .number("load_seconds", loadSeconds)
+      .integer("redis_used_memory_before", memoryBefore)
+      .integer("redis_used_memory_after", memoryAfter)
+      .raw("floor_start", JsonRecord::array(floors))
+      .raw("agent_start", JsonRecord::array(starts))
+      .json();
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  const int switches = argc > 1 ? std::atoi(argv[1]) : 10000;
-  const int groups = argc > 2 ? std::atoi(argv[2]) : 50;
-  const int samples = argc > 3 ? std::atoi(argv[3]) : 1000;
+  const Settings settings = parse(argc, argv);
+  const auto start = Clock::now();
   // Caught here so that the servers are stopped whatever fails.
   try {
-    {
-      testing::TestRedisServer server;
-      initialSync(server, switches, groups);
+    std::vector<std::string> fleets;
+    std::string hookLatency = "null";
+    std::string version;
+    for (const FleetRun& run : settings.fleets) fleets.push_back(runFleet(settings, run, hookLatency, version));
+    const std::string context = JsonRecord()
+                                    .text("redis_version", version)
+                                    .integer("cpus", sysconf(_SC_NPROCESSORS_ONLN))
+                                    .number("seconds", secondsSince(start))
+                                    .json();
+    const std::string json = JsonRecord()
+                                 .raw("context", context)
+                                 .raw("fleets", JsonRecord::array(fleets))
+                                 .raw("hook_latency", hookLatency)
+                                 .json() +
+                             "\n";
+    if (settings.out.empty()) {
+      std::cout << json;
+    } else {
+      std::ofstream(settings.out) << json;
     }
-    testing::TestRedisServer server;
-    hookLatency(server, samples);
+    std::fprintf(stderr, "store figures: done in %.1f s\n", secondsSince(start));
   } catch (const std::exception& error) {
     std::fprintf(stderr, "hubstore_redis_figures: %s\n", error.what());
     return 1;

@@ -12,6 +12,7 @@ processes printed.
 import argparse
 import os
 import queue
+import shlex
 import signal
 import socket
 import subprocess
@@ -121,8 +122,8 @@ class RedisServer:
 class Sim:
     """A hubstore-sim process whose standard output is read as it comes."""
 
-    def __init__(self, sim, url, scenario, follow=False, cwd=None):
-        args = [sim, "--store", url] + (["--follow"] if follow else []) + ["-"]
+    def __init__(self, sim, url, scenario, follow=False, cwd=None, options=()):
+        args = [sim, "--store", url] + (["--follow"] if follow else []) + list(options) + ["-"]
         self.process = subprocess.Popen(args, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                         stderr=subprocess.PIPE, text=True, cwd=cwd)
         SPAWNED.append(self.process)
@@ -389,6 +390,95 @@ def test_server_restart(ctx):
         server.kill(signal.SIGTERM)
 
 
+# The ACL line docs/store.md gives an agent (and a machinery) of agent A.
+AGENT_ACL = ("resetkeys ~A:* resetchannels &__keyspace@0__:A:* -@all +ping +select +exists +scan +hgetall "
+             "+hset +hdel +del +multi +exec +psubscribe")
+
+
+def test_acl(ctx):
+    """hubstore-sim as an agent and as a machinery with exactly the documented
+    user, CONFIG denied (the server is configured beforehand); a user without
+    the channel is refused at once, naming the permission."""
+    server = RedisServer(ctx.redis_server)
+    try:
+        server.cli("CONFIG", "SET", "notify-keyspace-events", "KA")
+        server.cli("ACL", "SETUSER", "agent", "reset", "on", ">pw", *AGENT_ACL.split())
+        server.cli("ACL", "SETUSER", "deaf", "reset", "on", ">pw", *AGENT_ACL.replace("&__keyspace@0__:A:*", "").split())
+        url = f"redis://agent:pw@127.0.0.1:{server.port}"
+        agent = Sim(ctx.sim, url, "agent A\nrecords\n" + DECLARE_G1 + "closed true\necho ready\n", follow=True)
+        agent.wait_for(["# ready"], "agent")
+        Sim(ctx.sim, url, f"agent A\nsystemStatus {SWITCH} g1=mounted\n").finish("machinery")
+        agent.wait_for([f"hook m1 doHandleControllerMountState {SWITCH} g1 mounted"], "agent")
+        agent.process.send_signal(signal.SIGTERM)
+        agent.finish("agent after SIGTERM")
+        deaf = run_sim(ctx.sim, ["--store", f"redis://deaf:pw@127.0.0.1:{server.port}", "-"], "agent A\n")
+        wanted = "(the user needs the channel permission &__keyspace@0__:A:*)"
+        if deaf.returncode != 2 or wanted not in deaf.stderr:
+            raise Failure(f"a user without the channel: exit {deaf.returncode}, {deaf.stderr!r}")
+        return "the documented user works; one without the channel is told which permission it lacks"
+    finally:
+        server.kill(signal.SIGTERM)
+
+
+def test_warm_restart(ctx):
+    """An agent stopped with --leave-config leaves its configuration; the next
+    run declares g1 again and g3 instead of g2: seen with MONITOR, no key of
+    g1 (its group, its mounts, its lists) is deleted or written with other
+    values, and g2 goes."""
+    server = RedisServer(ctx.redis_server)
+    monitor = None
+    try:
+        first = Sim(ctx.sim, server.url(), "agent A\nrecords\n" + DECLARE_G1 + DECLARE_G2 + "closed true\necho ready\n",
+                    follow=True, options=["--leave-config"])
+        first.wait_for(["# ready"], "first run")
+        first.process.send_signal(signal.SIGTERM)
+        first.finish("first run after SIGTERM")
+        left = server.hashes("A:*")
+        g1 = {key: fields for key, fields in left.items() if "[g1]" in key or "[L1]" in key or "[V1]" in key}
+        if not g1 or not any("[g2]" in key for key in left):
+            raise Failure(f"the first run did not leave its configuration: {sorted(left)}")
+        log = tempfile.NamedTemporaryFile(mode="w+", suffix=".monitor")
+        monitor = subprocess.Popen(["redis-cli", "-h", "127.0.0.1", "-p", str(server.port), "monitor"],
+                                   stdout=log, stderr=subprocess.DEVNULL)
+        time.sleep(0.2)
+        declare_g3 = DECLARE_G2.replace("g2", "g3").replace("L2", "L3").replace("V2", "V3")
+        run_sim(ctx.sim, ["--store", server.url(), "--leave-config", "-"],
+                "agent A\nrecords\n" + DECLARE_G1 + declare_g3 + "closed true\n")
+        time.sleep(0.2)
+        monitor.terminate()
+        monitor.wait(timeout=WAIT)
+        log.seek(0)
+        touched, g3_writes = [], 0
+        for line in log:
+            if '"' not in line:
+                continue
+            words = shlex.split(line[line.index('"'):])
+            command, key = words[0].upper(), words[1] if len(words) > 1 else ""
+            g3_writes += command == "HSET" and "[g3]" in key
+            if key not in g1:
+                continue
+            if command in ("DEL", "HDEL", "UNLINK"):
+                touched.append(line.strip())
+            elif command == "HSET":
+                pairs = dict(zip(words[2::2], words[3::2]))
+                if any(g1[key].get(field) != value for field, value in pairs.items()):
+                    touched.append(line.strip())
+        if not g3_writes:
+            raise Failure("MONITOR saw none of the second run's writes")
+        if touched:
+            raise Failure(f"the second run changed g1's keys: {touched}")
+        after = server.hashes("A:*")
+        if any("[g2]" in key for key in after) or not any("[g3]" in key for key in after):
+            raise Failure(f"the second run's close did not replace g2 with g3: {sorted(after)}")
+        if {key: after[key] for key in g1 if key in after} != g1:
+            raise Failure("g1's keys differ after the second run")
+        return f"{len(g1)} keys of g1 untouched; g2 removed, g3 written"
+    finally:
+        if monitor and monitor.poll() is None:
+            monitor.kill()
+        server.kill(signal.SIGTERM)
+
+
 def test_login(ctx):
     """AUTH with a password; a wrong one and an absent server are clear errors."""
     server = RedisServer(ctx.redis_server, password="s3cret")
@@ -410,7 +500,7 @@ def test_login(ctx):
 
 
 TESTS = {"transcripts": test_transcripts, "follow": test_follow, "records": test_records,
-         "fleet_reports": test_fleet_reports, "crash": test_crash,
+         "fleet_reports": test_fleet_reports, "crash": test_crash, "acl": test_acl, "warm_restart": test_warm_restart,
          "server_restart": test_server_restart, "login": test_login}
 
 

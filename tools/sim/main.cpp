@@ -3,7 +3,7 @@
 // with no file named, runs commands as they are typed. docs/scenarios.md is
 // its manual.
 //
-//   hubstore-sim [--trace=LEVELS] [--quiet] [--json] [--timeline PAGE.html] [--store URL [--follow]]
+//   hubstore-sim [--trace=LEVELS] [--quiet] [--json] [--timeline PAGE.html] [--store URL [--follow] [--leave-config]]
 //                [FILE...]   (FILE may be -)
 //   hubstore-sim help [COMMAND]
 //   hubstore-sim --help | -h | --version | --reference
@@ -49,7 +49,7 @@ using namespace hubstore::sim;
 
 constexpr std::string_view kUsage =
     "usage: hubstore-sim [--trace=LEVELS] [--quiet] [--json] [--timeline PAGE.html]\n"
-    "                    [--store URL [--follow]] [FILE...]\n"
+    "                    [--store URL [--follow] [--leave-config]] [FILE...]\n"
     "       hubstore-sim help [COMMAND]\n"
     "       hubstore-sim --help | -h | --version | --reference\n";
 
@@ -80,6 +80,9 @@ constexpr std::string_view kHelp =
     "                  status once it writes one; it follows the other side\n"
     "  --follow        with --store: after the last command, go on reacting to\n"
     "                  what other processes write, until SIGINT or SIGTERM\n"
+    "  --leave-config  with --store: at the end (the last command, or the signal\n"
+    "                  under --follow) leave the configuration in Redis, not\n"
+    "                  withdrawn by the teardown, for the next run to take over\n"
     "  --reference     print the command reference in Markdown (docs/scenarios.md)\n"
     "  --version       print the version\n"
     "  -h, --help      print this text\n"
@@ -140,6 +143,7 @@ struct Options {
   std::optional<std::string> timeline;
   std::optional<std::string> store;
   bool follow = false;
+  bool leaveConfig = false;
 };
 
 // SIGINT and SIGTERM, held back from the start so that a process under
@@ -187,6 +191,8 @@ int main(int argc, char** argv) {
       options.store = arg == "--store" ? std::string(argv[++i]) : std::string(arg.substr(8));
     } else if (arg == "--follow") {
       options.follow = true;
+    } else if (arg == "--leave-config") {
+      options.leaveConfig = true;
     } else if (arg.substr(0, 8) == "--trace=") {
       options.traceLevels = parseTraceLevels(arg.substr(8));
       if (!options.traceLevels) return usageError("bad trace levels '" + std::string(arg.substr(8)) + "'");
@@ -197,6 +203,7 @@ int main(int argc, char** argv) {
     }
   }
   if (options.follow && !options.store) return usageError("--follow needs --store");
+  if (options.leaveConfig && !options.store) return usageError("--leave-config needs --store");
   const bool interactive = options.files.empty() && ::isatty(STDIN_FILENO);
   if (options.files.empty() && !interactive) {
     return usageError("no scenario file (name one, - for standard input, or type commands at a terminal)");
@@ -269,6 +276,7 @@ int main(int argc, char** argv) {
   }
 #ifdef HUBSTORE_SIM_REDIS
   if (store && !store->flush()) std::fprintf(stderr, "hubstore-sim: --store: writes not answered by the server\n");
+  if (store && store->refused()) status = 2;
 #endif
   if (options.timeline) {
     std::string title;
@@ -282,6 +290,8 @@ int main(int argc, char** argv) {
   }
 #ifdef HUBSTORE_SIM_REDIS
   if (store && options.follow && !interactive && status == 0) store->follow(simulator, stopFd);
+  // The simulator's teardown follows: with --leave-config it reaches no one.
+  if (store && options.leaveConfig) store->leaveInRedis();
 #endif
   return status;
 }

@@ -24,9 +24,9 @@ hubstore::redis::Side redisSide(RecordStore::Side side) {
 RedisRecordStore::RedisRecordStore(const std::string& url) {
   options_.endpoint = hubstore::redis::RedisEndpoint::parse(url);
   options_.openTimeout = kOpenTimeout;
-  // The check before anything runs: a store of no agent, which reads nothing.
-  RedisStore probe(Mirra::EntityManager::EntityManagerIs(), options_);
-  probe.open();
+  // The check before anything runs: the login and the database, which needs
+  // no permission beyond the agent's own.
+  RedisStore::checkServer(options_.endpoint, kOpenTimeout);
 }
 
 RedisRecordStore::~RedisRecordStore() { flush(); }
@@ -61,6 +61,7 @@ void RedisRecordStore::agentIs(const std::string& name, Mirra::EntityManager& em
     store_->open();
   } catch (const std::exception& error) {
     store_ = nullptr;
+    refused_ = true;
     putBackWhatRedisLacks();
     throw ScenarioError(std::string("--store: ") + error.what());
   }
@@ -98,6 +99,11 @@ void RedisRecordStore::ownedIs(Side side) {
 
 void RedisRecordStore::process() {
   if (store_) store_->process();
+}
+
+void RedisRecordStore::leaveInRedis() {
+  flush();
+  if (store_) store_->leaveInRedis();
 }
 
 bool RedisRecordStore::flush() { return !store_ || store_->flush(kFlushTimeout); }

@@ -43,6 +43,11 @@ class RedisRecordStore : public RecordStore {
 
   // Waits until every write has been answered; false when the time ran out.
   bool flush();
+  // Writes nothing more: what Redis holds stays for the next run.
+  void leaveInRedis();
+  // An agent's store could not be opened (the server refused or stopped
+  // answering): the run ends with status 2, as a start-up failure does.
+  bool refused() const { return refused_; }
   // Runs the simulator's turns on what other processes write until
   // `stopFd` (a signalfd) is readable.
   void follow(Simulator& simulator, int stopFd);
@@ -51,6 +56,7 @@ class RedisRecordStore : public RecordStore {
   hubstore::redis::RedisStore::Options options_;
   std::unique_ptr<hubstore::redis::RedisStore> store_;
   bool owns_[2] = {false, false};
+  bool refused_ = false;
   // By path: records at the agent's paths that the store does not keep in
   // Redis.
   std::map<std::string, Vex::Ptr<Vex::Entity>> foreign_;
