@@ -212,8 +212,13 @@ class RedisStoreFailoverTest : public ::testing::Test {
 // leaves it at once. What the agent wrote there meanwhile is lost with it and
 // written again on the new master.
 TEST_F(RedisStoreFailoverTest, AForcedFailoverMovesTheAgentToTheNewMaster) {
-  const auto fault = Clock::now();
-  ASSERT_TRUE(waitFor([&] { return sentinels[1]->command({"SENTINEL", "FAILOVER", "main"}) == "OK"; }, 10s));
+  Clock::time_point fault;
+  ASSERT_TRUE(waitFor(
+      [&] {
+        fault = Clock::now();
+        return sentinels[1]->command({"SENTINEL", "FAILOVER", "main"}) == "OK";
+      },
+      10s));
   service->serviceMountGroup("g1")->controllerMountIs("/remote/after", "/db/after", "t", "f");
   ASSERT_TRUE(recoveryOn(*replica, fault)) << history;
   ASSERT_FALSE(disconnects.empty());
