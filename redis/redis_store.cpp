@@ -144,8 +144,12 @@ const char* RedisStore::stateName(State state) {
 }
 
 RedisStore::RedisStore(Vex::Ptr<Mirra::EntityManager> entityManager, Options options)
-    : em_(std::move(entityManager)), options_(std::move(options)), keys_(options_.agentName),
+    : em_(std::move(entityManager)),
+      options_(std::move(options)),
+      server_(options_.endpoint),
+      keys_(options_.agentName),
       leaseToken_(newLeaseToken()) {
+  if (options_.endpoint.viaSentinels()) sentinels_.emplace(options_.endpoint, options_.sentinelTimeout);
   poll_ = epoll_create1(EPOLL_CLOEXEC);
   timer_ = timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC);
   wake_ = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
@@ -179,7 +183,23 @@ RedisStore::~RedisStore() {
 // ---------------------------------------------------------------------------
 // Opening and the connection's lifecycle
 
-void RedisStore::checkServer(const RedisEndpoint& endpoint, milliseconds silence) {
+void RedisStore::checkServer(const RedisEndpoint& given, milliseconds silence) {
+  RedisEndpoint endpoint = given;
+  if (endpoint.viaSentinels()) {
+    // The master the sentinels name now.
+    SentinelQuery query(endpoint, Options().sentinelTimeout);
+    query.ask();
+    while (query.state() == SentinelQuery::State::asking) {
+      pollfd p{query.fd(), static_cast<short>(POLLIN | (query.wantsWrite() ? POLLOUT : 0)), 0};
+      ::poll(&p, query.fd() >= 0 ? 1 : 0, 50);
+      query.process();
+    }
+    if (query.state() != SentinelQuery::State::found) {
+      throw RedisStoreError("no answer from redis at " + endpoint.describe() + " (" + query.error() + ")");
+    }
+    endpoint.host = query.master().host;
+    endpoint.port = query.master().port;
+  }
   RedisConnection connection("data");
   const std::string where = "redis at " + endpoint.describe();
   auto fail = [&](const std::string& why) { throw RedisStoreError(why); };
@@ -242,8 +262,8 @@ void RedisStore::open() {
     const std::string silence = std::to_string(options_.openTimeout.count()) + " ms";
     const std::string why = lastError_.empty() ? std::string() : " (" + lastError_ + ")";
     failure = repliesRead() == before
-                  ? "no answer from redis at " + options_.endpoint.describe() + " within " + silence + why
-                  : "redis at " + options_.endpoint.describe() + " stopped answering after " + resyncProgress() +
+                  ? "no answer from redis at " + server_.describe() + " within " + silence + why
+                  : "redis at " + server_.describe() + " stopped answering after " + resyncProgress() +
                         ": nothing for " + silence + why;
   }
   if (!failure.empty()) {
@@ -251,6 +271,8 @@ void RedisStore::open() {
     watchFd(notifications_.fd(), false, false);
     data_.close();
     notifications_.close();
+    if (sentinels_) sentinels_->stop();
+    roleSettled(false);
     timerIs(milliseconds(0));
     state_ = State::closed;
     throw RedisStoreError(failure);
@@ -258,6 +280,19 @@ void RedisStore::open() {
   for (Side side : {Side::config, Side::status}) {
     if (owned(side)) ownedIs(side, true);
   }
+}
+
+std::uint64_t RedisStore::repliesRead() const {
+  const std::uint64_t read = data_.repliesRead() + notifications_.repliesRead();
+  // An attempt's replies count once ROLE has said master, so that open()
+  // gives up on sentinels that keep naming a replica.
+  return (roleUnconfirmed_ ? repliesAtAttempt_ : read) - unconfirmedReplies_;
+}
+
+void RedisStore::roleSettled(bool counted) {
+  if (!roleUnconfirmed_) return;
+  if (!counted) unconfirmedReplies_ += data_.repliesRead() + notifications_.repliesRead() - repliesAtAttempt_;
+  roleUnconfirmed_ = false;
 }
 
 std::string RedisStore::resyncProgress() const {
@@ -268,9 +303,22 @@ std::string RedisStore::resyncProgress() const {
 }
 
 void RedisStore::startAttempt() {
+  if (!sentinels_) {
+    connectToServer();
+    return;
+  }
+  // The master is wherever the sentinels say it is now.
+  sentinels_->ask();
+  stateIs(State::connecting, "");
+  followSentinels();
+}
+
+void RedisStore::connectToServer() {
   handshakeSteps_ = 2;
+  repliesAtAttempt_ = data_.repliesRead() + notifications_.repliesRead();
+  roleUnconfirmed_ = server_.viaSentinels();
   for (RedisConnection* connection : {&data_, &notifications_}) {
-    if (!connection->open(options_.endpoint)) {
+    if (!connection->open(server_)) {
       lose(connection->error());
       return;
     }
@@ -280,15 +328,54 @@ void RedisStore::startAttempt() {
   stateIs(State::connecting, "");
 }
 
+void RedisStore::followSentinels() {
+  const bool asking = sentinels_->state() == SentinelQuery::State::asking;
+  const bool listening = sentinels_->listening();
+  sentinels_->process();
+  if (listening && !sentinels_->listening()) {
+    VEX_TRACE(redisStoreTrace, 5) << "RedisStore::sentinel not told of failovers until the next reconnect: "
+                                  << std::string_view(sentinels_->error());
+  }
+  if (asking) {
+    switch (sentinels_->state()) {
+      case SentinelQuery::State::asking:
+        timerIs(std::max(milliseconds(1), std::chrono::ceil<milliseconds>(sentinels_->deadline() - Clock::now())));
+        break;
+      case SentinelQuery::State::found:
+        server_.host = sentinels_->master().host;
+        server_.port = sentinels_->master().port;
+        connectToServer();
+        break;
+      case SentinelQuery::State::failed:
+        lose(sentinels_->error());
+        break;
+      case SentinelQuery::State::idle:
+        break;
+    }
+    return;
+  }
+  const std::optional<RedisEndpoint::Address> moved = sentinels_->takeAnnouncedMaster();
+  if (!moved || (state_ != State::disconnected && *moved == RedisEndpoint::Address{server_.host, server_.port})) return;
+  // A failover: the next attempt goes at once, without its back-off.
+  const std::string why = "sentinel " + sentinels_->sentinel().describe() + " announced master " +
+                          options_.endpoint.masterName + " at " + moved->describe();
+  if (state_ == State::disconnected) {
+    VEX_TRACE(redisStoreTrace, 5) << "RedisStore::failover " << std::string_view(why);
+  } else {
+    lose(why);
+  }
+  timerIs(milliseconds(1));
+}
+
 void RedisStore::sendHandshake() {
-  const RedisEndpoint& endpoint = options_.endpoint;
+  const RedisEndpoint& endpoint = server_;
   if (!endpoint.password.empty()) {
     std::vector<std::string_view> auth{"AUTH"};
     if (!endpoint.user.empty()) auth.push_back(endpoint.user);
     auth.push_back(endpoint.password);
     auto checkLogin = [this](const redisReply& reply) {
       if (!isError(reply)) return;
-      const std::string why = "redis at " + options_.endpoint.describe() + " refused the login: " +
+      const std::string why = "redis at " + server_.describe() + " refused the login: " +
                               std::string(text(reply));
       refused(why);
     };
@@ -299,16 +386,30 @@ void RedisStore::sendHandshake() {
     const std::string database = std::to_string(endpoint.database);
     data_.command({"SELECT", database}, [this](const redisReply& reply) {
       if (!isError(reply)) return;
-      const std::string why = "redis at " + options_.endpoint.describe() + " has no database " +
-                              std::to_string(options_.endpoint.database) + ": " + std::string(text(reply));
+      const std::string why = "redis at " + server_.describe() + " has no database " +
+                              std::to_string(server_.database) + ": " + std::string(text(reply));
       refused(why);
+    });
+  }
+  if (endpoint.viaSentinels()) {
+    // A sentinel's answer can be stale just after a failover. The replies on
+    // data_ come in order, so the resynchronisation, which waits for the
+    // CONFIG GET below, never starts on a replica.
+    data_.command({"ROLE"}, [this](const redisReply& reply) {
+      const bool array = reply.type == REDIS_REPLY_ARRAY && reply.elements > 0;
+      const std::string_view role = array ? text(*reply.element[0]) : text(reply);
+      if (role == "master") {
+        roleSettled(true);
+      } else {
+        lose("ROLE of " + server_.describe() + " says " + std::string(role) + ", not master");
+      }
     });
   }
   // A user without the agent's keys is told now, not at its first write.
   const std::string statusKey = keys_.recordKey(RecordSlot::status);
   data_.command({"EXISTS", statusKey}, [this, statusKey](const redisReply& reply) {
     if (!isError(reply)) return;
-    refused("redis at " + options_.endpoint.describe() + " refused to read " + statusKey + ": " +
+    refused("redis at " + server_.describe() + " refused to read " + statusKey + ": " +
             std::string(text(reply)) +
             needs(reply, "the key permission ~" + keys_.pattern() + " and the command permission +exists"));
   });
@@ -347,7 +448,7 @@ void RedisStore::sendHandshake() {
       handshakeStepDone();
       return;
     }
-    refused("redis at " + options_.endpoint.describe() + " refused the subscription to " + channels + ": " +
+    refused("redis at " + server_.describe() + " refused the subscription to " + channels + ": " +
             std::string(text(reply)) + needs(reply, "the channel permission &" + channels));
   });
 }
@@ -365,6 +466,10 @@ void RedisStore::leaseAcquire(const std::string& why) {
   const std::string time = std::to_string(options_.leaseTime.count());
   data_.command({"EVAL", kLeaseAcquire, "1", lease, leaseToken_, time}, [this, why](const redisReply& reply) {
     leasePending_ = false;
+    if (isError(reply) && text(reply).rfind("READONLY", 0) == 0) {
+      lose(server_.describe() + " refused the lease: " + std::string(text(reply)));
+      return;
+    }
     if (isError(reply)) {
       refused("redis at " + options_.endpoint.describe() + " refused the lease script: " + std::string(text(reply)) +
               needs(reply, "the command permission +eval (and +get +set on ~" + keys_.pattern() + ")"));
@@ -418,6 +523,7 @@ void RedisStore::handshakeStepDone() {
 void RedisStore::lose(const std::string& why) {
   if (state_ == State::closed && !fatalError_.empty()) return;
   if (state_ == State::disconnected && !data_.isOpen() && !notifications_.isOpen()) return;
+  roleSettled(false);
   watchFd(data_.fd(), false, false);
   watchFd(notifications_.fd(), false, false);
   data_.close();
@@ -438,10 +544,12 @@ void RedisStore::lose(const std::string& why) {
 }
 
 void RedisStore::fatal(const std::string& why) {
+  roleSettled(false);
   watchFd(data_.fd(), false, false);
   watchFd(notifications_.fd(), false, false);
   data_.close();
   notifications_.close();
+  if (sentinels_) sentinels_->stop();
   timerIs(milliseconds(0));
   fatalError_ = why;
   stateIs(State::closed, why);
@@ -451,7 +559,7 @@ void RedisStore::stateIs(State state, const std::string& detail) {
   if (state == state_ && detail.empty()) return;
   state_ = state;
   VEX_TRACE(redisStoreTrace, 5) << "RedisStore::state " << stateName(state) << " agent:" << std::string_view(keys_.agentName())
-                                << " at:" << std::string_view(options_.endpoint.describe())
+                                << " at:" << std::string_view(server_.describe())
                                 << std::string_view(detail.empty() ? std::string() : " why: " + detail);
   if (stateHandler_) stateHandler_(state, detail);
 }
@@ -475,6 +583,15 @@ void RedisStore::updateInterest() {
     event.events = EPOLLIN | (connection->connecting() || connection->wantsWrite() ? EPOLLOUT : 0u);
     event.data.fd = connection->fd();
     epoll_ctl(poll_, EPOLL_CTL_MOD, connection->fd(), &event);
+  }
+  if (sentinels_ && sentinels_->fd() >= 0) {
+    epoll_event event{};
+    event.events = EPOLLIN | (sentinels_->wantsWrite() ? EPOLLOUT : 0u);
+    event.data.fd = sentinels_->fd();
+    // A sentinel connection is added when new; a closed one left the set.
+    if (epoll_ctl(poll_, EPOLL_CTL_MOD, event.data.fd, &event) != 0 && errno == ENOENT) {
+      epoll_ctl(poll_, EPOLL_CTL_ADD, event.data.fd, &event);
+    }
   }
 }
 
@@ -524,15 +641,17 @@ void RedisStore::process() {
   std::uint64_t expirations = 0;
   const bool timerFired = ::read(timer_, &expirations, sizeof expirations) == static_cast<ssize_t>(sizeof expirations);
   if (timerFired) {
+    const bool askingSentinels = sentinels_ && sentinels_->state() == SentinelQuery::State::asking;
     if (state_ == State::disconnected) {
       startAttempt();
-    } else if (state_ == State::connecting || state_ == State::syncing) {
+    } else if ((state_ == State::connecting && !askingSentinels) || state_ == State::syncing) {
       lose("nothing answered for " + std::to_string(options_.attemptTimeout.count()) + " ms" +
            (state_ == State::syncing ? ", after " + resyncProgress() : std::string()));
     } else if (live()) {
       check();
     }
   }
+  if (sentinels_) followSentinels();
   if (state_ == State::connecting) {
     bool connected = true;
     for (RedisConnection* connection : {&data_, &notifications_}) {
@@ -711,7 +830,7 @@ void RedisStore::scanFrom(const std::string& cursor) {
   const std::string count = std::to_string(kScanCount);
   data_.command({"SCAN", cursor, "MATCH", pattern, "COUNT", count}, [this](const redisReply& reply) {
     if (reply.type != REDIS_REPLY_ARRAY || reply.elements != 2) {
-      refused("redis at " + options_.endpoint.describe() + " refused SCAN: " + std::string(text(reply)) +
+      refused("redis at " + server_.describe() + " refused SCAN: " + std::string(text(reply)) +
               needs(reply, "the command permission +scan"));
       return;
     }
@@ -888,7 +1007,7 @@ void RedisStore::unreadableKey(const std::string& key, const redisReply& error) 
   if (why.rfind("WRONGTYPE", 0) == 0) {
     badRecord(key, {"not a hash (" + std::string(why) + ")"});
   } else if (why.rfind("NOPERM", 0) == 0) {
-    refused("redis at " + options_.endpoint.describe() + " refused to read " + key + ": " + std::string(why) +
+    refused("redis at " + server_.describe() + " refused to read " + key + ": " + std::string(why) +
             needs(error, "the key permission ~" + keys_.pattern() + " and the command permission +hgetall"));
   } else {
     VEX_TRACE(redisStoreTrace, 5) << "RedisStore::read " << std::string_view(key) << ": " << why;
@@ -1047,6 +1166,11 @@ void RedisStore::send(const std::vector<std::string_view>& args, const std::stri
       VEX_TRACE(redisStoreTrace, 5) << "RedisStore::fencedWrite " << std::string_view(what) << ": " << text(reply);
       // Held no more, or the lease key went with a FLUSHALL: ask again.
       if (lease_ == Lease::held) leaseAcquire("a write was refused");
+      return;
+    }
+    if (server_.viaSentinels() && text(reply).rfind("READONLY", 0) == 0) {
+      // The master was made a replica under the store: the sentinels know the new one.
+      lose(server_.describe() + " refused a write: " + std::string(text(reply)));
       return;
     }
     ++statistics_.failedWrites;

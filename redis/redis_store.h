@@ -61,6 +61,7 @@
 #include <hubstore/redis/redis_connection.h>
 #include <hubstore/redis/redis_endpoint.h>
 #include <hubstore/redis/redis_key_schema.h>
+#include <hubstore/redis/sentinel_query.h>
 
 namespace hubstore::redis {
 
@@ -96,6 +97,9 @@ class RedisStore : private RecordWatcher::Owner {
     std::chrono::milliseconds leaseTime{3000};
     std::chrono::milliseconds backoffMin{50};
     std::chrono::milliseconds backoffMax{2000};
+    // A redis-sentinel:// endpoint: how long each sentinel has to answer
+    // where the master is before the next one is asked.
+    std::chrono::milliseconds sentinelTimeout{500};
   };
   // Told of every state change, with what caused it ("" when nothing failed).
   // Must not throw.
@@ -109,6 +113,7 @@ class RedisStore : private RecordWatcher::Owner {
 
   // Checks that the server answers and takes the login and the database, and
   // nothing more: no key, no channel. Raises RedisStoreError as open() does.
+  // Through sentinels: the master they name now.
   static void checkServer(const RedisEndpoint& endpoint, std::chrono::milliseconds silence);
 
   // Connects and reads every record of the agent that Redis holds into the
@@ -183,6 +188,9 @@ class RedisStore : private RecordWatcher::Owner {
 
   // Connection lifecycle
   void startAttempt();
+  void connectToServer();
+  // Drives the sentinel query: the master's address, or a failover announced.
+  void followSentinels();
   void sendHandshake();
   void handshakeStepDone();
   void lose(const std::string& why);
@@ -200,7 +208,11 @@ class RedisStore : private RecordWatcher::Owner {
   // Runs process() until `done`; false once the server has answered nothing
   // for `silence`.
   bool waitUntil(const std::function<bool()>& done, std::chrono::milliseconds silence);
-  std::uint64_t repliesRead() const { return data_.repliesRead() + notifications_.repliesRead(); }
+  // Replies that show progress: not those of an attempt that found a replica.
+  std::uint64_t repliesRead() const;
+  // An attempt through the sentinels waits for ROLE to say master; its
+  // replies count once it has, or are discounted when it is lost before.
+  void roleSettled(bool counted);
   // What a resynchronisation has done so far, for an error message.
   std::string resyncProgress() const;
   bool isOldLayout(const std::string& key, const RedisKeySchema::Path& path);
@@ -253,6 +265,9 @@ class RedisStore : private RecordWatcher::Owner {
 
   Vex::Ptr<Mirra::EntityManager> em_;
   Options options_;
+  // Where the connections go: the endpoint, or the master the sentinels named.
+  RedisEndpoint server_;
+  std::optional<SentinelQuery> sentinels_;
   RedisKeySchema keys_;
   bool owned_[2] = {false, false};
   State state_ = State::closed;
@@ -267,6 +282,9 @@ class RedisStore : private RecordWatcher::Owner {
   std::string fatalError_;
   std::string lastError_;
   int handshakeSteps_ = 0;
+  bool roleUnconfirmed_ = false;  // connected through the sentinels; ROLE has not said master yet
+  std::uint64_t repliesAtAttempt_ = 0;
+  std::uint64_t unconfirmedReplies_ = 0;
   bool loaded_ = false;  // the first resynchronisation, which loads both sides, is done
   bool processing_ = false;
   bool leaving_ = false;  // leaveInRedis(): nothing more is written

@@ -3,6 +3,7 @@
 // persistence, stopped (and restartable on the same port) by the test.
 //
 //   TestRedisServer server;                 // or TestRedisServer server("secret");
+//   TestRedisServer replica("", {"--replicaof", "127.0.0.1", std::to_string(server.port())});
 //   server.url();                           // "redis://127.0.0.1:PORT"
 //   server.kill();  server.start();         // a restart that loses everything
 //
@@ -27,7 +28,8 @@ namespace hubstore::redis::testing {
 
 class TestRedisServer {
  public:
-  explicit TestRedisServer(std::string password = "") : password_(std::move(password)), port_(freePort()) {
+  explicit TestRedisServer(std::string password = "", std::vector<std::string> extraArgs = {})
+      : password_(std::move(password)), extraArgs_(std::move(extraArgs)), port_(freePort()) {
     start();
   }
   ~TestRedisServer() { kill(SIGTERM); }
@@ -48,17 +50,8 @@ class TestRedisServer {
       args.push_back("--requirepass");
       args.push_back(password_);
     }
-    pid_ = fork();
-    if (pid_ == 0) {
-      const int null = open("/dev/null", O_WRONLY);
-      dup2(null, 1);
-      dup2(null, 2);
-      std::vector<char*> argv;
-      for (std::string& arg : args) argv.push_back(arg.data());
-      argv.push_back(nullptr);
-      execv(argv[0], argv.data());
-      _exit(127);
-    }
+    args.insert(args.end(), extraArgs_.begin(), extraArgs_.end());
+    pid_ = spawn(std::move(args));
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     while (std::chrono::steady_clock::now() < deadline) {
       if (auto* context = connect()) {
@@ -78,6 +71,34 @@ class TestRedisServer {
     pid_ = -1;
   }
 
+  // Starts `args` (the program's path first) with its output discarded.
+  static pid_t spawn(std::vector<std::string> args) {
+    const pid_t pid = fork();
+    if (pid == 0) {
+      const int null = open("/dev/null", O_WRONLY);
+      dup2(null, 1);
+      dup2(null, 2);
+      std::vector<char*> argv;
+      for (std::string& arg : args) argv.push_back(arg.data());
+      argv.push_back(nullptr);
+      execv(argv[0], argv.data());
+      _exit(127);
+    }
+    return pid;
+  }
+
+  static int freePort() {
+    const int fd = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address);
+    getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
+    close(fd);
+    return ntohs(address.sin_port);
+  }
+
   // A plain blocking connection, logged in; null when the server is not up.
   redisContext* connect() const {
     redisContext* context = redisConnectWithTimeout("127.0.0.1", port_, timeval{1, 0});
@@ -93,19 +114,8 @@ class TestRedisServer {
   }
 
  private:
-  static int freePort() {
-    const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address);
-    getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
-    close(fd);
-    return ntohs(address.sin_port);
-  }
-
   std::string password_;
+  std::vector<std::string> extraArgs_;
   int port_;
   pid_t pid_ = -1;
 };
