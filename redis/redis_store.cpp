@@ -537,6 +537,9 @@ void RedisStore::lose(const std::string& why) {
   ownedInRedis_.clear();
   followedInRedis_.clear();
   pongPending_ = false;
+  // Their replies went with the connection.
+  leasePending_ = false;
+  checkPending_ = false;
   lastError_ = why;
   backoff_ = backoff_.count() == 0 ? options_.backoffMin : std::min(backoff_ * 2, options_.backoffMax);
   timerIs(backoff_);

@@ -163,6 +163,18 @@ class Sim:
                 at += 1
         return at == len(wanted)
 
+    def drain(self):
+        """Takes in what the process has printed so far, without waiting."""
+        while True:
+            try:
+                line = self.arrived.get_nowait()
+            except queue.Empty:
+                return
+            if line is None:
+                self.arrived.put(None)  # the end, for finish()
+                return
+            self.lines.append(line)
+
     def wait_for_count(self, prefix, count, what):
         """Reads lines until `count` of them start with `prefix`, and a
         second more for any beyond: wait_for for a long output."""
