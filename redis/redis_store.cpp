@@ -840,22 +840,23 @@ void RedisStore::scanFrom(const std::string& cursor) {
     const std::string next(text(*reply.element[0]));
     const redisReply& found = *reply.element[1];
     if (next != "0") scanFrom(next);
+    const std::string lease = keys_.leaseKey();
     for (std::size_t i = 0; i < found.elements; ++i) {
       std::string key(text(*found.element[i]));
-      if (key == keys_.leaseKey()) continue;
-      const auto path = keys_.parse(key);
+      if (key == lease) continue;
+      auto path = keys_.parse(key);
       if (!path) badRecord(key, {"not a key of the agent's records"});
       if (!path || isOldLayout(key, *path)) continue;
       ++resyncReads_;
       ++keysFound_;
-      data_.command({"HGETALL", key}, [this, key](const redisReply& hash) {
+      data_.command({"HGETALL", key}, [this, key, path = std::move(*path)](const redisReply& hash) {
         if (isError(hash)) {
           --resyncReads_;
           // What the records hold of it stays: it is not taken as gone.
           seen_.insert(key);
           unreadableKey(key, hash);
         } else {
-          resyncKeyRead(key, hashFields(hash));
+          resyncKeyRead(key, path, hashFields(hash));
           return;
         }
         if (scanDone_ && resyncReads_ == 0) finishResync();
@@ -868,16 +869,16 @@ void RedisStore::scanFrom(const std::string& cursor) {
   });
 }
 
-void RedisStore::resyncKeyRead(const std::string& key, std::optional<Fields> fields) {
+void RedisStore::resyncKeyRead(const std::string& key, const RedisKeySchema::Path& path, std::optional<Fields> fields) {
   --resyncReads_;
-  const Side side = sideOf(keys_.parse(key)->record);
+  const Side side = sideOf(path.record);
   if (fields) {
     if (!loaded_) {
       // The first read is applied as it comes, so that no more than one
       // key's fields are held at a time however large the fleet.
       seen_.insert(key);
       try {
-        apply({key, std::move(fields), true});
+        apply({key, std::move(fields), true}, path);
       } catch (...) {
         if (scanDone_ && resyncReads_ == 0) finishResync();
         throw;
@@ -967,8 +968,12 @@ Vex::Entity* RedisStore::root(RecordSlot slot) const {
 }
 
 void RedisStore::apply(const Applied& change) {
-  const auto path = keys_.parse(change.key);
-  if (!path || (!change.load && owned(sideOf(path->record)))) return;
+  if (const auto path = keys_.parse(change.key)) apply(change, *path);
+}
+
+void RedisStore::apply(const Applied& change, const RedisKeySchema::Path& at) {
+  const RedisKeySchema::Path* path = &at;
+  if (!change.load && owned(sideOf(path->record))) return;
   std::vector<std::string> problems;
   const RecordCodec::Context context{[this](RecordSlot slot) { return root(slot); }, &problems, &names_};
   const Fields* fields = change.fields ? &*change.fields : nullptr;

@@ -226,10 +226,11 @@ class RedisStore : private RecordWatcher::Owner {
   void requestArrived();
   void startResync();
   void scanFrom(const std::string& cursor);
-  void resyncKeyRead(const std::string& key, std::optional<Fields> fields);
+  void resyncKeyRead(const std::string& key, const RedisKeySchema::Path& path, std::optional<Fields> fields);
   void finishResync();
   void applyQueued();
   void apply(const Applied& change);
+  void apply(const Applied& change, const RedisKeySchema::Path& path);
   // A key, or part of one, that another writer left unreadable.
   void badRecord(const std::string& key, const std::vector<std::string>& problems);
   void unreadableKey(const std::string& key, const redisReply& error);

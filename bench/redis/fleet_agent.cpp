@@ -52,6 +52,10 @@ FleetAgent::FleetAgent(const std::string& url, const Fleet& fleet)
 long long FleetAgent::heapInUse() { return static_cast<long long>(mallinfo2().uordblks); }
 
 FleetAgent::~FleetAgent() {
+  // A warm stop: the next sample's agent finds the configuration, and the
+  // lease free, as a restarted agent would.
+  store_.leaveInRedis();
+  store_.flush(std::chrono::seconds(5));
   service_ = nullptr;
   Controller::globalAgent = nullptr;
 }

@@ -22,18 +22,21 @@ static double now(void) {
   return (double)t.tv_sec + (double)t.tv_nsec * 1e-9;
 }
 
-static redisReply* next_reply(redisContext* context) {
+/* The next reply; an error reply ends the program unless `may_fail`. */
+static redisReply* reply_of(redisContext* context, int may_fail) {
   void* reply = NULL;
   if (redisGetReply(context, &reply) != REDIS_OK || reply == NULL) {
     fprintf(stderr, "start floor: %s\n", context->errstr);
     exit(1);
   }
-  if (((redisReply*)reply)->type == REDIS_REPLY_ERROR) {
+  if (((redisReply*)reply)->type == REDIS_REPLY_ERROR && !may_fail) {
     fprintf(stderr, "start floor: %s\n", ((redisReply*)reply)->str);
     exit(1);
   }
   return reply;
 }
+
+static redisReply* next_reply(redisContext* context) { return reply_of(context, 0); }
 
 static void append_scan(redisContext* context, const char* cursor, const char* pattern) {
   redisAppendCommand(context, "SCAN %s MATCH %s COUNT 1000", cursor, pattern);
@@ -73,8 +76,9 @@ int main(int argc, char** argv) {
       redisReply* type = next_reply(context);
       hashes += strcmp(type->str, "hash") == 0;
       freeReplyObject(type);
-      redisReply* hash = next_reply(context);
-      fields += (long long)hash->elements / 2;
+      /* A key of another type (the agent's lease) answers HGETALL with an error. */
+      redisReply* hash = reply_of(context, 1);
+      if (hash->type == REDIS_REPLY_ARRAY) fields += (long long)hash->elements / 2;
       freeReplyObject(hash);
     }
     keys += (long long)found->elements;
