@@ -66,13 +66,15 @@ Members members(const Collection (&list)[N]) {
   return {list, list + N};
 }
 
+// The record types are told apart by their type descriptors: one virtual
+// call each, where a dynamic_cast walks the class hierarchy.
 template <class T>
 const T* as(const Vex::Entity& entity) {
-  return dynamic_cast<const T*>(&entity);
+  return &entity.fwkType() == &T::staticType() ? static_cast<const T*>(&entity) : nullptr;
 }
 template <class T>
 T* as(Vex::Entity& entity) {
-  return dynamic_cast<T*>(&entity);
+  return &entity.fwkType() == &T::staticType() ? static_cast<T*>(&entity) : nullptr;
 }
 
 Members collectionsOf(const Vex::Entity& e) {
