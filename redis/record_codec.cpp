@@ -445,11 +445,25 @@ std::optional<std::string> RecordCodec::fieldKey(std::string_view field) {
 }
 
 const Vex::Name& RecordCodec::Names::operator()(std::string_view text) {
+  // The names of one holder mostly come in the order of the last one's.
+  if (next_ < sequence_.size() && sequence_[next_]->view() == text) return *sequence_[next_++];
   auto found = names_.find(text);
-  if (found != names_.end()) return found->second;
-  // Bounded: names that do not repeat (another writer's) do not pile up.
-  if (names_.size() >= kMaxNames) names_.clear();
-  return names_.emplace(std::string(text), Vex::Name(text)).first->second;
+  if (found == names_.end()) {
+    // Bounded: names that do not repeat (another writer's) do not pile up.
+    if (names_.size() >= kMaxNames) {
+      names_.clear();
+      sequence_.clear();
+      next_ = 0;
+    }
+    found = names_.emplace(std::string(text), Vex::Name(text)).first;
+  }
+  if (next_ < sequence_.size()) {
+    sequence_[next_] = &found->second;
+  } else {
+    sequence_.push_back(&found->second);
+  }
+  ++next_;
+  return found->second;
 }
 
 bool RecordCodec::isFieldMemberKey(const RedisKeySchema::Path& path) {
@@ -673,6 +687,7 @@ void RecordCodec::applyFieldMembers(Vex::Entity& e, const Collection& c, const F
                                     const Context& context) {
   // Held by a count: a handler run by a write may release the holder.
   Vex::Ptr<Vex::Entity> holder(&e);
+  if (context.names) context.names->restart();
   std::size_t applied = 0;
   for (const auto& [field, value] : fields) {
     if (!isMemberField(field)) continue;

@@ -55,6 +55,8 @@ class RecordCodec {
   class Names {
    public:
     const Vex::Name& operator()(std::string_view text);
+    // The next names are another holder's.
+    void restart() { next_ = 0; }
 
    private:
     struct Hash {
@@ -63,6 +65,9 @@ class RecordCodec {
     };
     static constexpr std::size_t kMaxNames = 4096;
     std::unordered_map<std::string, Vex::Name, Hash, std::equal_to<>> names_;
+    // The names asked for since restart(), in order, to be asked again.
+    std::vector<const Vex::Name*> sequence_;
+    std::size_t next_ = 0;
   };
   struct Context {
     std::function<Vex::Entity*(RecordSlot)> roots;
