@@ -1,5 +1,7 @@
 #include <hubstore/redis/redis_connection.h>
 
+#include <hubstore/redis/resp_reader.h>
+
 // hiredis 0.14's sds.h declares its functions without C linkage.
 extern "C" {
 #include <hiredis/sds.h>
@@ -7,94 +9,13 @@ extern "C" {
 #include <hiredis/hiredis.h>
 #include <sys/socket.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <cstddef>
-#include <vector>
 #include <cstring>
 #include <memory>
 
 namespace hubstore::redis {
 
-// Replies are built in one arena, emptied once a reply has been handed on,
-// rather than with an allocation per element: an agent's start reads tens of
-// thousands of hashes of tens of fields each. A reply lives until its
-// callback returns.
-class RedisConnection::ReplyArena {
- public:
-  void* allocate(std::size_t bytes) {
-    bytes = (bytes + alignof(std::max_align_t) - 1) & ~(alignof(std::max_align_t) - 1);
-    while (block_ < blocks_.size() && used_ + bytes > blocks_[block_].size) {
-      ++block_;
-      used_ = 0;
-    }
-    if (block_ == blocks_.size()) {
-      blocks_.push_back({std::make_unique<std::byte[]>(std::max(bytes, kBlockBytes)), std::max(bytes, kBlockBytes)});
-    }
-    void* at = blocks_[block_].bytes.get() + used_;
-    used_ += bytes;
-    return at;
-  }
-  // Keeps the blocks: the next replies are as large.
-  void clear() {
-    block_ = 0;
-    used_ = 0;
-  }
-
- private:
-  static constexpr std::size_t kBlockBytes = 64 * 1024;
-  struct Block {
-    std::unique_ptr<std::byte[]> bytes;
-    std::size_t size;
-  };
-  std::vector<Block> blocks_;
-  std::size_t block_ = 0;
-  std::size_t used_ = 0;
-};
-
 namespace {
-
-redisReply* newReply(const redisReadTask* task, int type) {
-  auto* arena = static_cast<RedisConnection::ReplyArena*>(task->privdata);
-  auto* reply = static_cast<redisReply*>(arena->allocate(sizeof(redisReply)));
-  std::memset(reply, 0, sizeof *reply);
-  reply->type = type;
-  if (task->parent) static_cast<redisReply*>(task->parent->obj)->element[task->idx] = reply;
-  return reply;
-}
-
-void* createString(const redisReadTask* task, char* text, std::size_t length) {
-  redisReply* reply = newReply(task, task->type);
-  auto* copy = static_cast<char*>(static_cast<RedisConnection::ReplyArena*>(task->privdata)->allocate(length + 1));
-  std::memcpy(copy, text, length);
-  copy[length] = '\0';
-  reply->str = copy;
-  reply->len = length;
-  return reply;
-}
-
-void* createArray(const redisReadTask* task, int elements) {
-  redisReply* reply = newReply(task, REDIS_REPLY_ARRAY);
-  if (elements > 0) {
-    auto* arena = static_cast<RedisConnection::ReplyArena*>(task->privdata);
-    reply->element = static_cast<redisReply**>(arena->allocate(sizeof(redisReply*) * static_cast<std::size_t>(elements)));
-  }
-  reply->elements = static_cast<std::size_t>(std::max(elements, 0));
-  return reply;
-}
-
-void* createInteger(const redisReadTask* task, long long value) {
-  redisReply* reply = newReply(task, REDIS_REPLY_INTEGER);
-  reply->integer = value;
-  return reply;
-}
-
-void* createNil(const redisReadTask* task) { return newReply(task, REDIS_REPLY_NIL); }
-
-// The arena owns every reply.
-void freeNothing(void*) {}
-
-redisReplyObjectFunctions kArenaReplies = {createString, createArray, createInteger, createNil, freeNothing};
 
 // A subscription's message, as opposed to the reply to a command.
 bool isPush(const redisReply& reply) {
@@ -118,9 +39,7 @@ bool RedisConnection::open(const RedisEndpoint& endpoint) {
                                          : redisConnectUnixNonBlock(endpoint.socketPath.c_str());
   if (!context_) return fail("out of memory");
   if (context_->err) return fail(context_->errstr);
-  if (!arena_) arena_ = std::make_unique<ReplyArena>();
-  context_->reader->fn = &kArenaReplies;
-  context_->reader->privdata = arena_.get();
+  reader_ = std::make_unique<RespReader>();
   connecting_ = true;
   return true;
 }
@@ -131,6 +50,8 @@ void RedisConnection::close() {
   connecting_ = false;
   bufferedInput_ = false;
   callbacks_.clear();
+  // The reader stays until the next open(): a callback that closes the
+  // connection is still reading its reply.
 }
 
 bool RedisConnection::fail(const std::string& why) {
@@ -199,9 +120,8 @@ bool RedisConnection::read() {
       if (errno == EINTR) continue;
       return fail(std::strerror(errno));
     }
-    if (redisReaderFeed(context_->reader, buffer, static_cast<std::size_t>(n)) != REDIS_OK) {
-      return fail("protocol error");
-    }
+    reader_->feed(buffer, static_cast<std::size_t>(n));
+    if (reader_->failed()) return fail(reader_->error());
     bufferedInput_ = true;
     if (!dispatchBuffered()) return false;
   }
@@ -210,15 +130,11 @@ bool RedisConnection::read() {
 
 bool RedisConnection::dispatchBuffered() {
   while (context_) {
-    void* raw = nullptr;
-    if (redisReaderGetReply(context_->reader, &raw) != REDIS_OK) return fail("protocol error");
-    if (!raw) break;
-    // Emptied once the reply is handed on, also when its callback throws.
-    struct Done {
-      ReplyArena& arena;
-      ~Done() { arena.clear(); }
-    } done{*arena_};
-    const redisReply* reply = static_cast<const redisReply*>(raw);
+    const redisReply* reply = reader_->next();
+    if (!reply) {
+      if (reader_->failed()) return fail(reader_->error());
+      break;
+    }
     ++repliesRead_;
     if (isPush(*reply)) {
       if (pushHandler_) pushHandler_(*reply);

@@ -33,9 +33,10 @@ struct redisReply;
 
 namespace hubstore::redis {
 
+class RespReader;
+
 class RedisConnection {
  public:
-  class ReplyArena;
   using Callback = std::function<void(const redisReply& reply)>;
 
   // `name` goes into error messages ("notifications connection: ...").
@@ -82,7 +83,9 @@ class RedisConnection {
   std::deque<Callback> callbacks_;
   Callback pushHandler_;
   std::uint64_t repliesRead_ = 0;
-  std::unique_ptr<ReplyArena> arena_;
+  // Replies are read by our own reader, not hiredis's (hiredis still
+  // connects and formats the commands).
+  std::unique_ptr<RespReader> reader_;
   std::string error_;
 };
 
