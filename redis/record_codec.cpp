@@ -92,6 +92,15 @@ Members collectionsOf(const Vex::Entity& e) {
 }
 
 std::string text(bool value) { return value ? "true" : "false"; }
+
+// A member's key written as it is, not quoted: most are (a group, a switch).
+bool isPlainKey(std::string_view key) {
+  if (key.empty() || key.front() == '"') return false;
+  for (char c : key) {
+    if (c == '[' || c == ']') return false;
+  }
+  return true;
+}
 std::string text(const Vex::String& value) { return value.stdString(); }
 
 const std::string* field(const Fields& fields, const char* name) {
@@ -438,9 +447,7 @@ std::optional<std::string> RecordCodec::fieldKey(std::string_view field) {
   if (!isMemberField(field)) return std::nullopt;
   const std::string_view key = field.substr(1, field.size() - 2);
   // Most keys are not quoted: read them without the quoting's rules.
-  if (!key.empty() && key.front() != '"' && key.find_first_of("[]") == std::string_view::npos) {
-    return std::string(key);
-  }
+  if (isPlainKey(key)) return std::string(key);
   return RedisKeySchema::unquoted(key);
 }
 
@@ -628,9 +635,12 @@ bool RecordCodec::applyFieldMember(Vex::Entity& e, const Collection& c, std::str
   if (&c == kSystemStatusMembers) {
     const auto state = mountStateFromName(value);
     if (!state) return unreadable(quotedValue() + " is no mount state");
-    // An existing status is returned as it is; a new one starts unknown. A
-    // fleet's group names repeat on every switch: they are shared.
-    static_cast<SystemStatus&>(e).serviceMountGroupStatusIs(context.name(key), mountStateUnknown)->mountStateIs(*state);
+    // An existing status is returned as it is; a new one starts unknown, so
+    // that its state is a change, unless its switch is still being built (no
+    // one watches it yet). A fleet's group names repeat on every switch: they
+    // are shared.
+    auto& system = static_cast<SystemStatus&>(e);
+    system.serviceMountGroupStatusIs(context.name(key), system.parent() ? mountStateUnknown : *state)->mountStateIs(*state);
   } else if (&c == kSystemFilterMembers) {
     if (!isBool) return unreadable(quotedValue() + " is not true or false");
     static_cast<MountFilterSystem&>(e).includedSystemIs(Vex::Name(key), value == "true");
@@ -693,7 +703,7 @@ void RecordCodec::applyFieldMembers(Vex::Entity& e, const Collection& c, const F
     if (!isMemberField(field)) continue;
     // Most keys are not quoted: read without a copy.
     const std::string_view key = std::string_view(field).substr(1, field.size() - 2);
-    if (!key.empty() && key.front() != '"' && key.find_first_of("[]") == std::string_view::npos) {
+    if (isPlainKey(key)) {
       applied += applyFieldMember(e, c, key, value, context);
     } else if (auto unquoted = fieldKey(field)) {
       applied += applyFieldMember(e, c, *unquoted, value, context);
