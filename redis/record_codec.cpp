@@ -588,6 +588,7 @@ Vex::Entity* RecordCodec::applyMember(Vex::Entity& e, const Collection& c, const
         r->systemStatusDel(name);
       } else if (!(member = recordMember(e, c, key))) {
         auto system = SystemStatus::SystemStatusIs(name);
+        system->serviceMountGroupStatusReserve(fields->size());
         applyFields(*system, *fields, context);
         r->systemStatusIs(system);
         return recordMember(e, c, key);

@@ -108,22 +108,24 @@ bool RedisConnection::read() {
   if (!context_ || connecting_) return isOpen();
   if (bufferedInput_ && !dispatchBuffered()) return false;
   // Reads until the socket is empty, with a bound so one busy connection
-  // cannot hold the event loop for long. Small reads: hiredis moves what is
-  // left of its buffer after each reply it takes out, so the cost of a feed
-  // grows with its size.
-  char buffer[16 * 1024];
-  for (int round = 0; round < 256 && context_; ++round) {
-    const ssize_t n = recv(context_->fd, buffer, sizeof buffer, MSG_DONTWAIT);
+  // cannot hold the event loop for long.
+  constexpr std::size_t kRead = 64 * 1024;
+  for (int round = 0; round < 64 && context_; ++round) {
+    // Received straight into the reader's buffer.
+    const ssize_t n = recv(context_->fd, reader_->space(kRead), kRead, MSG_DONTWAIT);
     if (n == 0) return fail("the server closed the connection");
     if (n < 0) {
       if (errno == EAGAIN || errno == EWOULDBLOCK) break;
       if (errno == EINTR) continue;
       return fail(std::strerror(errno));
     }
-    reader_->feed(buffer, static_cast<std::size_t>(n));
+    reader_->written(static_cast<std::size_t>(n));
     if (reader_->failed()) return fail(reader_->error());
     bufferedInput_ = true;
     if (!dispatchBuffered()) return false;
+    // What the replies asked for goes at once, so that the server works on
+    // it while the next replies are read (a fleet's read, page by page).
+    if (wantsWrite() && !flush()) return false;
   }
   return isOpen();
 }

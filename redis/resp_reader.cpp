@@ -103,8 +103,13 @@ void RespReader::release() {
 }
 
 void RespReader::feed(const char* data, std::size_t size) {
-  release();
   if (failed() || size == 0) return;
+  std::memcpy(space(size), data, size);
+  written(size);
+}
+
+char* RespReader::space(std::size_t size) {
+  release();
   if (begin_ == end_) {
     begin_ = pos_ = end_ = 0;
     if (capacity_ > kKeptBufferBytes) {
@@ -112,8 +117,12 @@ void RespReader::feed(const char* data, std::size_t size) {
       capacity_ = 0;
     }
   }
-  if (capacity_ - end_ < size) makeRoom(size);
-  std::memcpy(buffer_.get() + end_, data, size);
+  if (capacity_ - end_ < size || !buffer_) makeRoom(size);
+  return buffer_.get() + end_;
+}
+
+void RespReader::written(std::size_t size) {
+  if (failed()) return;
   end_ += size;
   buffer_[end_] = buffer_[end_ + 1] = '\0';
 }

@@ -68,6 +68,11 @@ class RespReader {
 
   // Appends `size` bytes; ends the life of the reply next() last returned.
   void feed(const char* data, std::size_t size);
+  // The same without a copy: space(size) gives room for `size` bytes at the
+  // end of the buffer, to receive into, and written(n) takes the first n of
+  // them. space() ends the last reply's life as feed() does.
+  char* space(std::size_t size);
+  void written(std::size_t size);
   // The next complete reply, or nullptr when the bytes fed so far hold none
   // or the reader has failed. Ends the life of the reply it last returned.
   const redisReply* next();

@@ -33,6 +33,8 @@ class SystemStatus : public Vex::Entity {
   Vex::Ptr<ServiceMountGroupStatus> serviceMountGroupStatusIs(const Vex::Name& group,
                                                               MountState state = mountStateUnknown);
   void serviceMountGroupStatusDel(Vex::Name group);
+  // Room for `count` group statuses: a switch read whole knows how many.
+  void serviceMountGroupStatusReserve(std::size_t count) { serviceMountGroupStatus_.reserve(count); }
 
  protected:
   explicit SystemStatus(const Vex::Name& name)
