@@ -34,11 +34,14 @@ class String {
   ///@{
   String(const String& other) noexcept;
   String(String&& other) noexcept : rep_(other.rep_) { other.rep_ = nullptr; }
-  String& operator=(const String& other) noexcept;
-  String& operator=(String&& other) noexcept;
   ///@}
   /// Drops the buffer's reference; the last one frees it.
   ~String();
+  /// Assignment shares the buffer; a moved-from string is null.
+  ///@{
+  String& operator=(const String& other) noexcept;
+  String& operator=(String&& other) noexcept;
+  ///@}
 
   /// Whether this is the null string (not the empty one).
   bool isNull() const noexcept { return rep_ == nullptr; }
