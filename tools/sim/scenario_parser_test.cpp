@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tools/sim/word_forms.h"
+
 namespace hubstore::sim {
 namespace {
 
