@@ -4,7 +4,7 @@
 #include <hubstore/foundations/records/system_id.h>
 #include <hubstore/mountgroup/hubstore_service_mount_group.h>
 
-#include "tools/sim/recording_mounter.h"
+#include "tools/sim/scenario_mounter.h"
 #include "tools/sim/scenario_error.h"
 #include "tools/sim/scenario_forms.h"
 #include "tools/sim/simulator.h"
@@ -39,7 +39,7 @@ VerbSection Simulator::agentVerbs() {
                sim.mounters_[name] = Vex::make<Controller::HubstoreServiceMounter>();
              } else {
                // c.hook names the throwing hook of `mounter M throwing HOOK`.
-               sim.mounters_[name] = Vex::make<RecordingMounter>(
+               sim.mounters_[name] = Vex::make<ScenarioMounter>(
                    name, sim.out_, [&sim](const Command& action) { sim.runHookAction(action); }, c.hook,
                    [&sim](const HookCall& call) {
                      if (sim.timeline_) sim.timeline_->hookCalled(call);

@@ -17,7 +17,7 @@
 #include <hubstore/foundations/records/service_publish_status.h>
 #include <hubstore/foundations/records/system_id.h>
 #include <hubstore/mountgroup/hubstore_service_mount_group.h>
-#include "tools/sim/recording_mounter.h"
+#include "tools/sim/scenario_mounter.h"
 #include "tools/sim/scenario_error.h"
 #include "tools/sim/simulated_records.h"
 #include "tools/sim/timeline.h"
@@ -219,8 +219,8 @@ Vex::Ptr<Controller::HubstoreServiceMounter> Simulator::mounter(const std::strin
   return found->second;
 }
 
-Vex::Ptr<RecordingMounter> Simulator::recordingMounter(const std::string& name) const {
-  auto recording = Vex::ptr_cast<RecordingMounter>(mounter(name));
+Vex::Ptr<ScenarioMounter> Simulator::scenarioMounter(const std::string& name) const {
+  auto recording = Vex::ptr_cast<ScenarioMounter>(mounter(name));
   if (!recording) throw ScenarioError("mounter " + name + " is a default mounter: it has no recording hooks to act");
   return recording;
 }

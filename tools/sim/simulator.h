@@ -58,7 +58,7 @@ class VersionWhiteList;
 
 namespace hubstore::sim {
 
-class RecordingMounter;
+class ScenarioMounter;
 class Timeline;
 
 class Simulator {
@@ -141,7 +141,7 @@ class Simulator {
   Vex::Ptr<Controller::SwitchWhiteList> switchList(const std::string& name) const;
   Vex::Ptr<Controller::VersionWhiteList> versionList(const std::string& name) const;
   Vex::Ptr<Controller::HubstoreServiceMounter> mounter(const std::string& name) const;
-  Vex::Ptr<RecordingMounter> recordingMounter(const std::string& name) const;
+  Vex::Ptr<ScenarioMounter> scenarioMounter(const std::string& name) const;
   Vex::Ptr<Controller::ServiceMountStatus> mountStatusRecord() const;
   Vex::Ptr<Controller::ServicePublishStatus> publishStatusRecord() const;
   Vex::Ptr<Controller::SystemStatus> systemStatusRecord(const std::string& system) const;

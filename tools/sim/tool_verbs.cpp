@@ -6,7 +6,7 @@
 
 #include "tools/sim/command_reference.h"
 #include "tools/sim/config_dump.h"
-#include "tools/sim/recording_mounter.h"
+#include "tools/sim/scenario_mounter.h"
 #include "tools/sim/repetition.h"
 #include "tools/sim/scenario_error.h"
 #include "tools/sim/scenario_forms.h"
@@ -33,14 +33,14 @@ VerbSection Simulator::hookVerbs() {
            "hook's does. Hooks whose commands set each other off are stopped 100 deep.",
        .example = "when m1 doMountsComplete g1 serviceDel",
        .run = [](Simulator& sim,
-                 const Command& c) { sim.recordingMounter(c.args[0])->actionIs(*c.hook, c.args[2], c.action); }},
+                 const Command& c) { sim.scenarioMounter(c.args[0])->actionIs(*c.hook, c.args[2], c.action); }},
       {.name = "whenDel",
        .words = fixed({{"M"}}),
        .summary = "forget every `when` of M",
        .details = "Forgets the commands that `when` gave mounter M. A hook call that is running them finishes those it "
                   "started with.",
        .example = "whenDel m1",
-       .run = [](Simulator& sim, const Command& c) { sim.recordingMounter(c.args[0])->actionDelAll(); },
+       .run = [](Simulator& sim, const Command& c) { sim.scenarioMounter(c.args[0])->actionDelAll(); },
        .hookMayRun = true},
   };
   return {"Hooks that act", verbs};
@@ -140,10 +140,10 @@ VerbSection Simulator::toolVerbs() {
        .example = "hookCounts m1",
        .run =
            [](Simulator& sim, const Command& c) {
-             auto recording = Vex::ptr_cast<RecordingMounter>(sim.mounter(c.args[0]));
+             auto recording = Vex::ptr_cast<ScenarioMounter>(sim.mounter(c.args[0]));
              if (!recording)
                throw ScenarioError("mounter " + c.args[0] + " is a default mounter: it counts no hook calls");
-             const RecordingMounter::StateCounts& counts = recording->switchStateCounts();
+             const ScenarioMounter::StateCounts& counts = recording->switchStateCounts();
              const std::string hook(mounterHookName(MounterHook::HandleControllerMountState));
              std::uint64_t calls = 0;
              std::string byState;
