@@ -2,12 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "tools/sim/scenario_parser.h"
+#include "tools/sim/verb_table.h"
 
 namespace hubstore::fuzz {
 namespace {
@@ -18,12 +20,40 @@ std::vector<std::uint8_t> randomBytes(std::mt19937& random, std::size_t size) {
   return bytes;
 }
 
+std::uint8_t slotOf(std::string_view line) {
+  const auto& templates = commandTemplates();
+  const auto found = std::find(templates.begin(), templates.end(), line);
+  EXPECT_NE(found, templates.end()) << line;
+  return static_cast<std::uint8_t>(found - templates.begin());
+}
+
 TEST(CommandAlphabet, OneByteChoosesTheCommandAndOneEachChoiceAmongSeveral) {
-  EXPECT_EQ(decode(std::vector<std::uint8_t>{24, 0, 46, 1}), "mounter m1\nswitchWhiteList L2\n");
-  // Choices wrap around; a slot with nothing in it reads no more.
-  EXPECT_EQ(decode(std::vector<std::uint8_t>{24 + 64, 3, 63, 1}), "mounter m2\nrecords\n");
+  const std::uint8_t mounter = slotOf("mounter {mounter}");
+  const std::uint8_t list = slotOf("switchWhiteList {switchList}");
+  const std::uint8_t records = slotOf("records");
+  EXPECT_EQ(decode(std::vector<std::uint8_t>{mounter, 0, list, 1}), "mounter m1\nswitchWhiteList L2\n");
+  // Choices wrap around, and so do the commands; a command without choices
+  // reads no more.
+  const auto wrapped = static_cast<std::uint8_t>(mounter + commandTemplates().size());
+  EXPECT_EQ(decode(std::vector<std::uint8_t>{wrapped, 3, records, list, 1}), "mounter m2\nrecords\nswitchWhiteList L2\n");
   // A command whose bytes run out is dropped.
-  EXPECT_EQ(decode(std::vector<std::uint8_t>{1, 48, 0}), "records\n");
+  EXPECT_EQ(decode(std::vector<std::uint8_t>{records, list}), "records\n");
+}
+
+// Every verb is in the alphabet, with each count of its optional words, but
+// the reports, echo, quit and repeat.
+TEST(CommandAlphabet, FollowsTheVerbTable) {
+  for (const char* line : {"reportMountStates", "systemStatus {sys}", "systemStatus {sys} {group}={state} {group}={state}",
+                           "serviceMountGroupStatus {sys} {group}", "serviceMountGroupStatus {sys} {group} {state}",
+                           "records leaderGenId={genId}", "mounter {mounter} throwing {hook}"}) {
+    slotOf(line);
+  }
+  for (const std::string& line : commandTemplates()) {
+    EXPECT_NE(sim::findVerb(line.substr(0, line.find(' '))), nullptr) << line;
+    for (const char* verb : {"echo", "explain", "hookCounts", "help", "quit", "repeat"}) {
+      EXPECT_NE(line.substr(0, line.find(' ')), verb);
+    }
+  }
 }
 
 TEST(CommandAlphabet, EveryDecodedLineParsesExceptAllowListEntriesForTheMalformedSwitch) {
