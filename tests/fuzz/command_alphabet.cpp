@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "tools/sim/config_schema.h"
 #include "tools/sim/verb_table.h"
 
 namespace hubstore::fuzz {
@@ -115,6 +116,66 @@ std::vector<std::string_view> hookActions() {
   return actions;
 }
 
+// The `set` and `unset` lines of every place of the configuration schema,
+// in the alphabet's words.
+struct ConfigLines {
+  std::vector<std::string> lines;
+  std::vector<std::string> places;
+};
+
+std::string placeholderOf(std::string_view word) {
+  const auto found = placeholders().find(word);
+  if (found == placeholders().end()) {
+    throw std::logic_error("the fuzzer's alphabet has no word for " + std::string(word));
+  }
+  return std::string(found->second);
+}
+
+std::string valueOf(const sim::SchemaNode& node) {
+  using Kind = sim::ConfigValueKind;
+  switch (node.kind) {
+    case Kind::RecordType:
+      return std::string(node.typeName);
+    case Kind::Scalar:
+      return node.attribute == "serviceName" ? "{service}" : "{genId}";
+    case Kind::Bool:
+      return "{bool}";
+    case Kind::Filter:
+      return node.attribute == "systemFilter" ? "{systemFilterRef}" : "{versionFilterRef}";
+    case Kind::Fields:
+      break;
+  }
+  std::string fields;
+  for (const sim::FieldShape& field : node.fields) {
+    // PATH in a field is a path of the controller's database, as HUBSTOREPATH.
+    const std::string_view word = field.placeholder == "PATH" ? "HUBSTOREPATH" : field.placeholder;
+    fields += (fields.empty() ? "" : " ") + std::string(field.name) + "=" + placeholderOf(word);
+  }
+  return fields;
+}
+
+void addConfigLines(const sim::SchemaNode& node, const std::string& parent, ConfigLines& out) {
+  std::string place = parent.empty() ? std::string(node.attribute) : parent + "." + std::string(node.attribute);
+  if (node.key != sim::KeyKind::None) place += "[" + placeholderOf(node.keyName) + "]";
+  out.places.push_back(place);
+  out.lines.push_back(place + " = " + valueOf(node));
+  if (parent.empty()) out.lines.push_back(place + " = none");
+  for (const sim::SchemaNode& member : node.members) addConfigLines(member, place, out);
+}
+
+const ConfigLines& configLines() {
+  static const ConfigLines lines = [] {
+    ConfigLines all;
+    for (const sim::SchemaNode& root : sim::configRoots()) addConfigLines(root, "", all);
+    return all;
+  }();
+  return lines;
+}
+
+std::vector<std::string_view> viewsOf(const std::vector<std::string>& texts) {
+  return std::vector<std::string_view>(texts.begin(), texts.end());
+}
+
 const std::map<std::string_view, Kind, std::less<>>& kinds() {
   static const std::map<std::string_view, Kind, std::less<>> table = [] {
     const Kind list[] = {
@@ -164,56 +225,10 @@ const std::map<std::string_view, Kind, std::less<>>& kinds() {
          false,
          {"none", "mountConfig.versionFilter[{versionList}]", "publishConfig.versionFilter[{versionList}]",
           "detached {versionList}"}},
-        // A `set` line: a place of the configuration records and a value.
-        {"configLine",
-         false,
-         {"mountConfig = ServiceMountConfig",
-          "mountConfig = none",
-          "mountConfig.warm = {bool}",
-          "mountConfig.serviceName = {service}",
-          "mountConfig.leaderGenId = {genId}",
-          "mountConfig.mountGroupConfig[{group}] = ServiceMountGroupConfig",
-          "mountConfig.mountGroupConfig[{group}].preserveMountsOnDisconnect = {bool}",
-          "mountConfig.mountGroupConfig[{group}].systemFilter = {systemFilterRef}",
-          "mountConfig.mountGroupConfig[{group}].versionFilter = {versionFilterRef}",
-          "mountConfig.mountGroupConfig[{group}].mountConfig[{remote}] = vexcType={type} vexcFlags={flags} "
-          "hubstorePath={path}",
-          "mountConfig.systemFilter[{switchList}] = MountFilterSystem",
-          "mountConfig.systemFilter[{switchList}].includedSystem[{sys}] = {bool}",
-          "mountConfig.versionFilter[{versionList}] = MountFilterServiceVersion",
-          "mountConfig.versionFilter[{versionList}].includedServiceVersion[{version}] = {bool}",
-          "publishConfig = ServicePublishConfig",
-          "publishConfig = none",
-          "publishConfig.ready = {bool}",
-          "publishConfig.serviceName = {service}",
-          "publishConfig.leaderGenId = {genId}",
-          "publishConfig.publishGroupConfig[{group}] = ServicePublishGroupConfig",
-          "publishConfig.publishGroupConfig[{group}].systemFilter = {systemFilterRef}",
-          "publishConfig.publishGroupConfig[{group}].versionFilter = {versionFilterRef}",
-          "publishConfig.publishGroupConfig[{group}].publishConfig[{path}] = remotePath={remote} vexcType={type}",
-          "publishConfig.publishGroupConfig[{group}].publishDir[{path}] = vexcType={type} remoteTargetPath={remote} "
-          "readyToPublish={bool}",
-          "publishConfig.systemFilter[{switchList}] = MountFilterSystem",
-          "publishConfig.systemFilter[{switchList}].includedSystem[{sys}] = {bool}",
-          "publishConfig.versionFilter[{versionList}] = MountFilterServiceVersion",
-          "publishConfig.versionFilter[{versionList}].includedServiceVersion[{version}] = {bool}"}},
-        // An `unset` line: the places alone.
-        {"configPlace",
-         false,
-         {"mountConfig", "mountConfig.warm", "mountConfig.serviceName", "mountConfig.leaderGenId",
-          "mountConfig.mountGroupConfig[{group}]", "mountConfig.mountGroupConfig[{group}].preserveMountsOnDisconnect",
-          "mountConfig.mountGroupConfig[{group}].systemFilter", "mountConfig.mountGroupConfig[{group}].versionFilter",
-          "mountConfig.mountGroupConfig[{group}].mountConfig[{remote}]", "mountConfig.systemFilter[{switchList}]",
-          "mountConfig.systemFilter[{switchList}].includedSystem[{sys}]", "mountConfig.versionFilter[{versionList}]",
-          "mountConfig.versionFilter[{versionList}].includedServiceVersion[{version}]", "publishConfig",
-          "publishConfig.ready", "publishConfig.serviceName", "publishConfig.leaderGenId",
-          "publishConfig.publishGroupConfig[{group}]", "publishConfig.publishGroupConfig[{group}].systemFilter",
-          "publishConfig.publishGroupConfig[{group}].versionFilter",
-          "publishConfig.publishGroupConfig[{group}].publishConfig[{path}]",
-          "publishConfig.publishGroupConfig[{group}].publishDir[{path}]", "publishConfig.systemFilter[{switchList}]",
-          "publishConfig.systemFilter[{switchList}].includedSystem[{sys}]",
-          "publishConfig.versionFilter[{versionList}]",
-          "publishConfig.versionFilter[{versionList}].includedServiceVersion[{version}]"}},
+        // A `set` line: a place of the configuration records and a value;
+        // an `unset` line: the place alone.
+        {"configLine", false, viewsOf(configLines().lines)},
+        {"configPlace", false, viewsOf(configLines().places)},
     };
     std::map<std::string_view, Kind, std::less<>> byName;
     for (const Kind& kind : list) byName.emplace(kind.name, kind);

@@ -1,5 +1,6 @@
 #include <cstdint>
 
+#include "tools/sim/config_schema.h"
 #include "tools/sim/scenario_forms.h"
 #include "tools/sim/word_forms.h"
 
@@ -7,94 +8,7 @@
 namespace hubstore::sim {
 namespace {
 
-enum class KeyKind { None, Name, U32 };
-
-struct FieldShape {
-  std::string_view name;
-  std::string_view placeholder;
-};
-
-struct SchemaNode {
-  std::string_view attribute;
-  KeyKind key;
-  std::string_view keyName;  // for messages
-  ConfigValueKind kind;
-  // RecordType: the type that `set` names; Filter: the type it binds.
-  std::string_view typeName;
-  std::span<const SchemaNode> members;
-  std::span<const FieldShape> fields;  // Fields: in the order dump prints them
-};
-
 using K = ConfigValueKind;
-
-constexpr FieldShape kMountConfigFields[] = {
-    {"vexcType", "TYPE"}, {"vexcFlags", "FLAGS"}, {"hubstorePath", "PATH"}};
-constexpr FieldShape kPublishConfigFields[] = {{"remotePath", "REMOTE"},
-                                              {"vexcType", "TYPE"}};
-constexpr FieldShape kPublishDirFields[] = {{"vexcType", "TYPE"},
-                                           {"remoteTargetPath", "REMOTE"},
-                                           {"readyToPublish", "BOOL"}};
-
-constexpr SchemaNode kSystemFilterMembers[] = {
-    {"includedSystem", KeyKind::Name, "SYS", K::Bool, {}, {}, {}}};
-constexpr SchemaNode kVersionFilterMembers[] = {
-    {"includedServiceVersion", KeyKind::U32, "N", K::Bool, {}, {}, {}}};
-
-constexpr SchemaNode kSystemFilters = {
-    "systemFilter",      KeyKind::Name,        "L", K::RecordType,
-    "MountFilterSystem", kSystemFilterMembers, {}};
-constexpr SchemaNode kVersionFilters = {
-    "versionFilter",   KeyKind::Name, "V", K::RecordType,
-    "MountFilterServiceVersion", kVersionFilterMembers, {}};
-constexpr SchemaNode kSystemFilterRef = {
-    "systemFilter", KeyKind::None, {}, K::Filter, "MountFilterSystem", {}, {}};
-constexpr SchemaNode kVersionFilterRef = {
-    "versionFilter", KeyKind::None, {}, K::Filter, "MountFilterServiceVersion",
-    {},           {}};
-constexpr SchemaNode kServiceName = {
-    "serviceName", KeyKind::None, {}, K::Scalar, {}, {}, {}};
-constexpr SchemaNode kLeaderGenId = {
-    "leaderGenId", KeyKind::None, {}, K::Scalar, {}, {}, {}};
-
-constexpr SchemaNode kMountGroupMembers[] = {
-    {"preserveMountsOnDisconnect", KeyKind::None, {}, K::Bool, {}, {}, {}},
-    kSystemFilterRef,
-    kVersionFilterRef,
-    {"mountConfig", KeyKind::Name, "REMOTE", K::Fields, {}, {},
-     kMountConfigFields},
-};
-constexpr SchemaNode kPublishGroupMembers[] = {
-    kSystemFilterRef,
-    kVersionFilterRef,
-    {"publishConfig", KeyKind::Name, "HUBSTOREPATH", K::Fields, {}, {},
-     kPublishConfigFields},
-    {"publishDir", KeyKind::Name, "HUBSTOREPATH", K::Fields, {}, {},
-     kPublishDirFields},
-};
-constexpr SchemaNode kMountConfigMembers[] = {
-    kServiceName,
-    kLeaderGenId,
-    {"warm", KeyKind::None, {}, K::Bool, {}, {}, {}},
-    {"mountGroupConfig", KeyKind::Name, "G", K::RecordType,
-     "ServiceMountGroupConfig", kMountGroupMembers, {}},
-    kSystemFilters,
-    kVersionFilters,
-};
-constexpr SchemaNode kPublishConfigMembers[] = {
-    kServiceName,
-    kLeaderGenId,
-    {"ready", KeyKind::None, {}, K::Bool, {}, {}, {}},
-    {"publishGroupConfig", KeyKind::Name, "G", K::RecordType,
-     "ServicePublishGroupConfig", kPublishGroupMembers, {}},
-    kSystemFilters,
-    kVersionFilters,
-};
-constexpr SchemaNode kRoots[] = {
-    {"mountConfig", KeyKind::None, {}, K::RecordType, "ServiceMountConfig",
-     kMountConfigMembers, {}},
-    {"publishConfig", KeyKind::None, {}, K::RecordType, "ServicePublishConfig",
-     kPublishConfigMembers, {}},
-};
 
 // Splits a path word into segments; only unquoted '.', '[' and ']' count.
 std::optional<std::string> splitPath(const Word& word, ConfigPath& path) {
@@ -138,7 +52,7 @@ const SchemaNode* resolvePath(const Word& word, ConfigPath& path,
     error = where + *bad;
     return nullptr;
   }
-  std::span<const SchemaNode> level = kRoots;
+  std::span<const SchemaNode> level = configRoots();
   const SchemaNode* node = nullptr;
   for (const ConfigSegment& seg : path) {
     if (node && node->members.empty()) {

@@ -36,27 +36,13 @@
 #include <utility>
 #include <vector>
 
+#include "tools/sim/config_schema.h"
 #include "tools/sim/mounter_hook.h"
 
 namespace hubstore::sim {
 
 class Repetition;
 struct Verb;
-
-// One step of a configuration path: `mountGroupConfig[G]` is
-// {"mountGroupConfig", "G"}, `warm` is {"warm", nullopt}.
-struct ConfigSegment {
-  std::string attribute;
-  std::optional<std::string> key;  // unquoted; present for a collection member
-  bool operator==(const ConfigSegment&) const = default;
-};
-
-// A place in a configuration record, as `dump` names it; the first segment is
-// "mountConfig" or "publishConfig" and has no key.
-using ConfigPath = std::vector<ConfigSegment>;
-
-// What the VALUE of a `set` is, decided by its LHS.
-enum class ConfigValueKind { RecordType, Scalar, Bool, Filter, Fields };
 
 struct Command {
   std::string file;
