@@ -23,27 +23,11 @@ struct Kind {
 // The alphabet's placeholder for each word of the verb table's synopses.
 const std::map<std::string_view, std::string_view, std::less<>>& placeholders() {
   static const std::map<std::string_view, std::string_view, std::less<>> table = {
-      {"G", "{group}"},
-      {"SYS", "{sys}"},
-      {"REMOTE", "{remote}"},
-      {"HUBSTOREPATH", "{path}"},
-      {"TYPE", "{type}"},
-      {"FLAGS", "{flags}"},
-      {"L", "{switchList}"},
-      {"V", "{versionList}"},
-      {"BOOL", "{bool}"},
-      {"STATE", "{state}"},
-      {"N", "{version}"},
-      {"M", "{mounter}"},
-      {"M|none", "{mounterOrNone}"},
-      {"L|none", "{switchListOrNone}"},
-      {"V|none", "{versionListOrNone}"},
-      {"PREFIX", "{prefix}"},
-      {"ID", "{genId}"},
-      {"PATH", "{recordPath}"},
-      {"LEVELS|off", "{levels}"},
-      {"G=STATE", "{group}={state}"},
-      {"leaderGenId=ID", "leaderGenId={genId}"},
+      {"G", "{group}"}, {"SYS", "{sys}"}, {"REMOTE", "{remote}"}, {"HUBSTOREPATH", "{path}"}, {"TYPE", "{type}"},
+      {"FLAGS", "{flags}"}, {"L", "{switchList}"}, {"V", "{versionList}"}, {"BOOL", "{bool}"}, {"STATE", "{state}"},
+      {"N", "{version}"}, {"M", "{mounter}"}, {"M|none", "{mounterOrNone}"}, {"L|none", "{switchListOrNone}"},
+      {"V|none", "{versionListOrNone}"}, {"PREFIX", "{prefix}"}, {"ID", "{genId}"}, {"PATH", "{recordPath}"},
+      {"LEVELS|off", "{levels}"}, {"G=STATE", "{group}={state}"}, {"leaderGenId=ID", "leaderGenId={genId}"},
   };
   return table;
 }

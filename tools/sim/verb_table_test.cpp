@@ -30,9 +30,9 @@ bool inSection(const Row& row, std::string_view prefix) { return row.section.sub
 
 // One pass over every row: what each verb promises of itself and what the
 // tool says of it.
-TEST(VerbTable, EveryVerbParsesItsExampleAndIsFoundAndListedOnce) {
+TEST(VerbTable, EveryVerbParsesItsExampleIsFoundOnceAndItsHelpFitsATerminal) {
   std::set<std::string_view> names;
-  const std::string list = commandList();
+  std::string text = commandList();
   for (const Row& row : allRows()) {
     const Verb& verb = *row.verb;
     SCOPED_TRACE(std::string(verb.name));
@@ -44,19 +44,13 @@ TEST(VerbTable, EveryVerbParsesItsExampleAndIsFoundAndListedOnce) {
     EXPECT_EQ(parsed.commands[0].definition, &verb);
     // Only a repeat runs otherwise: its commands one at a time.
     EXPECT_EQ(verb.run == nullptr, parsed.commands[0].repetition != nullptr);
-    EXPECT_NE(list.find("\n  " + std::string(verb.name) + " "), std::string::npos);
-  }
-  EXPECT_EQ(findVerb("frobnicate"), nullptr);
-}
-
-TEST(VerbTable, HelpStartsWithTheSynopsisEndsWithTheExampleAndFitsATerminal) {
-  std::string text = commandList();
-  for (const Row& row : allRows()) {
-    const std::string help = commandHelp(*row.verb);
-    EXPECT_EQ(help.rfind(synopsis(*row.verb) + "\n", 0), 0u) << help;
-    EXPECT_TRUE(help.ends_with("    example: " + std::string(row.verb->example) + "\n")) << help;
+    EXPECT_NE(text.find("\n  " + std::string(verb.name) + " "), std::string::npos);
+    const std::string help = commandHelp(verb);
+    EXPECT_EQ(help.rfind(synopsis(verb) + "\n", 0), 0u) << help;
+    EXPECT_TRUE(help.ends_with("    example: " + std::string(verb.example) + "\n")) << help;
     text += help;
   }
+  EXPECT_EQ(findVerb("frobnicate"), nullptr);
   std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80u) << line;
 }
@@ -81,13 +75,6 @@ TEST(VerbTable, TheSideAVerbWritesAndWhetherAHookMayRunItFollowItsSection) {
     const ParseResult asAction = parseScenario("t", "when m1 doMountsComplete g1 " + std::string(verb.example));
     EXPECT_EQ(asAction.errors.empty(), hookMayRun);
   }
-}
-
-TEST(VerbTable, SynopsesMarkOptionalAndRepeatedWords) {
-  EXPECT_EQ(synopsis(*findVerb("mountState")), "mountState SYS G STATE");
-  EXPECT_EQ(synopsis(*findVerb("records")), "records [leaderGenId=ID]");
-  EXPECT_EQ(synopsis(*findVerb("systemStatus")), "systemStatus SYS [G=STATE ...]");
-  EXPECT_EQ(synopsis(*findVerb("set")), "set LHS = VALUE");
 }
 
 TEST(CommandReference, WrappingBreaksAtBlanksAndLetsALongWordStandAlone) {
