@@ -1,10 +1,11 @@
+// The LHS and VALUE of `set` and `unset`, checked against the lines that
+// `dump` prints (config_schema.h).
 #include <cstdint>
 
 #include "tools/sim/config_schema.h"
 #include "tools/sim/scenario_forms.h"
 #include "tools/sim/word_forms.h"
 
-// The LHS and VALUE of `set` and `unset`: the lines that `dump` prints.
 namespace hubstore::sim {
 namespace {
 

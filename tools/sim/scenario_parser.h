@@ -8,7 +8,9 @@
 // LHS / VALUE of set and unset, the HOOK and inner command of `when`, and the
 // COMMAND of `help`; the braces of a `repeat` and its COMMAND at its first
 // and last values. What is left to the executor is whether the named objects
-// exist. A repeat's commands are made as it runs (forEachRepeated).
+// exist. A repeat's commands are made as it runs (forEachRepeated). The verbs
+// and their words are the verb table's (verb_table.h), the LHS of set and
+// unset the configuration schema's (config_schema.h).
 //
 //   ParseResult r = parseScenario("basic.scn", text);
 //   for (const std::string& e : r.errors) std::cerr << e << '\n';

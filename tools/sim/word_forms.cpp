@@ -5,6 +5,19 @@
 #include <span>
 
 namespace hubstore::sim {
+namespace {
+
+bool isHex(char c) {
+  return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') ||
+         (c >= 'A' && c <= 'F');
+}
+
+constexpr std::array<std::string_view, 5> kRecordTypes = {
+    "Hubstore::Status", "Controller::ServiceMountConfig",
+    "Controller::ServiceMountStatus", "Controller::ServicePublishConfig",
+    "Controller::ServicePublishStatus"};
+
+}  // namespace
 
 bool isBool(std::string_view s) { return s == "true" || s == "false"; }
 
@@ -23,15 +36,6 @@ bool isU32(std::string_view s) {
   }
   return true;
 }
-
-namespace {
-
-bool isHex(char c) {
-  return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') ||
-         (c >= 'A' && c <= 'F');
-}
-
-}  // namespace
 
 bool isEthernetAddress(std::string_view s) {
   std::size_t group;
@@ -52,15 +56,6 @@ bool isEthernetAddress(std::string_view s) {
   }
   return true;
 }
-
-namespace {
-
-constexpr std::array<std::string_view, 5> kRecordTypes = {
-    "Hubstore::Status", "Controller::ServiceMountConfig",
-    "Controller::ServiceMountStatus", "Controller::ServicePublishConfig",
-    "Controller::ServicePublishStatus"};
-
-}  // namespace
 
 std::optional<std::string> qualifiedRecordType(std::string_view type) {
   for (std::string_view q : kRecordTypes) {
