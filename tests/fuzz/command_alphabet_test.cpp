@@ -34,7 +34,8 @@ TEST(CommandAlphabet, OneByteChoosesTheCommandAndOneEachChoiceAmongSeveral) {
   // Choices wrap around, and so do the commands; a command without choices
   // reads no more.
   const auto wrapped = static_cast<std::uint8_t>(mounter + commandTemplates().size());
-  EXPECT_EQ(decode(std::vector<std::uint8_t>{wrapped, 3, records, list, 1}), "mounter m2\nrecords\nswitchWhiteList L2\n");
+  EXPECT_EQ(decode(std::vector<std::uint8_t>{wrapped, 3, records, list, 1}),
+            "mounter m2\nrecords\nswitchWhiteList L2\n");
   // A command whose bytes run out is dropped.
   EXPECT_EQ(decode(std::vector<std::uint8_t>{records, list}), "records\n");
 }
@@ -42,8 +43,9 @@ TEST(CommandAlphabet, OneByteChoosesTheCommandAndOneEachChoiceAmongSeveral) {
 // The alphabet follows the verb table: a verb is in it with each count of its
 // optional words.
 TEST(CommandAlphabet, SaysEachCountOfAVerbsOptionalWords) {
-  for (const char* line : {"reportMountStates", "systemStatus {sys}", "systemStatus {sys} {group}={state} {group}={state}",
-                           "serviceMountGroupStatus {sys} {group}", "records leaderGenId={genId}"}) {
+  for (const char* line : {"reportMountStates", "systemStatus {sys}",
+                           "systemStatus {sys} {group}={state} {group}={state}", "serviceMountGroupStatus {sys} {group}",
+                           "records leaderGenId={genId}"}) {
     slotOf(line);
   }
 }

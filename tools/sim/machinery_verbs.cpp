@@ -29,8 +29,9 @@ VerbSection Simulator::machineryVerbs() {
              auto status = sim.mountStatusRecord();
              // The switch record arrives already holding its group statuses.
              auto system = SystemStatus::SystemStatusIs(Vex::Name(c.args[0]));
-             for (const auto& [group, state] : c.fields)
+             for (const auto& [group, state] : c.fields) {
                system->serviceMountGroupStatusIs(Vex::Name(group), stateArg(state));
+             }
              sim.switchTouched(c.args[0]);
              status->systemStatusIs(system);
            },

@@ -1,15 +1,14 @@
 // The verbs of hooks that act, of fleets, and of the tool itself.
-#include <hubstore/foundations/records/mount_state.h>
-#include <hubstore/mountgroup/hubstore_service_mount_group.h>
-
 #include <cstdint>
 
+#include <hubstore/foundations/records/mount_state.h>
+#include <hubstore/mountgroup/hubstore_service_mount_group.h>
 #include "tools/sim/command_reference.h"
 #include "tools/sim/config_dump.h"
-#include "tools/sim/scenario_mounter.h"
 #include "tools/sim/repetition.h"
 #include "tools/sim/scenario_error.h"
 #include "tools/sim/scenario_forms.h"
+#include "tools/sim/scenario_mounter.h"
 #include "tools/sim/simulator.h"
 #include "tools/sim/verb_table.h"
 #include "tools/sim/word_forms.h"
@@ -26,14 +25,15 @@ VerbSection Simulator::hookVerbs() {
        .details =
            "From now on, each time recording mounter M's HOOK fires for group G (for any group with `*`), the "
            "mounter prints its line and then runs COMMAND as if it were the scenario's next line. COMMAND is an "
-           "agent or mount machinery command, or `explain`, not another tool command or a `when`; several `when` lines "
-           "of one "
-           "hook run in the order written. A COMMAND that cannot run is reported at the line of its `when`, and "
-           "the run goes on to end with status 1. An exception of its library call leaves the hook, as a throwing "
-           "hook's does. Hooks whose commands set each other off are stopped 100 deep.",
+           "agent or mount machinery command, or `explain`, not another tool command or a `when`; several `when` "
+           "lines of one hook run in the order written. A COMMAND that cannot run is reported at the line of its "
+           "`when`, and the run goes on to end with status 1. An exception of its library call leaves the hook, as "
+           "a throwing hook's does. Hooks whose commands set each other off are stopped 100 deep.",
        .example = "when m1 doMountsComplete g1 serviceDel",
-       .run = [](Simulator& sim,
-                 const Command& c) { sim.scenarioMounter(c.args[0])->actionIs(*c.hook, c.args[2], c.action); }},
+       .run =
+           [](Simulator& sim, const Command& c) {
+             sim.scenarioMounter(c.args[0])->actionIs(*c.hook, c.args[2], c.action);
+           }},
       {.name = "whenDel",
        .words = fixed({{"M"}}),
        .summary = "forget every `when` of M",
