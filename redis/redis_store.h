@@ -185,7 +185,12 @@ class RedisStore {
   const Statistics& statistics() const { return statistics_; }
 
  private:
-  // The store's parts, each a class of its own file, reach its state.
+  // The store's parts, each a class of its own file, reach its state:
+  // StoreHandshake (what a server is asked on connecting), ConfigLease,
+  // StoreResync (the read of every key), StoreFollower (notifications, what is
+  // applied to the records, bad records), StoreWriter (the owned side's
+  // writes and repairs) and WriteThrough (the watchers of the owned side).
+  // StorePoller is the descriptor fd() gives; ServerCheck is checkServer().
   friend class StoreHandshake;
   friend class ConfigLease;
   friend class StoreResync;

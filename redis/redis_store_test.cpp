@@ -456,10 +456,10 @@ TEST(RedisStoreOpenTest, AServerLostDuringTheFirstReadLeavesNothingHalfLoaded) {
 }
 
 // Two processes of one agent: the second waits as a standby while the first
-// renews its lease; when the first stops (here: stops running, as under SIGSTOP), the
-// standby takes over within the lease time and a check, and writes what it
-// declares; the first, running again, has its write refused by the lease's
-// check, learns it lost the lease and writes nothing more.
+// renews its lease; when the first stops (here: stops running, as under
+// SIGSTOP), the standby takes over within the lease time and a check, and
+// writes what it declares; the first, running again, has its write refused by
+// the lease's check, learns it lost the lease and writes nothing more.
 TEST(RedisStoreLeaseTest, AStandbyTakesOverAndTheOldActiveIsFenced) {
   TestRedisServer server;
   auto process = [&](const char* group) {
