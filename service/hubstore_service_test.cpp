@@ -27,7 +27,11 @@ TEST_F(ServiceDeathTest, AssertsTheAgentThenEachRecordInOrderAndTheStatus) {
     for (const char* kind : kinds) em->entityDel(std::string("controller/") + kind + "/service/agentB");
   };
   const std::pair<std::function<void()>, const char*> broken[] = {
-      {[&] { globalAgent = nullptr, drop({"mount/config"}); }, "^assertion failed: globalAgent\n$"},
+      {[&] {
+         globalAgent = nullptr;
+         drop({"mount/config"});
+       },
+       "^assertion failed: globalAgent\n$"},
       {[&] { drop({"mount/config", "mount/status", "publish/config", "publish/status"}); }, "assertion failed: smc\n"},
       {[&] { drop({"mount/status", "publish/config", "publish/status"}); }, "assertion failed: sms\n"},
       {[&] { drop({"publish/config", "publish/status"}); }, "assertion failed: spc\n"},
