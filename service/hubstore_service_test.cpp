@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <string>
+#include <vector>
 
 #include <hubstore/allowlist/switch_white_list.h>
 #include <hubstore/mountgroup/per_switch_publish_mount_sm.h>
@@ -177,57 +179,59 @@ TEST_F(Lifetime, APerSwitchMachineHeldPastItsGroupStopsFollowingItsMount) {
   EXPECT_EQ(publishConfig->publishGroupConfigMembers().count(), 0u);
 }
 
-TEST_F(Lifetime, AHookMayReleaseTheServiceFromEveryRoad) {
-  group->closedIs(true);
-  mountStatus->initialMountsCompleteIs("g1", true);
-  publishStatus->publishGroupStatusIs("g1")->publishStatusIs("/db/p");
-  hooks.clear();
-  Vex::Ptr<HubstoreServiceMountGroup> held = group;
-  group = nullptr;
+// One road to a hook, on which the hook releases the service.
+struct ReleasingRoad {
+  const char* name;
+  enum { pathPrefix, groupClose, firstSwitchReport } trigger;
+  bool initialMounts;
+  std::function<void()> RecordingMounter::*hook;
+  std::vector<std::string> expected;
+};
 
-  // doMountsComplete, reached from a status write: the machine is not told.
-  mounter->onMountsComplete = [&] { service = nullptr; };
-  mountStatus->mountedPathPrefixIs("/r", "/db/r");
-  EXPECT_EQ(hooks, Log{"doMountsComplete g1"});
+class LifetimeRoad : public Lifetime, public ::testing::WithParamInterface<ReleasingRoad> {};
+
+TEST_P(LifetimeRoad, AHookMayReleaseTheServiceFromEveryRoad) {
+  const ReleasingRoad& road = GetParam();
+  if (road.trigger == ReleasingRoad::firstSwitchReport) {
+    service->serviceMountGroupIs("g2", mounter);
+  } else {
+    if (road.trigger == ReleasingRoad::groupClose) mountStatus->mountedPathPrefixIs("/r", "/db/r");
+    publishStatus->publishGroupStatusIs("g1")->publishStatusIs("/db/p");
+  }
+  if (road.trigger == ReleasingRoad::pathPrefix) group->closedIs(true);
+  if (road.initialMounts) mountStatus->initialMountsCompleteIs("g1", true);
+  hooks.clear();
+  (*mounter).*road.hook = [&] { service = nullptr; };
+  if (road.trigger == ReleasingRoad::pathPrefix) mountStatus->mountedPathPrefixIs("/r", "/db/r");
+  if (road.trigger == ReleasingRoad::groupClose) group->closedIs(true);
+  if (road.trigger == ReleasingRoad::firstSwitchReport) {
+    auto record = SystemStatus::SystemStatusIs("00:1c:73:00:00:01");
+    record->serviceMountGroupStatusIs("g1", mountStateMounted);
+    record->serviceMountGroupStatusIs("g2", mountStateMounted);
+    mountStatus->systemStatusIs(record);
+  }
+  (*mounter).*road.hook = nullptr;
+  EXPECT_EQ(hooks, road.expected);
   EXPECT_EQ(HubstoreService::staticType().liveCount(), 0);
-  expectWithdrawn();
-  held = nullptr;
-  mounter->onMountsComplete = nullptr;
-
-  // doMountsComplete, reached from closing the group.
-  hooks.clear();
-  SetUp();
-  mountStatus->mountedPathPrefixIs("/r", "/db/r");
-  publishStatus->publishGroupStatusIs("g1")->publishStatusIs("/db/p");
-  mounter->onMountsComplete = [&] { service = nullptr; };
-  group->closedIs(true);
-  EXPECT_EQ(hooks, Log{"doMountsComplete g1"});
   EXPECT_EQ(group->service(), nullptr);
-  mounter->onMountsComplete = nullptr;
-
-  // doInitialSwitchMountsComplete, reached through the group close.
-  hooks.clear();
-  SetUp();
-  mounter->onInitialSwitchMountsComplete = [&] { service = nullptr; };
-  group->closedIs(true);
-  EXPECT_EQ(hooks, (Log{"doMountsComplete g1", "doInitialSwitchMountsComplete g1"}));
-  EXPECT_EQ(HubstoreService::staticType().liveCount(), 0);
-  mounter->onInitialSwitchMountsComplete = nullptr;
-
-  // doHandleControllerMountState, during a new switch's first report: the
-  // report stops at the first group.
-  hooks.clear();
-  SetUp();
-  service->serviceMountGroupIs("g2", mounter);
-  mounter->onMountState = [&] { service = nullptr; };
-  auto record = SystemStatus::SystemStatusIs("00:1c:73:00:00:01");
-  record->serviceMountGroupStatusIs("g1", mountStateMounted);
-  record->serviceMountGroupStatusIs("g2", mountStateMounted);
-  mountStatus->systemStatusIs(record);
-  EXPECT_EQ(hooks, Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted"});
   expectWithdrawn();
-  mounter->onMountState = nullptr;
 }
+
+// doMountsComplete from a status write does not go on to the status machine;
+// a new switch's first report stops at the first group.
+INSTANTIATE_TEST_SUITE_P(
+    Roads, LifetimeRoad,
+    ::testing::Values(
+        ReleasingRoad{"StatusWrite", ReleasingRoad::pathPrefix, true, &RecordingMounter::onMountsComplete,
+                      {"doMountsComplete g1"}},
+        ReleasingRoad{"GroupClose", ReleasingRoad::groupClose, false, &RecordingMounter::onMountsComplete,
+                      {"doMountsComplete g1"}},
+        ReleasingRoad{"InitialSwitchMounts", ReleasingRoad::groupClose, true,
+                      &RecordingMounter::onInitialSwitchMountsComplete,
+                      {"doMountsComplete g1", "doInitialSwitchMountsComplete g1"}},
+        ReleasingRoad{"FirstSwitchReport", ReleasingRoad::firstSwitchReport, false, &RecordingMounter::onMountState,
+                      {"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted"}}),
+    [](const ::testing::TestParamInfo<ReleasingRoad>& info) { return std::string(info.param.name); });
 
 TEST_F(Lifetime, AHookThatThrowsInAFirstReportLeavesTheSwitchTracked) {
   int calls = 0;

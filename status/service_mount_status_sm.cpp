@@ -1,10 +1,13 @@
 #include <hubstore/status/service_mount_status_sm.h>
 
+#include <utility>
+
 #include <hubstore/foundations/framework/exception.h>
 #include <hubstore/foundations/framework/ferrolink.h>
 #include <hubstore/foundations/records/system_id.h>
 #include <hubstore/mountgroup/hubstore_service_mount_group.h>
 #include <hubstore/service/hubstore_service.h>
+#include <hubstore/service/hubstore_service_mounter.h>
 
 namespace Controller {
 

@@ -1,9 +1,12 @@
 #include <hubstore/status/system_status_sm.h>
 
+#include <utility>
+
 #include <hubstore/foundations/framework/exception.h>
 #include <hubstore/foundations/framework/ferrolink.h>
 #include <hubstore/mountgroup/hubstore_service_mount_group.h>
 #include <hubstore/service/hubstore_service.h>
+#include <hubstore/service/hubstore_service_mounter.h>
 #include <hubstore/status/service_mount_status_sm.h>
 
 namespace Controller {
