@@ -101,7 +101,11 @@ TEST_F(MountGroup, ReplacingThePublishStatusRescansItOnceAndReplacingTheGroupSta
   stray->publishStatusIs("/db/p");
   EXPECT_EQ(hooks.size(), 3u);
 
-  EXPECT_EQ(group->publishGroupStatusDel(), stray);
+  {
+    Vex::Ptr<HubstoreServiceMountGroup::VexPublishGroupStatus> retired = group->publishGroupStatusReactor();
+    EXPECT_EQ(group->publishGroupStatusDel(), stray);
+    retired->handlePublishStatus();  // retired: it reaches no group
+  }
   EXPECT_EQ(HubstoreServiceMountGroup::VexPublishGroupStatus::staticType().liveCount(), 0);
   stray->publishStatusIs("/db/q");
   EXPECT_EQ(hooks.size(), 3u);
