@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <string>
-#include <vector>
 
 #include <hubstore/allowlist/switch_white_list.h>
 #include <hubstore/mountgroup/per_switch_publish_mount_sm.h>
@@ -16,9 +14,11 @@ namespace {
 
 using Service = World;
 
-// Stamping the records, the traces of initialization and closing, and the
-// removal of stale configuration are pinned end to end by the world and
-// service_close scenarios; what closing, or releasing the service without
+// Pinned end to end by the scenarios: stamping the records, the traces of
+// initialization and closing, and the removal of stale configuration (world,
+// service_close); hooks that release the service on each road, or throw or
+// remove their switch in its first report (hooks_*); reports the agent asks
+// for (report_mount_states). What closing, or releasing the service without
 // closing it, leaves in the configuration is held against a reference model
 // by close_model_check (tests/model).
 
@@ -179,92 +179,6 @@ TEST_F(Lifetime, APerSwitchMachineHeldPastItsGroupStopsFollowingItsMount) {
   EXPECT_EQ(publishConfig->publishGroupConfigMembers().count(), 0u);
 }
 
-// One road to a hook, on which the hook releases the service.
-struct ReleasingRoad {
-  const char* name;
-  enum { pathPrefix, groupClose, firstSwitchReport } trigger;
-  bool initialMounts;
-  std::function<void()> RecordingMounter::*hook;
-  std::vector<std::string> expected;
-};
-
-class LifetimeRoad : public Lifetime, public ::testing::WithParamInterface<ReleasingRoad> {};
-
-TEST_P(LifetimeRoad, AHookMayReleaseTheServiceFromEveryRoad) {
-  const ReleasingRoad& road = GetParam();
-  if (road.trigger == ReleasingRoad::firstSwitchReport) {
-    service->serviceMountGroupIs("g2", mounter);
-  } else {
-    if (road.trigger == ReleasingRoad::groupClose) mountStatus->mountedPathPrefixIs("/r", "/db/r");
-    publishStatus->publishGroupStatusIs("g1")->publishStatusIs("/db/p");
-  }
-  if (road.trigger == ReleasingRoad::pathPrefix) group->closedIs(true);
-  if (road.initialMounts) mountStatus->initialMountsCompleteIs("g1", true);
-  hooks.clear();
-  (*mounter).*road.hook = [&] { service = nullptr; };
-  if (road.trigger == ReleasingRoad::pathPrefix) mountStatus->mountedPathPrefixIs("/r", "/db/r");
-  if (road.trigger == ReleasingRoad::groupClose) group->closedIs(true);
-  if (road.trigger == ReleasingRoad::firstSwitchReport) {
-    auto record = SystemStatus::SystemStatusIs("00:1c:73:00:00:01");
-    record->serviceMountGroupStatusIs("g1", mountStateMounted);
-    record->serviceMountGroupStatusIs("g2", mountStateMounted);
-    mountStatus->systemStatusIs(record);
-  }
-  (*mounter).*road.hook = nullptr;
-  EXPECT_EQ(hooks, road.expected);
-  EXPECT_EQ(HubstoreService::staticType().liveCount(), 0);
-  EXPECT_EQ(group->service(), nullptr);
-  expectWithdrawn();
-}
-
-// doMountsComplete from a status write does not go on to the status machine;
-// a new switch's first report stops at the first group.
-INSTANTIATE_TEST_SUITE_P(
-    Roads, LifetimeRoad,
-    ::testing::Values(
-        ReleasingRoad{"StatusWrite", ReleasingRoad::pathPrefix, true, &RecordingMounter::onMountsComplete,
-                      {"doMountsComplete g1"}},
-        ReleasingRoad{"GroupClose", ReleasingRoad::groupClose, false, &RecordingMounter::onMountsComplete,
-                      {"doMountsComplete g1"}},
-        ReleasingRoad{"InitialSwitchMounts", ReleasingRoad::groupClose, true,
-                      &RecordingMounter::onInitialSwitchMountsComplete,
-                      {"doMountsComplete g1", "doInitialSwitchMountsComplete g1"}},
-        ReleasingRoad{"FirstSwitchReport", ReleasingRoad::firstSwitchReport, false, &RecordingMounter::onMountState,
-                      {"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted"}}),
-    [](const ::testing::TestParamInfo<ReleasingRoad>& info) { return std::string(info.param.name); });
-
-TEST_F(Lifetime, AHookThatThrowsInAFirstReportLeavesTheSwitchTracked) {
-  int calls = 0;
-  mounter->onMountState = [&] {
-    if (++calls == 1) throw Vex::InternalException("hook failed");
-  };
-  auto record = SystemStatus::SystemStatusIs("00:1c:73:00:00:01");
-  record->serviceMountGroupStatusIs("g1", mountStateMounting);
-  EXPECT_THROW(mountStatus->systemStatusIs(record), Vex::InternalException);
-  ASSERT_TRUE(service->mountStatusSm()->systemStatusSm("00:1c:73:00:00:01"));
-  record->serviceMountGroupStatusIs("g1")->mountStateIs(mountStateMounted);
-  EXPECT_EQ(hooks, (Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounting",
-                        "doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted"}));
-}
-
-TEST_F(Lifetime, AHookThatRemovesItsSwitchInTheFirstReportLeavesNoMachine) {
-  service->serviceMountGroupIs("g2", mounter);
-  mounter->onMountState = [&] { mountStatus->systemStatusDel("00:1c:73:00:00:01"); };
-  auto first = SystemStatus::SystemStatusIs("00:1c:73:00:00:01");
-  first->serviceMountGroupStatusIs("g1", mountStateMounted);
-  first->serviceMountGroupStatusIs("g2", mountStateMounted);
-  mountStatus->systemStatusIs(first);  // the report stops at g1
-  EXPECT_FALSE(service->mountStatusSm()->systemStatusSm("00:1c:73:00:00:01"));
-  mounter->onMountState = nullptr;
-  auto again = SystemStatus::SystemStatusIs("00:1c:73:00:00:01");
-  again->serviceMountGroupStatusIs("g1", mountStateUnmounted);
-  mountStatus->systemStatusIs(again);
-  EXPECT_EQ(service->mountStatusSm()->systemStatusSm("00:1c:73:00:00:01")->systemStatus(), again);
-  EXPECT_EQ(hooks, (Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted",
-                        "doHandleControllerMountState 00:1c:73:00:00:01 g1 unmounted"}));
-}
-
-
 // A fleet whose switches reported before the agent started: two switches
 // written out of order, one status of a group the agent no longer declares,
 // and a switch name that is not an Ethernet address.
@@ -293,19 +207,6 @@ struct LiveFleet : World {
                      "doHandleControllerMountState 00:1c:73:00:00:02 g2 mounting"};
 };
 
-TEST_F(LiveFleet, GroupsDeclaredLateHearTheFleetWhenTheAgentAsks) {
-  EXPECT_EQ(hooks, Log{});
-  traceOn("5,8");
-  service->reportMountStates();
-  EXPECT_EQ(hooks, fleet);
-  EXPECT_EQ(traces(), (Log{"8 HubstoreService::reportMountStates",
-                           "5 reportMountStates: system not-a-switch is not an Ethernet address."}));
-  // Nothing is remembered: asking again reports again.
-  hooks.clear();
-  service->reportMountStates();
-  EXPECT_EQ(hooks, fleet);
-}
-
 TEST_F(LiveFleet, AHookMayReleaseOrThrowMidReport) {
   // A group released by a hook is passed over from then on.
   mounter->onMountState = [&] { service->serviceMountGroupDel("g2"); };
@@ -326,14 +227,6 @@ TEST_F(LiveFleet, AHookMayReleaseOrThrowMidReport) {
   mounter->onMountState = nullptr;
   service->reportMountStates();
   EXPECT_EQ(hooks, (Log{fleet[2], fleet[2], fleet[3]}));
-
-  // The service released by a hook: the report stops there.
-  hooks.clear();
-  mounter->onMountState = [&] { service = nullptr; };
-  service->reportMountStates();
-  EXPECT_EQ(hooks, Log{fleet[2]});
-  EXPECT_EQ(HubstoreService::staticType().liveCount(), 0);
-  mounter->onMountState = nullptr;
 }
 
 }  // namespace
