@@ -61,6 +61,9 @@ TEST_F(MountGroup, EveryPathPrefixChangeRunsOneCheckAndAReplacedMountStatusIsNoL
   traceOn("8");
   mountStatus->mountedPathPrefixIs("/r/a", "/p");
   mountStatus->mountedPathPrefixDel("/r/a");
+  group->vexDoZombieReactors(true);  // marked reactors hear nothing
+  mountStatus->mountedPathPrefixIs("/r/b", "/p");
+  group->vexDoZombieReactors(false);
   EXPECT_EQ(count("8 HubstoreServiceMountGroup::handlePathPrefix : "), 2);
   EXPECT_EQ(count("8 HubstoreServiceMountGroup:doCheckMountAndPublishStatus g1"), 2);
 
