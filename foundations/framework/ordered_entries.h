@@ -66,8 +66,12 @@ class OrderedEntries {
       at_ = at;
       movesSeen_ = entries_->moves_;
       done_ = storage.isEnd(at);
-      // At the end the iterator lets go of the last entry (and its member).
-      current_ = done_ ? Entry{} : Entry{storage.keyAt(at), storage.valueAt(at)};
+      if (done_) {
+        current_.value = Value();  // lets go of the last member
+      } else {
+        current_.key = storage.keyAt(at);
+        current_.value = storage.valueAt(at);
+      }
     }
     const OrderedEntries* entries_;
     typename Storage::Position at_{};
