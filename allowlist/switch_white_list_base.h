@@ -15,7 +15,9 @@ namespace Controller {
 
 class SwitchWhiteListBase : public WhiteListCore<SwitchWhiteListKind> {
  public:
-  static Vex::Ptr<SwitchWhiteListBase> SwitchWhiteListBaseIs(const Vex::String& name);
+  static Vex::Ptr<SwitchWhiteListBase> SwitchWhiteListBaseIs(const Vex::String& name) {
+    return Vex::make<SwitchWhiteListBase>(name);
+  }
 
   const Vex::Ptr<MountFilterSystem>& mountSystemFilter() const { return mountFilter(); }
   void mountSystemFilterIs(const Vex::Ptr<MountFilterSystem>& filter) { mountFilterIs(filter); }
@@ -37,6 +39,8 @@ class SwitchWhiteListBase : public WhiteListCore<SwitchWhiteListKind> {
   friend Vex::Ptr<T> Vex::make(Args&&...);
 };
 
-Vex::Ptr<SwitchWhiteListBase> switchWhiteListBaseFactory(const Vex::String& name);
+inline Vex::Ptr<SwitchWhiteListBase> switchWhiteListBaseFactory(const Vex::String& name) {
+  return SwitchWhiteListBase::SwitchWhiteListBaseIs(name);
+}
 
 }  // namespace Controller

@@ -12,7 +12,9 @@ namespace Controller {
 
 class VersionWhiteListBase : public WhiteListCore<VersionWhiteListKind> {
  public:
-  static Vex::Ptr<VersionWhiteListBase> VersionWhiteListBaseIs(const Vex::String& name);
+  static Vex::Ptr<VersionWhiteListBase> VersionWhiteListBaseIs(const Vex::String& name) {
+    return Vex::make<VersionWhiteListBase>(name);
+  }
 
   const Vex::Ptr<MountFilterServiceVersion>& mountVersionFilter() const { return mountFilter(); }
   void mountVersionFilterIs(const Vex::Ptr<MountFilterServiceVersion>& filter) { mountFilterIs(filter); }
@@ -34,6 +36,8 @@ class VersionWhiteListBase : public WhiteListCore<VersionWhiteListKind> {
   friend Vex::Ptr<T> Vex::make(Args&&...);
 };
 
-Vex::Ptr<VersionWhiteListBase> versionWhiteListBaseFactory(const Vex::String& name);
+inline Vex::Ptr<VersionWhiteListBase> versionWhiteListBaseFactory(const Vex::String& name) {
+  return VersionWhiteListBase::VersionWhiteListBaseIs(name);
+}
 
 }  // namespace Controller

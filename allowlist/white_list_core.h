@@ -4,12 +4,15 @@
 // one for publishing, whose included sets always equal the keys whose entry
 // is true. SwitchWhiteListBase and VersionWhiteListBase are this core under
 // their own names; Kind (white_list_kinds.h) holds what differs between them.
+// Code written for both kinds (the tests, a sweep over every list) uses the
+// core's own names below.
 //
 // The core knows no service: ServiceWhiteList binds the two filters to a
 // service's configuration records. Both filters must be set before an entry
 // changes; the core does not check.
 
 #include <hubstore/allowlist/white_list_kinds.h>
+#include <hubstore/foundations/framework/ferrolink.h>
 #include <hubstore/foundations/framework/ptr.h>
 #include <hubstore/foundations/framework/type_descriptor.h>
 #include <hubstore/foundations/framework/value_map.h>
@@ -23,35 +26,67 @@ class WhiteListCore : public Vex::PtrInterface {
   using Key = typename Kind::Key;
   using Filter = typename Kind::Filter;
 
-  static const Vex::TypeDescriptor& staticType();
+  // Attribute ids follow the declaration order, from 258.
+  static const Vex::TypeDescriptor& staticType() {
+    static const Vex::TypeDescriptor type(Kind::baseTypeName,
+                                          {{"name", Vex::AttributeKind::attribute, 258},
+                                           {Kind::mountFilterAttribute, Vex::AttributeKind::attribute, 259},
+                                           {Kind::publishFilterAttribute, Vex::AttributeKind::attribute, 260},
+                                           {Kind::entriesAttribute, Vex::AttributeKind::collection, 261},
+                                           {Kind::entryHandler, Vex::AttributeKind::handler, 262},
+                                           {"initialized", Vex::AttributeKind::attribute, 263}});
+    return type;
+  }
   const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
 
   const Vex::String& name() const { return name_; }
   bool initialized() const { return initialized_; }
   void initializedIs(bool initialized) { initialized_ = initialized; }
 
- protected:
-  explicit WhiteListCore(const Vex::String& name) : name_(name) {}
-  ~WhiteListCore() override = default;
-
-  // The derived classes offer these under their kind's names.
   const Vex::Ptr<Filter>& mountFilter() const { return mountFilter_; }
   void mountFilterIs(const Vex::Ptr<Filter>& filter) { mountFilter_ = filter; }
   const Vex::Ptr<Filter>& publishFilter() const { return publishFilter_; }
   void publishFilterIs(const Vex::Ptr<Filter>& filter) { publishFilter_ = filter; }
+
   // Absent reads as false.
-  bool allowed(const Key& key) const;
+  bool allowed(const Key& key) const {
+    const bool* allowed = allowed_.value(key);
+    return allowed && *allowed;
+  }
   const Vex::ValueMap<Key, bool>& allowedMembers() const { return allowed_; }
   // Stores the entry; an unchanged value does nothing at all. Storing false
   // still runs the handler, which takes the key out of both filters.
-  void allowedIs(const Key& key, bool allowed);
+  void allowedIs(const Key& key, bool allowed) {
+    if (allowed_.valueIs(key, allowed)) handleAllowed(key);
+  }
   // Runs the handler only when an entry was removed.
-  void allowedDel(Key key);
+  void allowedDel(Key key) {
+    if (allowed_.valueDel(key)) handleAllowed(key);
+  }
   // Entry by entry, so that every removed key also leaves the filters.
-  void allowedDelAll();
-  // Brings both filters (publish first) in line with one entry, or all.
-  void handleAllowed(const Key& key);
-  void handleAllowed();
+  void allowedDelAll() {
+    for (auto it = allowed_.begin(); it != allowed_.end(); ++it) allowedDel(it->key);
+  }
+  // Brings both filters, publish first, in line with one entry.
+  void handleAllowed(const Key& key) {
+    const auto filterKey = Kind::filterKey(key);
+    HUBSTORE_TRACE(8) << Kind::entryTraceClass << Kind::entryHandler << Kind::entryTraceList << name_
+                      << Kind::entryTraceKey << filterKey;
+    if (allowed(key)) {
+      (publishFilter_.get()->*Kind::filterEntryIs)(filterKey, true);
+      (mountFilter_.get()->*Kind::filterEntryIs)(filterKey, true);
+    } else {
+      (publishFilter_.get()->*Kind::filterEntryDel)(filterKey);
+      (mountFilter_.get()->*Kind::filterEntryDel)(filterKey);
+    }
+  }
+  void handleAllowed() {
+    for (auto it = allowed_.begin(); it != allowed_.end(); ++it) handleAllowed(it->key);
+  }
+
+ protected:
+  explicit WhiteListCore(const Vex::String& name) : name_(name) {}
+  ~WhiteListCore() override = default;
 
  private:
   Vex::String name_;
@@ -60,8 +95,5 @@ class WhiteListCore : public Vex::PtrInterface {
   Vex::ValueMap<Key, bool> allowed_;
   bool initialized_ = false;
 };
-
-extern template class WhiteListCore<SwitchWhiteListKind>;
-extern template class WhiteListCore<VersionWhiteListKind>;
 
 }  // namespace Controller

@@ -44,18 +44,33 @@ class ServiceConfigRecord : public Vex::Entity {
     static constexpr Vex::AttributeId systemFilter = Vex::firstRecordAttribute + 4;
     static constexpr Vex::AttributeId versionFilter = Vex::firstRecordAttribute + 5;
   };
-  static const Vex::TypeDescriptor& staticType();
+  static const Vex::TypeDescriptor& staticType() {
+    static const Vex::TypeDescriptor type(
+        Kind::typeName, {{"serviceName", Vex::AttributeKind::attribute, Attr::serviceName},
+                         {"leaderGenId", Vex::AttributeKind::attribute, Attr::leaderGenId},
+                         {Kind::flagAttribute, Vex::AttributeKind::attribute, Attr::flag},
+                         {Kind::groupConfigAttribute, Vex::AttributeKind::collection, Attr::groupConfig},
+                         {"systemFilter", Vex::AttributeKind::collection, Attr::systemFilter},
+                         {"versionFilter", Vex::AttributeKind::collection, Attr::versionFilter}});
+    return type;
+  }
   const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
 
   const Vex::String& serviceName() const { return serviceName_; }
-  void serviceNameIs(const Vex::String& name);
+  void serviceNameIs(const Vex::String& name) {
+    if (assignIfChanged(serviceName_, name)) notify(Attr::serviceName);
+  }
   const Vex::String& leaderGenId() const { return leaderGenId_; }
-  void leaderGenIdIs(const Vex::String& id);
+  void leaderGenIdIs(const Vex::String& id) {
+    if (assignIfChanged(leaderGenId_, id)) notify(Attr::leaderGenId);
+  }
 
   Vex::Ptr<MountFilterSystem> systemFilter(const Vex::Name& name) const { return systemFilter_.member(name); }
   const Vex::Collection<Vex::Name, MountFilterSystem>& systemFilterMembers() const { return systemFilter_; }
-  Vex::Ptr<MountFilterSystem> systemFilterIs(const Vex::Name& name);
-  void systemFilterDel(Vex::Name name);
+  Vex::Ptr<MountFilterSystem> systemFilterIs(const Vex::Name& name) {
+    return memberIs(systemFilter_, name, Attr::systemFilter, &MountFilterSystem::MountFilterSystemIs);
+  }
+  void systemFilterDel(Vex::Name name) { memberDel(systemFilter_, name, Attr::systemFilter); }
 
   Vex::Ptr<MountFilterServiceVersion> versionFilter(const Vex::Name& name) const {
     return versionFilter_.member(name);
@@ -63,8 +78,10 @@ class ServiceConfigRecord : public Vex::Entity {
   const Vex::Collection<Vex::Name, MountFilterServiceVersion>& versionFilterMembers() const {
     return versionFilter_;
   }
-  Vex::Ptr<MountFilterServiceVersion> versionFilterIs(const Vex::Name& name);
-  void versionFilterDel(Vex::Name name);
+  Vex::Ptr<MountFilterServiceVersion> versionFilterIs(const Vex::Name& name) {
+    return memberIs(versionFilter_, name, Attr::versionFilter, &MountFilterServiceVersion::MountFilterServiceVersionIs);
+  }
+  void versionFilterDel(Vex::Name name) { memberDel(versionFilter_, name, Attr::versionFilter); }
 
  protected:
   explicit ServiceConfigRecord(const Vex::Name& name)
@@ -76,11 +93,15 @@ class ServiceConfigRecord : public Vex::Entity {
 
   // The derived classes offer these under their kind's names.
   bool flag() const { return flag_; }
-  void flagIs(bool flag);
+  void flagIs(bool flag) {
+    if (assignIfChanged(flag_, flag)) notify(Attr::flag);
+  }
   Vex::Ptr<GroupConfig> groupConfig(const Vex::Name& name) const { return groupConfig_.member(name); }
   const Vex::Collection<Vex::Name, GroupConfig>& groupConfigMembers() const { return groupConfig_; }
-  Vex::Ptr<GroupConfig> groupConfigIs(const Vex::Name& name);
-  void groupConfigDel(Vex::Name name);
+  Vex::Ptr<GroupConfig> groupConfigIs(const Vex::Name& name) {
+    return memberIs(groupConfig_, name, Attr::groupConfig, Kind::groupConfigIs);
+  }
+  void groupConfigDel(Vex::Name name) { memberDel(groupConfig_, name, Attr::groupConfig); }
 
  private:
   Vex::String serviceName_{""};
@@ -90,8 +111,5 @@ class ServiceConfigRecord : public Vex::Entity {
   Vex::Collection<Vex::Name, MountFilterSystem> systemFilter_;
   Vex::Collection<Vex::Name, MountFilterServiceVersion> versionFilter_;
 };
-
-extern template class ServiceConfigRecord<ServiceMountConfigKind>;
-extern template class ServiceConfigRecord<ServicePublishConfigKind>;
 
 }  // namespace Controller
