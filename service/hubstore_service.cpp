@@ -238,7 +238,7 @@ Vex::Ptr<SwitchWhiteList> HubstoreService::switchWhiteList(const Vex::String& na
 
 Vex::Ptr<SwitchWhiteList> HubstoreService::switchWhiteListIs(const Vex::String& name) {
   if (Vex::Ptr<SwitchWhiteList> existing = switchWhiteList_.member(name)) return existing;
-  Vex::Ptr<SwitchWhiteList> list = SwitchWhiteList::SwitchWhiteListIs(name, this);
+  Vex::Ptr<SwitchWhiteList> list = switchWhiteListFactory(name, this);
   switchWhiteList_.newMember(list->name(), list);
   list->hasNotificationActiveIs(true);
   return list;
@@ -256,7 +256,7 @@ Vex::Ptr<VersionWhiteList> HubstoreService::versionWhiteList(const Vex::String& 
 
 Vex::Ptr<VersionWhiteList> HubstoreService::versionWhiteListIs(const Vex::String& name) {
   if (Vex::Ptr<VersionWhiteList> existing = versionWhiteList_.member(name)) return existing;
-  Vex::Ptr<VersionWhiteList> list = VersionWhiteList::VersionWhiteListIs(name, this);
+  Vex::Ptr<VersionWhiteList> list = versionWhiteListFactory(name, this);
   versionWhiteList_.newMember(list->name(), list);
   list->hasNotificationActiveIs(true);
   return list;
