@@ -2,60 +2,45 @@
 // Controller::SwitchWhiteListBase: a named set of allowed switches, mirrored
 // into two MountFilterSystem records (one for mounting, one for publishing)
 // whose includedSystem sets always equal the switches whose entry is true.
+// The filters hold a switch by its text form.
 //
 // The base knows no service: SwitchWhiteList binds the two filters to the
 // service's configuration records. Both filters must be set before an entry
-// changes; the base does not check.
+// changes; the base does not check. The set and its filters are
+// WhiteListCore's; this class gives them their switch names.
 
-#include <hubstore/foundations/records/mount_filter_system.h>
-#include <hubstore/foundations/framework/ptr.h>
-#include <hubstore/foundations/records/system_id.h>
-#include <hubstore/foundations/framework/type_descriptor.h>
-#include <hubstore/foundations/framework/value_map.h>
+#include <hubstore/allowlist/white_list_core.h>
 
 namespace Controller {
 
-class SwitchWhiteListBase : public Vex::PtrInterface {
+class SwitchWhiteListBase : public WhiteListCore<SwitchWhiteListKind> {
  public:
-  static Vex::Ptr<SwitchWhiteListBase> SwitchWhiteListBaseIs(const Vex::String& name);
-  static const Vex::TypeDescriptor& staticType();
-  const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
+  static Vex::Ptr<SwitchWhiteListBase> SwitchWhiteListBaseIs(const Vex::String& name) {
+    return Vex::make<SwitchWhiteListBase>(name);
+  }
 
-  const Vex::String& name() const { return name_; }
-  const Vex::Ptr<MountFilterSystem>& mountSystemFilter() const { return mountSystemFilter_; }
-  void mountSystemFilterIs(const Vex::Ptr<MountFilterSystem>& filter) { mountSystemFilter_ = filter; }
-  const Vex::Ptr<MountFilterSystem>& publishSystemFilter() const { return publishSystemFilter_; }
-  void publishSystemFilterIs(const Vex::Ptr<MountFilterSystem>& filter) { publishSystemFilter_ = filter; }
+  const Vex::Ptr<MountFilterSystem>& mountSystemFilter() const { return mountFilter(); }
+  void mountSystemFilterIs(const Vex::Ptr<MountFilterSystem>& filter) { mountFilterIs(filter); }
+  const Vex::Ptr<MountFilterSystem>& publishSystemFilter() const { return publishFilter(); }
+  void publishSystemFilterIs(const Vex::Ptr<MountFilterSystem>& filter) { publishFilterIs(filter); }
 
-  // Absent reads as false.
-  bool allowedSwitch(const SystemId& switchId) const;
-  const Vex::ValueMap<SystemId, bool>& allowedSwitchMembers() const { return allowedSwitch_; }
-  // Stores the entry; an unchanged value does nothing at all. Storing false
-  // still runs the handler, which takes the switch out of both filters.
-  void allowedSwitchIs(const SystemId& switchId, bool allowed);
-  void allowedSwitchDel(SystemId switchId);
-  void allowedSwitchDelAll();
-  // Brings both filters (publish first) in line with one entry, or all.
-  void handleAllowedSwitch(const SystemId& switchId);
-  void handleAllowedSwitch();
-
-  bool initialized() const { return initialized_; }
-  void initializedIs(bool initialized) { initialized_ = initialized; }
+  bool allowedSwitch(const SystemId& switchId) const { return allowed(switchId); }
+  const Vex::ValueMap<SystemId, bool>& allowedSwitchMembers() const { return allowedMembers(); }
+  void allowedSwitchIs(const SystemId& switchId, bool allowed) { allowedIs(switchId, allowed); }
+  void allowedSwitchDel(SystemId switchId) { allowedDel(switchId); }
+  void allowedSwitchDelAll() { allowedDelAll(); }
+  void handleAllowedSwitch(const SystemId& switchId) { handleAllowed(switchId); }
+  void handleAllowedSwitch() { handleAllowed(); }
 
  protected:
-  explicit SwitchWhiteListBase(const Vex::String& name) : name_(name) {}
+  explicit SwitchWhiteListBase(const Vex::String& name) : WhiteListCore(name) {}
   ~SwitchWhiteListBase() override = default;
   template <class T, class... Args>
   friend Vex::Ptr<T> Vex::make(Args&&...);
-
- private:
-  Vex::String name_;
-  Vex::Ptr<MountFilterSystem> mountSystemFilter_;
-  Vex::Ptr<MountFilterSystem> publishSystemFilter_;
-  Vex::ValueMap<SystemId, bool> allowedSwitch_;
-  bool initialized_ = false;
 };
 
-Vex::Ptr<SwitchWhiteListBase> switchWhiteListBaseFactory(const Vex::String& name);
+inline Vex::Ptr<SwitchWhiteListBase> switchWhiteListBaseFactory(const Vex::String& name) {
+  return SwitchWhiteListBase::SwitchWhiteListBaseIs(name);
+}
 
 }  // namespace Controller

@@ -1,46 +1,24 @@
 #pragma once
-// Controller::VersionWhiteList: a version allow-list owned by a service. Its
-// constructor creates (or finds) the filters named after it in the service's
-// publish and mount configurations and binds them; its destructor removes
-// them, mount configuration first.
-//
-// A list may outlive its service (the agent or a group holds it). When the
-// service goes, the list is orphaned: its filters leave both configurations
-// then, as they would had it died with the service, and service() reads null.
-// The orphan keeps its name and entries; later entry changes reach only its
-// own filter records, which no configuration holds any more, and its own
-// destruction withdraws nothing further.
+// Controller::VersionWhiteList: a version allow-list owned by a service, the
+// form the service creates. Its constructor creates (or finds) the filters
+// named after it in the service's publish and mount configurations and binds
+// them; its destructor removes them, mount configuration first. The binding
+// and the orphaning rule are ServiceWhiteList's.
 
+#include <hubstore/allowlist/service_white_list.h>
 #include <hubstore/allowlist/version_white_list_base.h>
-#include <hubstore/foundations/framework/owner_link.h>
 
 namespace Controller {
 
-class HubstoreService;
-
-class VersionWhiteList : public VersionWhiteListBase {
+class VersionWhiteList : public ServiceWhiteList<VersionWhiteListBase> {
  public:
   static Vex::Ptr<VersionWhiteList> VersionWhiteListIs(const Vex::String& name, HubstoreService* service);
-  static const Vex::TypeDescriptor& staticType();
-  const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
-
-  HubstoreService* service() const { return service_.get(); }
-  void handleInitialized();
-  // Withdraws the filters from the service's configurations; an orphan has
-  // none to withdraw, and a list the service has since replaced by another of
-  // its name leaves them to that list.
-  void doCleanup();
 
  protected:
   VersionWhiteList(const Vex::String& name, HubstoreService* service);
-  ~VersionWhiteList() override;
+  ~VersionWhiteList() override = default;
   template <class T, class... Args>
   friend Vex::Ptr<T> Vex::make(Args&&...);
-
- private:
-  void handleServiceGone();
-
-  Vex::OwnerLink<HubstoreService, VersionWhiteList> service_;
 };
 
 Vex::Ptr<VersionWhiteList> versionWhiteListFactory(const Vex::String& name, HubstoreService* service);

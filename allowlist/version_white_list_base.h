@@ -2,56 +2,42 @@
 // Controller::VersionWhiteListBase: a named set of supported service versions,
 // mirrored into two MountFilterServiceVersion records (mount and publish)
 // whose includedServiceVersion sets always equal the versions whose entry is
-// true. The version-list twin of SwitchWhiteListBase.
+// true. The filters hold a version by its number. The version-list twin of
+// SwitchWhiteListBase: the set and its filters are WhiteListCore's, and this
+// class gives them their version names.
 
-#include <cstdint>
-
-#include <hubstore/foundations/records/mount_filter_service_version.h>
-#include <hubstore/foundations/framework/ptr.h>
-#include <hubstore/foundations/framework/type_descriptor.h>
-#include <hubstore/foundations/framework/value_map.h>
+#include <hubstore/allowlist/white_list_core.h>
 
 namespace Controller {
 
-class VersionWhiteListBase : public Vex::PtrInterface {
+class VersionWhiteListBase : public WhiteListCore<VersionWhiteListKind> {
  public:
-  static Vex::Ptr<VersionWhiteListBase> VersionWhiteListBaseIs(const Vex::String& name);
-  static const Vex::TypeDescriptor& staticType();
-  const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
+  static Vex::Ptr<VersionWhiteListBase> VersionWhiteListBaseIs(const Vex::String& name) {
+    return Vex::make<VersionWhiteListBase>(name);
+  }
 
-  const Vex::String& name() const { return name_; }
-  const Vex::Ptr<MountFilterServiceVersion>& mountVersionFilter() const { return mountVersionFilter_; }
-  void mountVersionFilterIs(const Vex::Ptr<MountFilterServiceVersion>& filter) { mountVersionFilter_ = filter; }
-  const Vex::Ptr<MountFilterServiceVersion>& publishVersionFilter() const { return publishVersionFilter_; }
-  void publishVersionFilterIs(const Vex::Ptr<MountFilterServiceVersion>& filter) { publishVersionFilter_ = filter; }
+  const Vex::Ptr<MountFilterServiceVersion>& mountVersionFilter() const { return mountFilter(); }
+  void mountVersionFilterIs(const Vex::Ptr<MountFilterServiceVersion>& filter) { mountFilterIs(filter); }
+  const Vex::Ptr<MountFilterServiceVersion>& publishVersionFilter() const { return publishFilter(); }
+  void publishVersionFilterIs(const Vex::Ptr<MountFilterServiceVersion>& filter) { publishFilterIs(filter); }
 
-  // Absent reads as false.
-  bool allowedVersion(std::uint32_t version) const;
-  const Vex::ValueMap<std::uint32_t, bool>& allowedVersionMembers() const { return allowedVersion_; }
-  void allowedVersionIs(std::uint32_t version, bool supported);
-  void allowedVersionDel(std::uint32_t version);
-  void allowedVersionDelAll();
-  // Brings both filters (publish first) in line with one entry, or all.
-  void handleAllowedVersion(std::uint32_t version);
-  void handleAllowedVersion();
-
-  bool initialized() const { return initialized_; }
-  void initializedIs(bool initialized) { initialized_ = initialized; }
+  bool allowedVersion(std::uint32_t version) const { return allowed(version); }
+  const Vex::ValueMap<std::uint32_t, bool>& allowedVersionMembers() const { return allowedMembers(); }
+  void allowedVersionIs(std::uint32_t version, bool supported) { allowedIs(version, supported); }
+  void allowedVersionDel(std::uint32_t version) { allowedDel(version); }
+  void allowedVersionDelAll() { allowedDelAll(); }
+  void handleAllowedVersion(std::uint32_t version) { handleAllowed(version); }
+  void handleAllowedVersion() { handleAllowed(); }
 
  protected:
-  explicit VersionWhiteListBase(const Vex::String& name) : name_(name) {}
+  explicit VersionWhiteListBase(const Vex::String& name) : WhiteListCore(name) {}
   ~VersionWhiteListBase() override = default;
   template <class T, class... Args>
   friend Vex::Ptr<T> Vex::make(Args&&...);
-
- private:
-  Vex::String name_;
-  Vex::Ptr<MountFilterServiceVersion> mountVersionFilter_;
-  Vex::Ptr<MountFilterServiceVersion> publishVersionFilter_;
-  Vex::ValueMap<std::uint32_t, bool> allowedVersion_;
-  bool initialized_ = false;
 };
 
-Vex::Ptr<VersionWhiteListBase> versionWhiteListBaseFactory(const Vex::String& name);
+inline Vex::Ptr<VersionWhiteListBase> versionWhiteListBaseFactory(const Vex::String& name) {
+  return VersionWhiteListBase::VersionWhiteListBaseIs(name);
+}
 
 }  // namespace Controller

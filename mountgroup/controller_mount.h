@@ -9,10 +9,10 @@ namespace Controller {
 class ControllerMount : public Vex::Entity {
  public:
   struct Attr {
-    static constexpr Vex::AttributeId remotePath = 258;
-    static constexpr Vex::AttributeId hubstorePath = 259;
-    static constexpr Vex::AttributeId vexcType = 260;
-    static constexpr Vex::AttributeId vexcFlags = 261;
+    static constexpr Vex::AttributeId remotePath = Vex::firstRecordAttribute;
+    static constexpr Vex::AttributeId hubstorePath = Vex::firstRecordAttribute + 1;
+    static constexpr Vex::AttributeId vexcType = Vex::firstRecordAttribute + 2;
+    static constexpr Vex::AttributeId vexcFlags = Vex::firstRecordAttribute + 3;
   };
   static Vex::Ptr<ControllerMount> ControllerMountIs(const Vex::Name& remotePath, const Vex::String& hubstorePath,
                                                      const Vex::String& vexcType, const Vex::String& vexcFlags) {

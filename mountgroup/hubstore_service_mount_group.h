@@ -8,6 +8,7 @@
 //   VexMountStatus        the service mount status (mounted path prefixes)
 //   VexPublishStatus      the service publish status (one status per group)
 //   VexPublishGroupStatus this group's publish status (published paths)
+// (each a Vex::Reactor, declared below the handlers it routes to).
 // Each change re-runs the completion check: once the group is closed, every
 // controller mount has a mounted path prefix and every publish mount a
 // publish status, the mounter's doMountsComplete runs, then the service
@@ -34,9 +35,9 @@
 #include <hubstore/foundations/framework/collection.h>
 #include <hubstore/foundations/platform/entity_manager.h>
 #include <hubstore/foundations/records/hubstore_status.h>
-#include <hubstore/foundations/framework/notifiee_const.h>
 #include <hubstore/foundations/framework/owner_link.h>
 #include <hubstore/foundations/framework/ptr.h>
+#include <hubstore/foundations/framework/reactor.h>
 #include <hubstore/foundations/records/service_mount_config.h>
 #include <hubstore/foundations/records/service_mount_status.h>
 #include <hubstore/foundations/records/service_publish_config.h>
@@ -58,50 +59,7 @@ class VersionWhiteListBase;
 
 class HubstoreServiceMountGroup : public Vex::PtrInterface {
  public:
-  // Reacts to mountedPathPrefix changes of the service mount status.
-  class VexMountStatus : public Vex::NotifieeConstOf<ServiceMountStatus> {
-   public:
-    static const Vex::TypeDescriptor& staticType();
-    const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
-    // Re-pointing to another status runs the group's handlePathPrefix() once.
-    void notifierIs(const Vex::Ptr<const Vex::PtrInterface>& notifier) override;
-    void onAttribute(Vex::AttributeId attribute, const void* key) override;
-    void ownerIs(HubstoreServiceMountGroup* owner) { owner_ = owner; }
-    explicit VexMountStatus(HubstoreServiceMountGroup* owner) : owner_(owner) {}
-
-   private:
-    HubstoreServiceMountGroup* owner_;
-  };
-
-  // Reacts to publishGroupStatus changes of the service publish status.
-  class VexPublishStatus : public Vex::NotifieeConstOf<ServicePublishStatus> {
-   public:
-    static const Vex::TypeDescriptor& staticType();
-    const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
-    void notifierIs(const Vex::Ptr<const Vex::PtrInterface>& notifier) override;
-    void onAttribute(Vex::AttributeId attribute, const void* key) override;
-    void ownerIs(HubstoreServiceMountGroup* owner) { owner_ = owner; }
-    explicit VexPublishStatus(HubstoreServiceMountGroup* owner) : owner_(owner) {}
-
-   private:
-    HubstoreServiceMountGroup* owner_;
-  };
-
-  // Reacts to publishStatus changes of this group's publish status.
-  class VexPublishGroupStatus : public Vex::NotifieeConstOf<ServicePublishGroupStatus> {
-   public:
-    static const Vex::TypeDescriptor& staticType();
-    const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
-    void notifierIs(const Vex::Ptr<const Vex::PtrInterface>& notifier) override;
-    void onAttribute(Vex::AttributeId attribute, const void* key) override;
-    void handlePublishStatus(const Vex::String& key);
-    void handlePublishStatus();
-    void ownerIs(HubstoreServiceMountGroup* owner) { owner_ = owner; }
-    explicit VexPublishGroupStatus(HubstoreServiceMountGroup* owner) : owner_(owner) {}
-
-   private:
-    HubstoreServiceMountGroup* owner_;
-  };
+  // ---- The agent's API -----------------------------------------------------
 
   // Creates and initializes the group, then turns its notifications on.
   static Vex::Ptr<HubstoreServiceMountGroup> HubstoreServiceMountGroupIs(
@@ -110,6 +68,7 @@ class HubstoreServiceMountGroup : public Vex::PtrInterface {
   const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
 
   const Vex::String& groupName() const { return groupName_; }
+  // groupName() under the name the completion and close code give it.
   const Vex::String& name() const { return groupName_; }
   const Vex::String& serviceName() const { return serviceName_; }
   void serviceNameIs(const Vex::String& name) { serviceName_ = name; }
@@ -131,7 +90,7 @@ class HubstoreServiceMountGroup : public Vex::PtrInterface {
   void hubstoreStatusIs(const Vex::Ptr<const Hubstore::Status>& status) { hubstoreStatus_ = status; }
 
   // The watched records (null when not watched). Setting one creates,
-  // re-points or drops its inner reactor; removing returns what was watched.
+  // re-points or retires its inner reactor; removing returns what was watched.
   Vex::Ptr<const ServiceMountStatus> mountStatus() const;
   void mountStatusIs(const Vex::Ptr<const ServiceMountStatus>& status);
   Vex::Ptr<const ServiceMountStatus> mountStatusDel();
@@ -141,7 +100,6 @@ class HubstoreServiceMountGroup : public Vex::PtrInterface {
   Vex::Ptr<const ServicePublishGroupStatus> publishGroupStatus() const;
   void publishGroupStatusIs(const Vex::Ptr<const ServicePublishGroupStatus>& status);
   Vex::Ptr<const ServicePublishGroupStatus> publishGroupStatusDel();
-  const Vex::Ptr<VexPublishGroupStatus>& publishGroupStatusReactor() const { return publishGroupStatusReactor_; }
 
   // Entries. Creating an existing entry with equal values returns it; with
   // another value raises Vex::MutatorReinstantiatingException and changes
@@ -152,8 +110,6 @@ class HubstoreServiceMountGroup : public Vex::PtrInterface {
                                               const Vex::String& vexcType, const Vex::String& vexcFlags);
   Vex::Ptr<ControllerMount> controllerMountDel(const Vex::Name& remotePath);
   void controllerMountDelAll();
-  void handleControllerMount(const Vex::String& key);
-  void handleControllerMount();
 
   Vex::Ptr<PublishMount> publishMount(const Vex::Name& hubstorePath) const;
   const Vex::Collection<Vex::Name, PublishMount>& publishMountMembers() const { return publishMount_; }
@@ -161,8 +117,6 @@ class HubstoreServiceMountGroup : public Vex::PtrInterface {
                                         const Vex::String& vexcType);
   Vex::Ptr<PublishMount> publishMountDel(const Vex::Name& hubstorePath);
   void publishMountDelAll();
-  void handlePublishMount(const Vex::String& key);
-  void handlePublishMount();
 
   Vex::Ptr<PerSwitchPublishMount> perSwitchPublishMount(const Vex::Name& hubstorePath) const;
   const Vex::Collection<Vex::Name, PerSwitchPublishMount>& perSwitchPublishMountMembers() const {
@@ -172,8 +126,6 @@ class HubstoreServiceMountGroup : public Vex::PtrInterface {
                                                           const Vex::String& remotePath, const Vex::String& vexcType);
   Vex::Ptr<PerSwitchPublishMount> perSwitchPublishMountDel(const Vex::Name& hubstorePath);
   void perSwitchPublishMountDelAll();
-  void handlePerSwitchPublishMount(const Vex::String& key);
-  void handlePerSwitchPublishMount();
 
   Vex::Ptr<PerSwitchPublishMountSm> perSwitchPublishMountSm(const Vex::String& key) const;
   const Vex::Collection<Vex::String, PerSwitchPublishMountSm>& perSwitchPublishMountSmMembers() const {
@@ -187,43 +139,94 @@ class HubstoreServiceMountGroup : public Vex::PtrInterface {
 
   bool closed() const { return closed_; }
   void closedIs(bool closed);
-  void handleClosed();
 
   const Vex::Ptr<SwitchWhiteListBase>& switchWhiteList() const { return switchWhiteList_; }
   void switchWhiteListIs(const Vex::Ptr<SwitchWhiteListBase>& list);
-  void handleSwitchWhiteList();
   const Vex::Ptr<VersionWhiteListBase>& versionWhiteList() const { return versionWhiteList_; }
   void versionWhiteListIs(const Vex::Ptr<VersionWhiteListBase>& list);
-  void handleVersionWhiteList();
 
   bool preserveMountsOnDisconnect() const { return preserveMountsOnDisconnect_; }
   void preserveMountsOnDisconnectIs(bool preserve);
-  void handlePreserveMountsOnDisconnect();
 
   bool initialized() const { return initialized_; }
   void initializedIs(bool initialized) { initialized_ = initialized; }
-  void handleInitialized();
 
   // The controller database prefix under which `remotePath` is mounted; the
   // prefix must exist (an invariant).
   Vex::String mountsDir(const Vex::String& remotePath) noexcept;
-  void handlePathPrefix(const Vex::String& key);
-  void handlePathPrefix();
-  // Deliberately drops the key: completion does not depend on which prefix came.
-  void vex_handleMountStatus_mountedPathPrefix(const Vex::Name& key);
 
-  bool doCheckMountStatusComplete();
-  bool doCheckPublishStatusComplete();
-  void doCheckMountAndPublishStatus();
-  void handlePublishGroupStatus(const Vex::Name& groupName);
-  void handlePublishGroupStatus();
   // What the completion check would find, and what else the group waits for;
   // reads only (see MountGroupReport).
   MountGroupReport completionReport(std::size_t listLimit = MountGroupReport::defaultListLimit) const;
 
+  // ---- Handlers ------------------------------------------------------------
+  // Run by the setters above, the inner reactors and the service; an agent
+  // may call them to re-run one (each is safe to repeat).
+
+  void handleInitialized();
+  void handleControllerMount(const Vex::String& key);
+  // The one-key handler for every entry of the collection.
+  void handleControllerMount();
+  void handlePublishMount(const Vex::String& key);
+  void handlePublishMount();
+  void handlePerSwitchPublishMount(const Vex::String& key);
+  void handlePerSwitchPublishMount();
+  void handleClosed();
+  void handleSwitchWhiteList();
+  void handleVersionWhiteList();
+  void handlePreserveMountsOnDisconnect();
+  void handlePathPrefix(const Vex::String& key);
+  void handlePathPrefix();
+  // Deliberately drops the key: completion does not depend on which prefix came.
+  void vex_handleMountStatus_mountedPathPrefix(const Vex::Name& key);
+  void handlePublishGroupStatus(const Vex::Name& groupName);
+  void handlePublishGroupStatus();
+
+  // The completion check (see mount_group_completion.h for the rule).
+  bool doCheckMountStatusComplete();
+  bool doCheckPublishStatusComplete();
+  void doCheckMountAndPublishStatus();
+
   void doCleanup();
   void hasNotificationActiveIs(bool active) override;
   void vexDoZombieReactors(bool zombie) override;
+
+ private:
+  // Run by VexPublishGroupStatus: re-run the completion check.
+  void handlePublishStatus(const Vex::String& key);
+  void handlePublishStatus();
+
+ public:
+  // ---- Inner reactors --------------------------------------------------------
+
+  // The service mount status: a mounted path prefix re-runs the check.
+  using VexMountStatus =
+      Vex::Reactor<"VexMountStatus", HubstoreServiceMountGroup, ServiceMountStatus,
+                   Vex::whole(&HubstoreServiceMountGroup::handlePathPrefix),
+                   Vex::onKey(ServiceMountStatus::Attr::mountedPathPrefix,
+                              &HubstoreServiceMountGroup::vex_handleMountStatus_mountedPathPrefix)>;
+  // The service publish status: each group takes its own group status.
+  using VexPublishStatus =
+      Vex::Reactor<"VexPublishStatus", HubstoreServiceMountGroup, ServicePublishStatus,
+                   Vex::whole(&HubstoreServiceMountGroup::handlePublishGroupStatus),
+                   Vex::onKey(ServicePublishStatus::Attr::publishGroupStatus,
+                              &HubstoreServiceMountGroup::handlePublishGroupStatus)>;
+  // This group's publish status: a published path re-runs the check.
+  class VexPublishGroupStatus
+      : public Vex::Reactor<"VexPublishGroupStatus", HubstoreServiceMountGroup, ServicePublishGroupStatus,
+                            Vex::whole(&HubstoreServiceMountGroup::handlePublishStatus),
+                            Vex::onKey(ServicePublishGroupStatus::Attr::publishStatus,
+                                       &HubstoreServiceMountGroup::handlePublishStatus)> {
+   public:
+    using Reactor::Reactor;
+    void handlePublishStatus(const Vex::String& key) {
+      if (owner()) owner()->handlePublishStatus(key);
+    }
+    void handlePublishStatus() {
+      if (owner()) owner()->handlePublishStatus();
+    }
+  };
+  const Vex::Ptr<VexPublishGroupStatus>& publishGroupStatusReactor() const { return publishGroupStatusReactor_; }
 
  protected:
   HubstoreServiceMountGroup(const Vex::String& groupName, const Vex::Ptr<HubstoreServiceMounter>& mounter,

@@ -4,6 +4,7 @@
 
 #include <hubstore/allowlist/version_white_list_base.h>
 #include <hubstore/mountgroup/hubstore_service_mount_group.h>
+#include <hubstore/mountgroup/mount_group_completion.h>
 #include <hubstore/service/hubstore_service.h>
 #include <hubstore/status/service_mount_status_sm.h>
 
@@ -24,6 +25,23 @@ std::string boundedText(const MountGroupReport::Bounded<T>& list, Format format,
 }
 
 const char* boolText(bool value) { return value ? "true" : "false"; }
+
+// The completion rule's questions, answered from what the report read. A
+// side is judged only when its group configuration is there.
+struct ReportFacts {
+  const MountGroupReport& report;
+  bool hasMountGroupConfig() const { return report.hasMountGroupConfig; }
+  bool hasPublishGroupConfig() const { return report.hasPublishGroupConfig; }
+  bool mountSideComplete() { return completion::mountSideGap(*this) == completion::SideGap::none; }
+  bool publishSideComplete() { return completion::publishSideGap(*this) == completion::SideGap::none; }
+  bool closed() const { return report.closed; }
+  void requireMountGroupConfig() const {}
+  void requirePublishGroupConfig() const {}
+  bool pathPrefixMissing() const { return report.withoutPathPrefix.total > 0; }
+  bool publishStatusWatched() const { return report.publishStatusWatched; }
+  bool hasPublishGroupStatus() const { return report.hasPublishGroupStatus; }
+  bool publishedPathMissing() const { return report.withoutPublishStatus.total > 0; }
+};
 
 // The switch statuses of the group's service, counted by this group's state.
 void countSwitches(MountGroupReport& report, const ServiceMountStatus& status, const Vex::String& groupName,
@@ -130,13 +148,9 @@ MountGroupReport MountGroupReport::of(const HubstoreServiceMountGroup& group, st
 }
 
 bool MountGroupReport::complete() const {
-  if (orphaned || !closed) return false;
-  if (!hasMountGroupConfig && !hasPublishGroupConfig) return false;
-  if (hasMountGroupConfig && withoutPathPrefix.total > 0) return false;
-  if (hasPublishGroupConfig) {
-    if (!publishStatusWatched || !hasPublishGroupStatus || withoutPublishStatus.total > 0) return false;
-  }
-  return true;
+  if (orphaned) return false;
+  ReportFacts facts{*this};
+  return completion::groupGap(facts) == completion::Gap::none;
 }
 
 std::vector<MountGroupReport::Wait> MountGroupReport::waitsFor() const {

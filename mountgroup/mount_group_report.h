@@ -6,8 +6,9 @@
 // group's completion check reads: the group's closed flag, its two group
 // configurations, the mount configuration's remote paths against the mount
 // status's mounted path prefixes, and the publish configuration's paths
-// against this group's publish group status. So complete() is true exactly
-// when a run of the check would report the group complete. Building a report
+// against this group's publish group status. complete() applies the check's
+// own rule (mount_group_completion.h) to them, so it is true exactly when a
+// run of the check would report the group complete. Building a report
 // writes no record, traces nothing and calls no hook; it costs one walk of the
 // group's mounts and one of the service's switch statuses.
 //

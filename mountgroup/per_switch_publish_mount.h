@@ -11,10 +11,10 @@ namespace Controller {
 class PerSwitchPublishMount : public Vex::Entity {
  public:
   struct Attr {
-    static constexpr Vex::AttributeId hubstorePath = 258;
-    static constexpr Vex::AttributeId remotePath = 259;
-    static constexpr Vex::AttributeId vexcType = 260;
-    static constexpr Vex::AttributeId publishActive = 261;
+    static constexpr Vex::AttributeId hubstorePath = Vex::firstRecordAttribute;
+    static constexpr Vex::AttributeId remotePath = Vex::firstRecordAttribute + 1;
+    static constexpr Vex::AttributeId vexcType = Vex::firstRecordAttribute + 2;
+    static constexpr Vex::AttributeId publishActive = Vex::firstRecordAttribute + 3;
   };
   static Vex::Ptr<PerSwitchPublishMount> PerSwitchPublishMountIs(const Vex::Name& hubstorePath,
                                                                  const Vex::String& remotePath,

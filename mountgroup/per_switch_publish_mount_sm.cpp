@@ -6,36 +6,18 @@
 
 namespace Controller {
 
-const Vex::TypeDescriptor& PerSwitchPublishMountSm::VexPerSwitchPublishMount::staticType() {
-  static const Vex::TypeDescriptor type("Controller::PerSwitchPublishMountSm::VexPerSwitchPublishMount", {});
-  return type;
-}
-
-void PerSwitchPublishMountSm::VexPerSwitchPublishMount::notifierIs(const Vex::Ptr<const Vex::PtrInterface>& notifier) {
-  Vex::Ptr<const PerSwitchPublishMount> mount(dynamic_cast<const PerSwitchPublishMount*>(notifier.get()));
-  if (mount.get() == this->notifier()) return;
-  NotifieeConst::notifierIs(mount);
-  if (mount && !vexMarkedForDeletion() && owner_) owner_->handlePerSwitchPublishMountActive();
-  isRegisteredNotifieeIs(true);
-}
-
-void PerSwitchPublishMountSm::VexPerSwitchPublishMount::onAttribute(Vex::AttributeId attribute, const void*) {
-  if (attribute != PerSwitchPublishMount::Attr::publishActive) return;
-  if (vexMarkedForDeletion() || !owner_) return;
-  owner_->handlePerSwitchPublishMountActive();
-}
-
 Vex::Ptr<PerSwitchPublishMountSm> PerSwitchPublishMountSm::PerSwitchPublishMountSmIs(
     const Vex::String& name, const Vex::Ptr<const PerSwitchPublishMount>& mount, HubstoreServiceMountGroup* group) {
   return Vex::make<PerSwitchPublishMountSm>(name, mount, group);
 }
 
 const Vex::TypeDescriptor& PerSwitchPublishMountSm::staticType() {
-  static const Vex::TypeDescriptor type("Controller::PerSwitchPublishMountSm",
-                                        {{"name", Vex::AttributeKind::attribute, 258},
-                                         {"perSwitchPublishMount", Vex::AttributeKind::attribute, 259},
-                                         {"group", Vex::AttributeKind::attribute, 260},
-                                         {"handlePerSwitchPublishMountActive", Vex::AttributeKind::handler}});
+  static const Vex::TypeDescriptor type(
+      "Controller::PerSwitchPublishMountSm",
+      {{"name", Vex::AttributeKind::attribute, Vex::firstRecordAttribute},
+       {"perSwitchPublishMount", Vex::AttributeKind::attribute, Vex::firstRecordAttribute + 1},
+       {"group", Vex::AttributeKind::attribute, Vex::firstRecordAttribute + 2},
+       {"handlePerSwitchPublishMountActive", Vex::AttributeKind::handler}});
   return type;
 }
 
@@ -54,7 +36,7 @@ PerSwitchPublishMountSm::~PerSwitchPublishMountSm() { mountReactorDel(); }
 
 void PerSwitchPublishMountSm::mountReactorDel() {
   vexDoZombieReactors(true);
-  if (Vex::Ptr<VexPerSwitchPublishMount> reactor = std::move(mountReactor_)) reactor->ownerIs(nullptr);
+  if (Vex::Ptr<VexPerSwitchPublishMount> reactor = std::move(mountReactor_)) reactor->retire();
 }
 
 Vex::Ptr<const PerSwitchPublishMount> PerSwitchPublishMountSm::perSwitchPublishMount() const {

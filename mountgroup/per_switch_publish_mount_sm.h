@@ -10,9 +10,9 @@
 // outlives its group is orphaned when the group goes: it stops following the
 // mount, group() reads null, and its handler does nothing.
 
-#include <hubstore/foundations/framework/notifiee_const.h>
 #include <hubstore/foundations/framework/owner_link.h>
 #include <hubstore/foundations/framework/ptr.h>
+#include <hubstore/foundations/framework/reactor.h>
 #include <hubstore/foundations/framework/type_descriptor.h>
 #include <hubstore/mountgroup/per_switch_publish_mount.h>
 
@@ -22,19 +22,6 @@ class HubstoreServiceMountGroup;
 
 class PerSwitchPublishMountSm : public Vex::PtrInterface {
  public:
-  class VexPerSwitchPublishMount : public Vex::NotifieeConstOf<PerSwitchPublishMount> {
-   public:
-    static const Vex::TypeDescriptor& staticType();
-    const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
-    void notifierIs(const Vex::Ptr<const Vex::PtrInterface>& notifier) override;
-    void onAttribute(Vex::AttributeId attribute, const void* key) override;
-    void ownerIs(PerSwitchPublishMountSm* owner) { owner_ = owner; }
-    explicit VexPerSwitchPublishMount(PerSwitchPublishMountSm* owner) : owner_(owner) {}
-
-   private:
-    PerSwitchPublishMountSm* owner_;
-  };
-
   static Vex::Ptr<PerSwitchPublishMountSm> PerSwitchPublishMountSmIs(
       const Vex::String& name, const Vex::Ptr<const PerSwitchPublishMount>& mount, HubstoreServiceMountGroup* group);
   static const Vex::TypeDescriptor& staticType();
@@ -45,6 +32,13 @@ class PerSwitchPublishMountSm : public Vex::PtrInterface {
   // The owning group; null once orphaned.
   HubstoreServiceMountGroup* group() const { return group_.get(); }
   void handlePerSwitchPublishMountActive();
+
+  // Runs the handler when bound and on every change of publishActive.
+  using VexPerSwitchPublishMount =
+      Vex::Reactor<"VexPerSwitchPublishMount", PerSwitchPublishMountSm, PerSwitchPublishMount,
+                   &PerSwitchPublishMountSm::handlePerSwitchPublishMountActive,
+                   Vex::on(PerSwitchPublishMount::Attr::publishActive,
+                           &PerSwitchPublishMountSm::handlePerSwitchPublishMountActive)>;
 
   void hasNotificationActiveIs(bool active) override;
   void vexDoZombieReactors(bool zombie) override;

@@ -9,9 +9,9 @@ namespace Controller {
 class PublishMount : public Vex::Entity {
  public:
   struct Attr {
-    static constexpr Vex::AttributeId hubstorePath = 258;
-    static constexpr Vex::AttributeId remotePath = 259;
-    static constexpr Vex::AttributeId vexcType = 260;
+    static constexpr Vex::AttributeId hubstorePath = Vex::firstRecordAttribute;
+    static constexpr Vex::AttributeId remotePath = Vex::firstRecordAttribute + 1;
+    static constexpr Vex::AttributeId vexcType = Vex::firstRecordAttribute + 2;
   };
   static Vex::Ptr<PublishMount> PublishMountIs(const Vex::Name& hubstorePath, const Vex::String& remotePath,
                                                const Vex::String& vexcType) {

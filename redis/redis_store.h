@@ -56,12 +56,19 @@
 #include <hubstore/foundations/framework/ptr.h>
 #include <hubstore/foundations/framework/trace.h>
 #include <hubstore/foundations/platform/entity_manager.h>
+#include <hubstore/redis/config_lease.h>
 #include <hubstore/redis/record_codec.h>
 #include <hubstore/redis/record_watcher.h>
 #include <hubstore/redis/redis_connection.h>
 #include <hubstore/redis/redis_endpoint.h>
 #include <hubstore/redis/redis_key_schema.h>
 #include <hubstore/redis/sentinel_query.h>
+#include <hubstore/redis/store_follower.h>
+#include <hubstore/redis/store_handshake.h>
+#include <hubstore/redis/store_poller.h>
+#include <hubstore/redis/store_resync.h>
+#include <hubstore/redis/store_writer.h>
+#include <hubstore/redis/write_through.h>
 
 namespace hubstore::redis {
 
@@ -69,7 +76,7 @@ namespace hubstore::redis {
 // failed writes, 7 for what a resynchronisation did.
 extern Vex::TraceHandle redisStoreTrace;
 
-class RedisStore : private RecordWatcher::Owner {
+class RedisStore {
  public:
   // standby: live and reading the status, but another process of the same
   // agent holds the configuration's lease: this one writes no configuration
@@ -143,12 +150,12 @@ class RedisStore : private RecordWatcher::Owner {
   bool recordDel(const Vex::String& path);
 
   // Readable when process() has work.
-  int fd() const { return poll_; }
+  int fd() const { return poller_.fd(); }
   void process();
 
   State state() const { return state_; }
   // This process writes the configuration: it owns it and holds its lease.
-  bool leaseHeld() const { return lease_ == Lease::held; }
+  bool leaseHeld() const { return lease_.hold() == ConfigLease::Hold::held; }
   // Gives the configuration's lease up at once (when held), so that the next
   // process of the agent need not wait for it to run out: call it when the
   // agent stops, before flush(). This process writes no configuration more.
@@ -178,32 +185,32 @@ class RedisStore : private RecordWatcher::Owner {
   const Statistics& statistics() const { return statistics_; }
 
  private:
-  struct Applied {
-    std::string key;
-    std::optional<Fields> fields;  // nullopt: the key is gone
-    bool load;                     // the first read, which fills the owned side too
-  };
+  // The store's parts, each a class of its own file, reach its state:
+  // StoreHandshake (what a server is asked on connecting), ConfigLease,
+  // StoreResync (the read of every key), StoreFollower (notifications, what is
+  // applied to the records, bad records), StoreWriter (the owned side's
+  // writes and repairs) and WriteThrough (the watchers of the owned side).
+  // StorePoller is the descriptor fd() gives; ServerCheck is checkServer().
+  friend class StoreHandshake;
+  friend class ConfigLease;
+  friend class StoreResync;
+  friend class StoreFollower;
+  friend class StoreWriter;
+  friend class WriteThrough;
 
-  void recordChanged(const RecordWatcher& watcher, Vex::AttributeId attribute, const void* key) override;
-
-  // Connection lifecycle
+  // The connections' lifecycle: attempts, through the sentinels or not, the
+  // handshake, lost connections with back-off, the periodic check.
   void startAttempt();
   void connectToServer();
   // Drives the sentinel query: the master's address, or a failover announced.
   void followSentinels();
-  void sendHandshake();
-  void handshakeStepDone();
+  void dropConnections();
   void lose(const std::string& why);
   void fatal(const std::string& why);
   // A refusal (a login, a permission): the end of open(), or a lost
   // connection once the store has opened.
   void refused(const std::string& why);
-  // " (the user needs PERMISSION)" when the error is a missing permission.
-  std::string needs(const redisReply& error, const std::string& permission) const;
   void stateIs(State state, const std::string& detail);
-  void watchFd(int fd, bool writable, bool add);
-  void timerIs(std::chrono::milliseconds delay);
-  void wake();
   void updateInterest();
   // Runs process() until `done`; false once the server has answered nothing
   // for `silence`.
@@ -213,56 +220,16 @@ class RedisStore : private RecordWatcher::Owner {
   // An attempt through the sentinels waits for ROLE to say master; its
   // replies count once it has, or are discounted when it is lost before.
   void roleSettled(bool counted);
-  // What a resynchronisation has done so far, for an error message.
-  std::string resyncProgress() const;
-  bool isOldLayout(const std::string& key, const RedisKeySchema::Path& path);
-
-  // Reading
-  void onNotification(const std::string& key, std::string_view event);
-  // Writes an owned key back when Redis holds something else.
-  void verifyOwned(const std::string& key, const std::optional<Fields>& inRedis);
   void check();
   void resyncNow(const std::string& why);
-  void requestArrived();
-  void startResync();
-  void scanFrom(const std::string& cursor);
-  void resyncKeyRead(const std::string& key, const RedisKeySchema::Path& path, std::optional<Fields> fields);
-  void finishResync();
-  void applyQueued();
-  void apply(const Applied& change);
-  void apply(const Applied& change, const RedisKeySchema::Path& path);
-  // A key, or part of one, that another writer left unreadable.
-  void badRecord(const std::string& key, const std::vector<std::string>& problems);
-  void unreadableKey(const std::string& key, const redisReply& error);
+  // A resynchronisation is over: the store is live (or a standby).
+  void synced();
+
   Vex::Entity* root(RecordSlot slot) const;
-
-  // The configuration's lease
-  enum class Lease { none, held, standby };
-  bool writes(Side side) const { return owned(side) && (side != Side::config || lease_ != Lease::standby); }
+  bool writes(Side side) const {
+    return owned(side) && (side != Side::config || lease_.hold() != ConfigLease::Hold::standby);
+  }
   bool live() const { return state_ == State::live || state_ == State::standby; }
-  // Takes the lease, or renews it; `why` says what asked.
-  void leaseAcquire(const std::string& why);
-  void leaseLost(const std::string& why);
-
-  // Writing
-  void send(const std::vector<std::string_view>& args, const std::string& what);
-  bool isConfigKey(std::string_view key) const;
-  void write(const std::string& key, const Fields& fields);
-  // Makes the hash at `key` hold exactly `fields`, where Redis holds `inRedis`.
-  void rewrite(const std::string& key, const Fields& fields, const Fields& inRedis);
-  void writeField(const std::string& key, const std::string& field, const std::string& value);
-  void eraseField(const std::string& key, const std::string& field);
-  void erase(const std::vector<std::string>& keys);
-  void writeSubtree(const Vex::Entity& record, const std::string& key);
-  void eraseSubtree(const Vex::Entity& record, const std::string& key);
-  static std::string watchAddress(const std::string& key, const std::string& field);
-  void watch(const Vex::Entity& record, const std::string& key);
-  void watchField(const Vex::Entity& member, const std::string& key, const std::string& field);
-  // Drops the watchers of the record at `address` and of everything below it.
-  void unwatch(const std::string& address);
-  void rewriteFilterUsers(const std::string& filterName);
-  std::map<std::string, Fields> localKeys(Side side) const;
-  void forEachLocalKey(Side side, const std::function<void(const std::string& key)>& visit) const;
 
   Vex::Ptr<Mirra::EntityManager> em_;
   Options options_;
@@ -274,58 +241,30 @@ class RedisStore : private RecordWatcher::Owner {
   State state_ = State::closed;
   StateHandler stateHandler_;
 
-  int poll_ = -1;   // epoll over the two sockets, the timer and the wake-up
-  int timer_ = -1;  // reconnect back-off and attempt deadline
-  int wake_ = -1;   // pending writes or applies
+  StorePoller poller_;
   RedisConnection data_{"data"};
   RedisConnection notifications_{"notifications"};
   std::chrono::milliseconds backoff_{0};
   std::string fatalError_;
   std::string lastError_;
-  int handshakeSteps_ = 0;
   bool roleUnconfirmed_ = false;  // connected through the sentinels; ROLE has not said master yet
   std::uint64_t repliesAtAttempt_ = 0;
   std::uint64_t unconfirmedReplies_ = 0;
   bool loaded_ = false;  // the first resynchronisation, which loads both sides, is done
   bool processing_ = false;
   bool leaving_ = false;  // leaveInRedis(): nothing more is written
-  Lease lease_ = Lease::none;
-  std::string leaseToken_;
-  bool leasePending_ = false;
-  bool leaseAssumed_ = false;  // held until the server's answer says otherwise
-
-  // Resynchronisation
-  std::unordered_set<std::string> seen_;          // followed keys present in Redis
-  std::map<std::string, Fields> ownedInRedis_;   // owned keys and what Redis holds
-  bool scanStarted_ = false;
-  bool scanDone_ = false;
-  std::size_t resyncReads_ = 0;                  // HGETALLs not answered yet
-  std::size_t keysFound_ = 0;                    // by this resynchronisation's SCAN so far
-  std::size_t oldLayoutFound_ = 0;               // by this resynchronisation
-  std::string oldLayoutExample_;
-
-  // Notified keys not yet read, in arrival order, and what was read, not yet applied.
-  std::vector<std::string> arrived_;
-  std::unordered_set<std::string> arrivedSet_;
-  // Owned keys that may have been changed by another client, to be checked.
-  std::vector<std::string> toVerify_;
-  std::unordered_set<std::string> toVerifySet_;
-  // Root records the first read made, until it is done.
-  std::set<RecordSlot> createdByLoad_;
-  // Followed root records deleted in Redis (and emptied here).
-  std::set<RecordSlot> absentRoots_;
   bool checkPending_ = false;
   std::uint64_t lastReplies_ = 0;
   std::chrono::steady_clock::time_point lastAnswer_;
-  std::deque<Applied> toApply_;
-  // A later resynchronisation of the followed side applies in key order.
-  std::map<std::string, Fields> followedInRedis_;
   bool pongPending_ = false;
-
-  RecordCodec::Names names_;
-  // By watchAddress: a record's key, or its holder's key and its field.
-  std::map<std::string, Vex::Ptr<RecordWatcher>> watchers_;
   Statistics statistics_;
+
+  StoreHandshake handshake_{*this};
+  ConfigLease lease_{*this};
+  StoreWriter writer_{*this};
+  WriteThrough writeThrough_{*this};
+  StoreFollower follower_{*this};
+  StoreResync resync_{*this};
 };
 
 }  // namespace hubstore::redis

@@ -12,14 +12,13 @@
 #include <string>
 #include <vector>
 
-#include <hubstore/allowlist/switch_white_list.h>
-#include <hubstore/allowlist/version_white_list.h>
 #include <hubstore/foundations/platform/agent.h>
 #include <hubstore/foundations/records/service_mount_config.h>
 #include <hubstore/mountgroup/hubstore_service_mount_group.h>
 #include <hubstore/redis/redis_store_error.h>
 #include <hubstore/service/hubstore_service.h>
 #include <hubstore/testing/recording_mounter.h>
+#include "redis/test_agent_service.h"
 #include "redis/test_redis_sentinel.h"
 
 namespace hubstore::redis {
@@ -138,17 +137,7 @@ class RedisStoreFailoverTest : public ::testing::Test {
     hostingAgent = Mirra::Agent::AgentIs("agentB");
     Controller::globalAgent = hostingAgent.get();
     mounter = Vex::make<RecordingMounter>();
-    service = Controller::HubstoreService::HubstoreServiceIs("svcA", em, em);
-    auto switches = service->switchWhiteListIs("L");
-    switches->allowedSwitchIs(Controller::SystemId::fromString("00:1c:73:00:00:01"), true);
-    auto versions = service->versionWhiteListIs("V");
-    versions->allowedVersionIs(1, true);
-    auto group = service->serviceMountGroupIs("g1", mounter);
-    group->controllerMountIs("/remote/a", "/db/a", "type", "flags");
-    group->switchWhiteListIs(switches);
-    group->versionWhiteListIs(versions);
-    group->closedIs(true);
-    service->closedIs(true);
+    service = testing::declareTestService(em, mounter);
     ASSERT_TRUE(store->flush(kWait));
     ASSERT_EQ(configAt(master->port()), config());
   }

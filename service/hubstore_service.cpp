@@ -14,8 +14,8 @@ Mirra::Agent* globalAgent = nullptr;
 
 namespace {
 
-// Attribute ids follow the declaration order, from 258.
-constexpr Vex::AttributeId serviceMountGroupAttr = 272;
+// Attribute ids follow the declaration order.
+constexpr Vex::AttributeId serviceMountGroupAttr = Vex::firstRecordAttribute + 14;
 
 // Walks one configuration's filter collection. A filter whose allow-list is
 // alive keeps its record and is pruned item by item by `pruneItems`; a filter
@@ -71,17 +71,28 @@ const Vex::TypeDescriptor& HubstoreService::staticType() {
   using K = Vex::AttributeKind;
   static const Vex::TypeDescriptor type(
       "Controller::HubstoreService",
-      {attr("serviceName", K::attribute, 258), attr("hubstoreEntityManager", K::attribute, 259),
-       attr("mirraEntityManager", K::attribute, 260), attr("hubstoreStatus", K::attribute, 261),
-       attr("serviceMountConfig", K::attribute, 262), attr("serviceMountStatus", K::attribute, 263),
-       attr("servicePublishConfig", K::attribute, 264), attr("servicePublishStatus", K::attribute, 265),
-       attr("cleanupOldVersionWhiteLists", K::operation, 266), attr("cleanupOldSwitchWhiteLists", K::operation, 267),
-       attr("cleanupOldMountState", K::operation, 268), attr("handleClosed", K::handler, 269),
-       attr("handlePublishMountsSynchronized", K::handler, 270), attr("mountStatusSm", K::attribute, 271),
-       attr("serviceMountGroup", K::collection, serviceMountGroupAttr), attr("switchWhiteList", K::collection, 273),
-       attr("versionWhiteList", K::collection, 274), attr("publishMountsSynchronized", K::attribute, 275),
-       attr("closed", K::attribute, 276), attr("doCleanup", K::operation, 277), attr("initialized", K::attribute, 278),
-       attr("handleInitialized", K::handler, 279)});
+      {attr("serviceName", K::attribute, Vex::firstRecordAttribute),
+       attr("hubstoreEntityManager", K::attribute, Vex::firstRecordAttribute + 1),
+       attr("mirraEntityManager", K::attribute, Vex::firstRecordAttribute + 2),
+       attr("hubstoreStatus", K::attribute, Vex::firstRecordAttribute + 3),
+       attr("serviceMountConfig", K::attribute, Vex::firstRecordAttribute + 4),
+       attr("serviceMountStatus", K::attribute, Vex::firstRecordAttribute + 5),
+       attr("servicePublishConfig", K::attribute, Vex::firstRecordAttribute + 6),
+       attr("servicePublishStatus", K::attribute, Vex::firstRecordAttribute + 7),
+       attr("cleanupOldVersionWhiteLists", K::operation, Vex::firstRecordAttribute + 8),
+       attr("cleanupOldSwitchWhiteLists", K::operation, Vex::firstRecordAttribute + 9),
+       attr("cleanupOldMountState", K::operation, Vex::firstRecordAttribute + 10),
+       attr("handleClosed", K::handler, Vex::firstRecordAttribute + 11),
+       attr("handlePublishMountsSynchronized", K::handler, Vex::firstRecordAttribute + 12),
+       attr("mountStatusSm", K::attribute, Vex::firstRecordAttribute + 13),
+       attr("serviceMountGroup", K::collection, serviceMountGroupAttr),
+       attr("switchWhiteList", K::collection, Vex::firstRecordAttribute + 15),
+       attr("versionWhiteList", K::collection, Vex::firstRecordAttribute + 16),
+       attr("publishMountsSynchronized", K::attribute, Vex::firstRecordAttribute + 17),
+       attr("closed", K::attribute, Vex::firstRecordAttribute + 18),
+       attr("doCleanup", K::operation, Vex::firstRecordAttribute + 19),
+       attr("initialized", K::attribute, Vex::firstRecordAttribute + 20),
+       attr("handleInitialized", K::handler, Vex::firstRecordAttribute + 21)});
   return type;
 }
 
@@ -181,7 +192,7 @@ void HubstoreService::servicePublishStatusIs(const Vex::Ptr<const ServicePublish
 
 Vex::Ptr<ServiceMountStatusSm> HubstoreService::mountStatusSmIs(const Vex::Ptr<const ServiceMountStatus>& status) {
   if (mountStatusSm_ && mountStatusSm_->serviceMountStatus() == status) return mountStatusSm_;
-  Vex::Ptr<ServiceMountStatusSm> machine = ServiceMountStatusSm::ServiceMountStatusSmIs(status, this);
+  Vex::Ptr<ServiceMountStatusSm> machine = serviceMountStatusSmFactory(status, this);
   mountStatusSm_ = machine;
   machine->hasNotificationActiveIs(true);
   return machine;
@@ -209,7 +220,7 @@ Vex::Ptr<HubstoreServiceMountGroup> HubstoreService::serviceMountGroupIs(
                                      Vex::describe(mounter.get()), Vex::describe(existing->mounter().get()));
   }
   Vex::Ptr<HubstoreServiceMountGroup> group =
-      HubstoreServiceMountGroup::HubstoreServiceMountGroupIs(groupName, mounter, this);
+      hubstoreServiceMountGroupFactory(groupName, mounter, this);
   serviceMountGroup_.newMember(group->groupName(), group);
   group->hasNotificationActiveIs(true);
   return group;
@@ -227,7 +238,7 @@ Vex::Ptr<SwitchWhiteList> HubstoreService::switchWhiteList(const Vex::String& na
 
 Vex::Ptr<SwitchWhiteList> HubstoreService::switchWhiteListIs(const Vex::String& name) {
   if (Vex::Ptr<SwitchWhiteList> existing = switchWhiteList_.member(name)) return existing;
-  Vex::Ptr<SwitchWhiteList> list = SwitchWhiteList::SwitchWhiteListIs(name, this);
+  Vex::Ptr<SwitchWhiteList> list = switchWhiteListFactory(name, this);
   switchWhiteList_.newMember(list->name(), list);
   list->hasNotificationActiveIs(true);
   return list;
@@ -245,7 +256,7 @@ Vex::Ptr<VersionWhiteList> HubstoreService::versionWhiteList(const Vex::String& 
 
 Vex::Ptr<VersionWhiteList> HubstoreService::versionWhiteListIs(const Vex::String& name) {
   if (Vex::Ptr<VersionWhiteList> existing = versionWhiteList_.member(name)) return existing;
-  Vex::Ptr<VersionWhiteList> list = VersionWhiteList::VersionWhiteListIs(name, this);
+  Vex::Ptr<VersionWhiteList> list = versionWhiteListFactory(name, this);
   versionWhiteList_.newMember(list->name(), list);
   list->hasNotificationActiveIs(true);
   return list;

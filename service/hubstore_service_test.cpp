@@ -14,9 +14,11 @@ namespace {
 
 using Service = World;
 
-// Stamping the records, the traces of initialization and closing, and the
-// removal of stale configuration are pinned end to end by the world and
-// service_close scenarios; what closing, or releasing the service without
+// Pinned end to end by the scenarios: stamping the records, the traces of
+// initialization and closing, and the removal of stale configuration (world,
+// service_close); hooks that release the service on each road, or throw or
+// remove their switch in its first report (hooks_*); reports the agent asks
+// for (report_mount_states). What closing, or releasing the service without
 // closing it, leaves in the configuration is held against a reference model
 // by close_model_check (tests/model).
 
@@ -27,7 +29,11 @@ TEST_F(ServiceDeathTest, AssertsTheAgentThenEachRecordInOrderAndTheStatus) {
     for (const char* kind : kinds) em->entityDel(std::string("controller/") + kind + "/service/agentB");
   };
   const std::pair<std::function<void()>, const char*> broken[] = {
-      {[&] { globalAgent = nullptr, drop({"mount/config"}); }, "^assertion failed: globalAgent\n$"},
+      {[&] {
+         globalAgent = nullptr;
+         drop({"mount/config"});
+       },
+       "^assertion failed: globalAgent\n$"},
       {[&] { drop({"mount/config", "mount/status", "publish/config", "publish/status"}); }, "assertion failed: smc\n"},
       {[&] { drop({"mount/status", "publish/config", "publish/status"}); }, "assertion failed: sms\n"},
       {[&] { drop({"publish/config", "publish/status"}); }, "assertion failed: spc\n"},
@@ -173,90 +179,6 @@ TEST_F(Lifetime, APerSwitchMachineHeldPastItsGroupStopsFollowingItsMount) {
   EXPECT_EQ(publishConfig->publishGroupConfigMembers().count(), 0u);
 }
 
-TEST_F(Lifetime, AHookMayReleaseTheServiceFromEveryRoad) {
-  group->closedIs(true);
-  mountStatus->initialMountsCompleteIs("g1", true);
-  publishStatus->publishGroupStatusIs("g1")->publishStatusIs("/db/p");
-  hooks.clear();
-  Vex::Ptr<HubstoreServiceMountGroup> held = group;
-  group = nullptr;
-
-  // doMountsComplete, reached from a status write: the machine is not told.
-  mounter->onMountsComplete = [&] { service = nullptr; };
-  mountStatus->mountedPathPrefixIs("/r", "/db/r");
-  EXPECT_EQ(hooks, Log{"doMountsComplete g1"});
-  EXPECT_EQ(HubstoreService::staticType().liveCount(), 0);
-  expectWithdrawn();
-  held = nullptr;
-  mounter->onMountsComplete = nullptr;
-
-  // doMountsComplete, reached from closing the group.
-  hooks.clear();
-  SetUp();
-  mountStatus->mountedPathPrefixIs("/r", "/db/r");
-  publishStatus->publishGroupStatusIs("g1")->publishStatusIs("/db/p");
-  mounter->onMountsComplete = [&] { service = nullptr; };
-  group->closedIs(true);
-  EXPECT_EQ(hooks, Log{"doMountsComplete g1"});
-  EXPECT_EQ(group->service(), nullptr);
-  mounter->onMountsComplete = nullptr;
-
-  // doInitialSwitchMountsComplete, reached through the group close.
-  hooks.clear();
-  SetUp();
-  mounter->onInitialSwitchMountsComplete = [&] { service = nullptr; };
-  group->closedIs(true);
-  EXPECT_EQ(hooks, (Log{"doMountsComplete g1", "doInitialSwitchMountsComplete g1"}));
-  EXPECT_EQ(HubstoreService::staticType().liveCount(), 0);
-  mounter->onInitialSwitchMountsComplete = nullptr;
-
-  // doHandleControllerMountState, during a new switch's first report: the
-  // report stops at the first group.
-  hooks.clear();
-  SetUp();
-  service->serviceMountGroupIs("g2", mounter);
-  mounter->onMountState = [&] { service = nullptr; };
-  auto record = SystemStatus::SystemStatusIs("00:1c:73:00:00:01");
-  record->serviceMountGroupStatusIs("g1", mountStateMounted);
-  record->serviceMountGroupStatusIs("g2", mountStateMounted);
-  mountStatus->systemStatusIs(record);
-  EXPECT_EQ(hooks, Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted"});
-  expectWithdrawn();
-  mounter->onMountState = nullptr;
-}
-
-TEST_F(Lifetime, AHookThatThrowsInAFirstReportLeavesTheSwitchTracked) {
-  int calls = 0;
-  mounter->onMountState = [&] {
-    if (++calls == 1) throw Vex::InternalException("hook failed");
-  };
-  auto record = SystemStatus::SystemStatusIs("00:1c:73:00:00:01");
-  record->serviceMountGroupStatusIs("g1", mountStateMounting);
-  EXPECT_THROW(mountStatus->systemStatusIs(record), Vex::InternalException);
-  ASSERT_TRUE(service->mountStatusSm()->systemStatusSm("00:1c:73:00:00:01"));
-  record->serviceMountGroupStatusIs("g1")->mountStateIs(mountStateMounted);
-  EXPECT_EQ(hooks, (Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounting",
-                        "doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted"}));
-}
-
-TEST_F(Lifetime, AHookThatRemovesItsSwitchInTheFirstReportLeavesNoMachine) {
-  service->serviceMountGroupIs("g2", mounter);
-  mounter->onMountState = [&] { mountStatus->systemStatusDel("00:1c:73:00:00:01"); };
-  auto first = SystemStatus::SystemStatusIs("00:1c:73:00:00:01");
-  first->serviceMountGroupStatusIs("g1", mountStateMounted);
-  first->serviceMountGroupStatusIs("g2", mountStateMounted);
-  mountStatus->systemStatusIs(first);  // the report stops at g1
-  EXPECT_FALSE(service->mountStatusSm()->systemStatusSm("00:1c:73:00:00:01"));
-  mounter->onMountState = nullptr;
-  auto again = SystemStatus::SystemStatusIs("00:1c:73:00:00:01");
-  again->serviceMountGroupStatusIs("g1", mountStateUnmounted);
-  mountStatus->systemStatusIs(again);
-  EXPECT_EQ(service->mountStatusSm()->systemStatusSm("00:1c:73:00:00:01")->systemStatus(), again);
-  EXPECT_EQ(hooks, (Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted",
-                        "doHandleControllerMountState 00:1c:73:00:00:01 g1 unmounted"}));
-}
-
-
 // A fleet whose switches reported before the agent started: two switches
 // written out of order, one status of a group the agent no longer declares,
 // and a switch name that is not an Ethernet address.
@@ -285,19 +207,6 @@ struct LiveFleet : World {
                      "doHandleControllerMountState 00:1c:73:00:00:02 g2 mounting"};
 };
 
-TEST_F(LiveFleet, GroupsDeclaredLateHearTheFleetWhenTheAgentAsks) {
-  EXPECT_EQ(hooks, Log{});
-  traceOn("5,8");
-  service->reportMountStates();
-  EXPECT_EQ(hooks, fleet);
-  EXPECT_EQ(traces(), (Log{"8 HubstoreService::reportMountStates",
-                           "5 reportMountStates: system not-a-switch is not an Ethernet address."}));
-  // Nothing is remembered: asking again reports again.
-  hooks.clear();
-  service->reportMountStates();
-  EXPECT_EQ(hooks, fleet);
-}
-
 TEST_F(LiveFleet, AHookMayReleaseOrThrowMidReport) {
   // A group released by a hook is passed over from then on.
   mounter->onMountState = [&] { service->serviceMountGroupDel("g2"); };
@@ -318,14 +227,6 @@ TEST_F(LiveFleet, AHookMayReleaseOrThrowMidReport) {
   mounter->onMountState = nullptr;
   service->reportMountStates();
   EXPECT_EQ(hooks, (Log{fleet[2], fleet[2], fleet[3]}));
-
-  // The service released by a hook: the report stops there.
-  hooks.clear();
-  mounter->onMountState = [&] { service = nullptr; };
-  service->reportMountStates();
-  EXPECT_EQ(hooks, Log{fleet[2]});
-  EXPECT_EQ(HubstoreService::staticType().liveCount(), 0);
-  mounter->onMountState = nullptr;
 }
 
 }  // namespace

@@ -1,55 +1,35 @@
 #include <hubstore/status/service_mount_status_sm.h>
 
+#include <utility>
+
 #include <hubstore/foundations/framework/exception.h>
 #include <hubstore/foundations/framework/ferrolink.h>
 #include <hubstore/foundations/records/system_id.h>
 #include <hubstore/mountgroup/hubstore_service_mount_group.h>
 #include <hubstore/service/hubstore_service.h>
+#include <hubstore/service/hubstore_service_mounter.h>
 
 namespace Controller {
 
 namespace {
 // The id of SystemStatusSm's systemStatus, the value a reinstantiation differs in.
-constexpr Vex::AttributeId systemStatusSmSystemStatusAttr = 258;
+constexpr Vex::AttributeId systemStatusSmSystemStatusAttr = Vex::firstRecordAttribute;
 }  // namespace
-
-// --- VexServiceMountStatus ---------------------------------------------------
-
-const Vex::TypeDescriptor& ServiceMountStatusSm::VexServiceMountStatus::staticType() {
-  static const Vex::TypeDescriptor type("Controller::ServiceMountStatusSm::VexServiceMountStatus", {});
-  return type;
-}
-
-ServiceMountStatusSm::VexServiceMountStatus::VexServiceMountStatus(const Vex::Ptr<const ServiceMountStatus>& status,
-                                                                   ServiceMountStatusSm* owner)
-    : owner_(owner) {
-  notifierIs(status);
-  isRegisteredNotifieeIs(true);
-}
-
-void ServiceMountStatusSm::VexServiceMountStatus::onAttribute(Vex::AttributeId attribute, const void* key) {
-  if (!key || !owner_ || vexMarkedForDeletion()) return;
-  if (attribute == ServiceMountStatus::Attr::systemStatus) {
-    owner_->handleSystemStatus(*static_cast<const Vex::Name*>(key));
-  } else if (attribute == ServiceMountStatus::Attr::initialMountsComplete) {
-    owner_->handleInitialMountsComplete(*static_cast<const Vex::String*>(key));
-  }
-}
 
 // --- ServiceMountStatusSm ----------------------------------------------------
 
 const Vex::TypeDescriptor& ServiceMountStatusSm::staticType() {
   using K = Vex::AttributeKind;
-  // Attribute ids follow the declaration order, from 258.
+  // Attribute ids follow the declaration order.
   static const Vex::TypeDescriptor type("Controller::ServiceMountStatusSm",
-                                        {{"serviceMountStatus", K::attribute, 258},
-                                         {"serviceName", K::attribute, 259},
-                                         {"systemStatusSm", K::collection, 260},
-                                         {"handleSystemStatus", K::handler, 261},
-                                         {"handleInitialMountsComplete", K::handler, 262},
-                                         {"initialized", K::attribute, 263},
-                                         {"handleInitialized", K::handler, 264},
-                                         {"hubstoreService", K::attribute, 265}});
+                                        {{"serviceMountStatus", K::attribute, Vex::firstRecordAttribute},
+                                         {"serviceName", K::attribute, Vex::firstRecordAttribute + 1},
+                                         {"systemStatusSm", K::collection, Vex::firstRecordAttribute + 2},
+                                         {"handleSystemStatus", K::handler, Vex::firstRecordAttribute + 3},
+                                         {"handleInitialMountsComplete", K::handler, Vex::firstRecordAttribute + 4},
+                                         {"initialized", K::attribute, Vex::firstRecordAttribute + 5},
+                                         {"handleInitialized", K::handler, Vex::firstRecordAttribute + 6},
+                                         {"hubstoreService", K::attribute, Vex::firstRecordAttribute + 7}});
   return type;
 }
 
@@ -70,7 +50,8 @@ ServiceMountStatusSm::ServiceMountStatusSm(const Vex::Ptr<const ServiceMountStat
     : hubstoreService_(hubstoreService, hubstoreService ? &hubstoreService->mountStatusSmLinks_ : nullptr, this,
                        &ServiceMountStatusSm::tearDown) {
   if (status) {
-    serviceMountStatusReactor_ = Vex::make<VexServiceMountStatus>(status, this);
+    serviceMountStatusReactor_ = Vex::make<VexServiceMountStatus>(this);
+    serviceMountStatusReactor_->bindQuietly(status);
     serviceMountStatusReactor_->hasNotificationActiveIs(true);
   }
   handleInitialized();
@@ -82,10 +63,7 @@ void ServiceMountStatusSm::tearDown() {
   vexDoZombieReactors(true);
   systemStatusSmDelAll();
   systemStatusSmLinks_.ownerGone();
-  if (serviceMountStatusReactor_) {
-    serviceMountStatusReactor_->ownerIs(nullptr);
-    serviceMountStatusReactor_ = nullptr;
-  }
+  if (const Vex::Ptr<VexServiceMountStatus> reactor = std::move(serviceMountStatusReactor_)) reactor->retire();
 }
 
 Vex::Ptr<const ServiceMountStatus> ServiceMountStatusSm::serviceMountStatus() const {
@@ -164,7 +142,7 @@ Vex::Ptr<SystemStatusSm> ServiceMountStatusSm::systemStatusSmIs(const Vex::Ptr<c
     Vex::throwMutatorReinstantiating("systemStatusSm[" + key + "]", "systemStatus", systemStatusSmSystemStatusAttr,
                                      Vex::describe(systemStatus.get()), Vex::describe(watched.get()));
   }
-  Vex::Ptr<SystemStatusSm> machine = SystemStatusSm::SystemStatusSmIs(systemStatus, this);
+  Vex::Ptr<SystemStatusSm> machine = systemStatusSmFactory(systemStatus, this);
   systemStatusSm_.newMember(key, machine);
   machine->hasNotificationActiveIs(true);
   // Listed before it reports: a hook that removes the switch again takes the
@@ -219,10 +197,7 @@ void ServiceMountStatusSm::handleInitialMountsComplete(const Vex::String& groupN
 }
 
 void ServiceMountStatusSm::serviceMountStatusDel() {
-  if (!serviceMountStatusReactor_) return;
-  serviceMountStatusReactor_->ownerIs(nullptr);
-  serviceMountStatusReactor_->vexDoZombieReactors(true);
-  serviceMountStatusReactor_ = nullptr;
+  if (const Vex::Ptr<VexServiceMountStatus> reactor = std::move(serviceMountStatusReactor_)) reactor->retire();
 }
 
 // Setting flags calls nobody, so the machines are walked directly; each one

@@ -19,9 +19,9 @@
 // quiet, and hubstoreService() reads null.
 
 #include <hubstore/foundations/framework/collection.h>
-#include <hubstore/foundations/framework/notifiee_const.h>
 #include <hubstore/foundations/framework/owner_link.h>
 #include <hubstore/foundations/framework/ptr.h>
+#include <hubstore/foundations/framework/reactor.h>
 #include <hubstore/foundations/records/service_mount_status.h>
 #include <hubstore/foundations/framework/type_descriptor.h>
 #include <hubstore/status/system_status_sm.h>
@@ -32,19 +32,6 @@ class HubstoreService;
 
 class ServiceMountStatusSm : public Vex::PtrInterface {
  public:
-  // Watches the record's systemStatus and initialMountsComplete collections.
-  class VexServiceMountStatus : public Vex::NotifieeConstOf<ServiceMountStatus> {
-   public:
-    static const Vex::TypeDescriptor& staticType();
-    const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
-    void onAttribute(Vex::AttributeId attribute, const void* key) override;
-    void ownerIs(ServiceMountStatusSm* owner) { owner_ = owner; }
-    VexServiceMountStatus(const Vex::Ptr<const ServiceMountStatus>& status, ServiceMountStatusSm* owner);
-
-   private:
-    ServiceMountStatusSm* owner_;
-  };
-
   static Vex::Ptr<ServiceMountStatusSm> ServiceMountStatusSmIs(const Vex::Ptr<const ServiceMountStatus>& status,
                                                                HubstoreService* hubstoreService);
   static const Vex::TypeDescriptor& staticType();
@@ -81,6 +68,13 @@ class ServiceMountStatusSm : public Vex::PtrInterface {
   // Also called by a mount group, with its own name, when it is created and
   // whenever it finds itself complete.
   void handleInitialMountsComplete(const Vex::String& groupName);
+
+  // Watches the record's systemStatus and initialMountsComplete collections.
+  using VexServiceMountStatus =
+      Vex::Reactor<"VexServiceMountStatus", ServiceMountStatusSm, ServiceMountStatus, nullptr,
+                   Vex::onKey(ServiceMountStatus::Attr::systemStatus, &ServiceMountStatusSm::handleSystemStatus),
+                   Vex::onKey(ServiceMountStatus::Attr::initialMountsComplete,
+                              &ServiceMountStatusSm::handleInitialMountsComplete)>;
 
   bool initialized() const { return initialized_; }
   void initializedIs(bool initialized) { initialized_ = initialized; }

@@ -22,7 +22,7 @@ class ServiceMountStatusSmTest : public World {
   const char* b = "00:00:00:00:00:0b";
 };
 
-TEST_F(ServiceMountStatusSmTest, KeepsOneMachinePerSwitchEntry) {
+TEST_F(ServiceMountStatusSmTest, KeepsOneMachinePerSwitchEntryAndRefusesANullOrSecondRecord) {
   mountStatus->systemStatusIs(a);
   traceOn("7");
   auto service = serviceIs("svcA");
@@ -39,16 +39,10 @@ TEST_F(ServiceMountStatusSmTest, KeepsOneMachinePerSwitchEntry) {
                            "7 Creating ServiceMountStatusSm for 00:00:00:00:00:0b",
                            "7 Deleting ServiceMountStatusSm for 00:00:00:00:00:0a",
                            "7 Deleting ServiceMountStatusSm for 00:00:00:00:00:99"}));
-}
-
-TEST_F(ServiceMountStatusSmTest, RejectsANullOrSecondSwitchRecord) {
-  auto service = serviceIs("svcA");
-  auto sm = service->mountStatusSm();
   EXPECT_THROW(sm->systemStatusSmIs(nullptr), Vex::MutatorArgNullPointerException);
-  auto machine = sm->systemStatusSmIs(mountStatus->systemStatusIs(a));
-  EXPECT_THROW(sm->systemStatusSmIs(SystemStatus::SystemStatusIs(a)), Vex::MutatorReinstantiatingException);
-  EXPECT_EQ(sm->systemStatusSm(a), machine);
-  EXPECT_EQ(machine->systemStatus(), mountStatus->systemStatus(a));
+  EXPECT_THROW(sm->systemStatusSmIs(SystemStatus::SystemStatusIs(b)), Vex::MutatorReinstantiatingException);
+  EXPECT_EQ(sm->systemStatusSm(b), machineB);
+  EXPECT_EQ(machineB->systemStatus(), mountStatus->systemStatus(b));
 }
 
 // The traces of groups that are unknown, open or incomplete are pinned by the
@@ -76,29 +70,26 @@ TEST_F(ServiceMountStatusSmTest, NewMachineReportsSwitchesThenCompleteGroupsAndD
   EXPECT_EQ(hooks.size(), 3u);
 }
 
-TEST_F(ServiceMountStatusSmTest, DroppingTheMountStatusEndsFollowingIt) {
+TEST_F(ServiceMountStatusSmTest, FollowsNothingWhileSwitchedOffOrOnceItsRecordIsDropped) {
   auto service = serviceIs("svcA");
   closedGroupIs(service, "g1");
-  auto sm = service->mountStatusSm();
-  sm->serviceMountStatusDel();
-  mountStatus->systemStatusIs(a);
-  mountStatus->initialMountsCompleteIs("g1", true);
-  EXPECT_EQ(sm->serviceMountStatus(), nullptr);
-  EXPECT_EQ(sm->systemStatusSmMembers().count(), 0u);
-  EXPECT_EQ(hooks, Log{"doMountsComplete g1"});
-}
-
-TEST_F(ServiceMountStatusSmTest, NotificationFlagSwitchesTheWholeTree) {
-  auto service = serviceIs("svcA");
-  service->serviceMountGroupIs("g1", mounter);
   auto g1 = mountStatus->systemStatusIs(a)->serviceMountGroupStatusIs("g1", mountStateMounted);
-  service->mountStatusSm()->hasNotificationActiveIs(false);
+  auto sm = service->mountStatusSm();
+  hooks.clear();
+  sm->hasNotificationActiveIs(false);
   g1->mountStateIs(mountStateFailed);
   mountStatus->systemStatusIs(b);
-  EXPECT_FALSE(service->mountStatusSm()->systemStatusSm(b));
-  service->mountStatusSm()->hasNotificationActiveIs(true);
+  EXPECT_FALSE(sm->systemStatusSm(b));
+  sm->hasNotificationActiveIs(true);
   g1->mountStateIs(mountStateMounting);
   EXPECT_EQ(hooks, Log{"doHandleControllerMountState 00:00:00:00:00:0a g1 mounting"});
+
+  sm->serviceMountStatusDel();
+  mountStatus->systemStatusIs("00:00:00:00:00:0c");
+  mountStatus->initialMountsCompleteIs("g1", true);
+  EXPECT_EQ(sm->serviceMountStatus(), nullptr);
+  EXPECT_FALSE(sm->systemStatusSm("00:00:00:00:00:0c"));
+  EXPECT_EQ(hooks.size(), 1u);
 }
 
 }  // namespace

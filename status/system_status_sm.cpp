@@ -1,114 +1,29 @@
 #include <hubstore/status/system_status_sm.h>
 
+#include <utility>
+
 #include <hubstore/foundations/framework/exception.h>
 #include <hubstore/foundations/framework/ferrolink.h>
 #include <hubstore/mountgroup/hubstore_service_mount_group.h>
 #include <hubstore/service/hubstore_service.h>
+#include <hubstore/service/hubstore_service_mounter.h>
 #include <hubstore/status/service_mount_status_sm.h>
 
 namespace Controller {
-
-namespace {
-
-// A reactor that leaves its machine may still be held by a dispatch that is
-// running it; without an owner and marked, it can no longer call back.
-template <class Reactor>
-void retire(const Vex::Ptr<Reactor>& reactor) {
-  reactor->ownerIs(nullptr);
-  reactor->vexDoZombieReactors(true);
-}
-
-}  // namespace
-
-// --- VexSystemStatus ---------------------------------------------------------
-
-const Vex::TypeDescriptor& SystemStatusSm::VexSystemStatus::staticType() {
-  static const Vex::TypeDescriptor type("Controller::SystemStatusSm::VexSystemStatus", {});
-  return type;
-}
-
-SystemStatusSm::VexSystemStatus::VexSystemStatus(const Vex::Ptr<const SystemStatus>& status, SystemStatusSm* owner)
-    : owner_(owner) {
-  notifierIs(status);
-}
-
-void SystemStatusSm::VexSystemStatus::notifierIs(const Vex::Ptr<const Vex::PtrInterface>& notifier) {
-  const Vex::Ptr<const SystemStatus> status(dynamic_cast<const SystemStatus*>(notifier.get()));
-  if (status.get() == this->notifier()) return;
-  NotifieeConst::notifierIs(status);
-  if (status && owner_ && !vexMarkedForDeletion()) {
-    // Bring the owner's reactors in line with the new record: one per group
-    // status it holds, none for a group it does not.
-    owner_->serviceMountGroupStatus_.reserve(status->serviceMountGroupStatusMembers().count());
-    for (auto entry = status->serviceMountGroupStatusMembers().begin(); entry != nullptr; ++entry) {
-      owner_->serviceMountGroupStatusIs(*entry);
-    }
-    // Every group status has its reactor now: equal counts leave none over.
-    const auto& reactors = owner_->serviceMountGroupStatusMembers();
-    if (reactors.count() != status->serviceMountGroupStatusMembers().count()) {
-      for (auto reactor = reactors.begin(); reactor != nullptr; ++reactor) {
-        if (!status->serviceMountGroupStatusRaw(reactor.key())) owner_->serviceMountGroupStatusDel(reactor.key());
-      }
-    }
-  }
-  isRegisteredNotifieeIs(true);
-}
-
-void SystemStatusSm::VexSystemStatus::onAttribute(Vex::AttributeId attribute, const void* key) {
-  if (attribute != SystemStatus::Attr::serviceMountGroupStatus || !key || vexMarkedForDeletion()) return;
-  const SystemStatus* status = notifier();
-  if (!status || !owner_) return;
-  const Vex::Name& groupName = *static_cast<const Vex::Name*>(key);
-  if (Vex::Ptr<const ServiceMountGroupStatus> entry = status->serviceMountGroupStatus(groupName)) {
-    owner_->serviceMountGroupStatusIs(entry);
-  } else {
-    owner_->serviceMountGroupStatusDel(groupName);
-  }
-}
-
-// --- VexServiceMountGroupStatus ----------------------------------------------
-
-const Vex::TypeDescriptor& SystemStatusSm::VexServiceMountGroupStatus::staticType() {
-  static const Vex::TypeDescriptor type("Controller::SystemStatusSm::VexServiceMountGroupStatus", {});
-  return type;
-}
-
-SystemStatusSm::VexServiceMountGroupStatus::VexServiceMountGroupStatus(
-    const Vex::Ptr<const ServiceMountGroupStatus>& status, SystemStatusSm* owner)
-    : owner_(owner) {
-  // The base binding: a new reactor reports nothing until the state changes.
-  NotifieeConst::notifierIs(status);
-  isRegisteredNotifieeIs(true);
-}
-
-void SystemStatusSm::VexServiceMountGroupStatus::notifierIs(const Vex::Ptr<const Vex::PtrInterface>& notifier) {
-  const Vex::Ptr<const ServiceMountGroupStatus> status(dynamic_cast<const ServiceMountGroupStatus*>(notifier.get()));
-  if (status.get() == this->notifier()) return;
-  NotifieeConst::notifierIs(status);
-  if (status && owner_ && !vexMarkedForDeletion()) owner_->handleMountState(status->name());
-  isRegisteredNotifieeIs(true);
-}
-
-void SystemStatusSm::VexServiceMountGroupStatus::onAttribute(Vex::AttributeId attribute, const void*) {
-  if (attribute != ServiceMountGroupStatus::Attr::mountState || vexMarkedForDeletion()) return;
-  const ServiceMountGroupStatus* status = notifier();
-  if (!status || !owner_) return;
-  owner_->handleMountStateOf(*status);
-}
 
 // --- SystemStatusSm ----------------------------------------------------------
 
 const Vex::TypeDescriptor& SystemStatusSm::staticType() {
   using K = Vex::AttributeKind;
-  // Attribute ids follow the declaration order, from 258.
+  // Attribute ids follow the declaration order.
   static const Vex::TypeDescriptor type("Controller::SystemStatusSm",
-                                        {{"systemStatus", K::attribute, 258},
-                                         {"systemName", K::attribute, 259},
-                                         {"handleMountState", K::handler, 260},
-                                         {"serviceMountGroupStatus", K::collection, 261},
-                                         {"initialized", K::attribute, 262},
-                                         {"handleInitialized", K::handler, 263},
-                                         {"serviceMountStatusSm", K::attribute, 264}});
+                                        {{"systemStatus", K::attribute, Vex::firstRecordAttribute},
+                                         {"systemName", K::attribute, Vex::firstRecordAttribute + 1},
+                                         {"handleMountState", K::handler, Vex::firstRecordAttribute + 2},
+                                         {"serviceMountGroupStatus", K::collection, Vex::firstRecordAttribute + 3},
+                                         {"initialized", K::attribute, Vex::firstRecordAttribute + 4},
+                                         {"handleInitialized", K::handler, Vex::firstRecordAttribute + 5},
+                                         {"serviceMountStatusSm", K::attribute, Vex::firstRecordAttribute + 6}});
   return type;
 }
 
@@ -132,7 +47,8 @@ SystemStatusSm::SystemStatusSm(const Vex::Ptr<const SystemStatus>& systemStatus,
   if (systemStatus) {
     // Binding creates a silent reactor for every group status already there.
     // All stay off until the owner turns the machine on.
-    systemStatusReactor_ = Vex::make<VexSystemStatus>(systemStatus, this);
+    systemStatusReactor_ = Vex::make<VexSystemStatus>(this);
+    systemStatusReactor_->notifierIs(systemStatus);
   }
 }
 
@@ -141,10 +57,7 @@ SystemStatusSm::~SystemStatusSm() { tearDown(); }
 void SystemStatusSm::tearDown() {
   vexDoZombieReactors(true);
   serviceMountGroupStatusDelAll();
-  if (systemStatusReactor_) {
-    systemStatusReactor_->ownerIs(nullptr);
-    systemStatusReactor_ = nullptr;
-  }
+  if (const Vex::Ptr<VexSystemStatus> reactor = std::move(systemStatusReactor_)) reactor->retire();
 }
 
 Vex::Ptr<const SystemStatus> SystemStatusSm::systemStatus() const {
@@ -248,22 +161,46 @@ void SystemStatusSm::tellMounter(const HubstoreServiceMountGroup& group, const S
   }
 }
 
+void SystemStatusSm::followGroupStatuses(const SystemStatus& record) {
+  serviceMountGroupStatus_.reserve(record.serviceMountGroupStatusMembers().count());
+  for (auto entry = record.serviceMountGroupStatusMembers().begin(); entry != nullptr; ++entry) {
+    serviceMountGroupStatusIs(*entry);
+  }
+  // Every group status has its reactor now: equal counts leave none over.
+  if (serviceMountGroupStatus_.count() != record.serviceMountGroupStatusMembers().count()) {
+    for (auto reactor = serviceMountGroupStatus_.begin(); reactor != nullptr; ++reactor) {
+      if (!record.serviceMountGroupStatusRaw(reactor.key())) serviceMountGroupStatusDel(reactor.key());
+    }
+  }
+}
+
+void SystemStatusSm::followGroupStatus(const Vex::Name& groupName) {
+  const SystemStatus* status = systemStatusReactor_ ? systemStatusReactor_->notifier() : nullptr;
+  if (!status) return;
+  if (Vex::Ptr<const ServiceMountGroupStatus> entry = status->serviceMountGroupStatus(groupName)) {
+    serviceMountGroupStatusIs(entry);
+  } else {
+    serviceMountGroupStatusDel(groupName);
+  }
+}
+
 Vex::Ptr<SystemStatusSm::VexServiceMountGroupStatus> SystemStatusSm::serviceMountGroupStatusIs(
     const Vex::Ptr<const ServiceMountGroupStatus>& status) {
   if (!status) Vex::throwMutatorArgNullPointerException("serviceMountGroupStatus");
   const Vex::Name key = status->name();
   Vex::Ptr<VexServiceMountGroupStatus> existing = serviceMountGroupStatus_.member(key);
   if (existing && existing->notifier() == status.get()) return existing;
-  Vex::Ptr<VexServiceMountGroupStatus> reactor = Vex::make<VexServiceMountGroupStatus>(status, this);
+  Vex::Ptr<VexServiceMountGroupStatus> reactor = Vex::make<VexServiceMountGroupStatus>(this);
+  reactor->bindQuietly(status);
   reactor->hasNotificationActiveIs(hasNotificationActive());
   serviceMountGroupStatus_.newMember(key, reactor);
-  if (existing) retire(existing);
+  if (existing) existing->retire();
   return reactor;
 }
 
 void SystemStatusSm::serviceMountGroupStatusDel(Vex::Name groupName) {
   if (Vex::Ptr<VexServiceMountGroupStatus> removed = serviceMountGroupStatus_.deleteMember(groupName)) {
-    retire(removed);
+    removed->retire();
   }
 }
 
@@ -275,10 +212,7 @@ void SystemStatusSm::serviceMountGroupStatusDelAll() {
 }
 
 void SystemStatusSm::systemStatusDel() {
-  if (systemStatusReactor_) {
-    retire(systemStatusReactor_);
-    systemStatusReactor_ = nullptr;
-  }
+  if (const Vex::Ptr<VexSystemStatus> reactor = std::move(systemStatusReactor_)) reactor->retire();
   // Without a record there are no group statuses to follow.
   serviceMountGroupStatusDelAll();
 }

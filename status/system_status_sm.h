@@ -16,9 +16,9 @@
 // record and reports nothing more.
 
 #include <hubstore/foundations/framework/collection.h>
-#include <hubstore/foundations/framework/notifiee_const.h>
 #include <hubstore/foundations/framework/owner_link.h>
 #include <hubstore/foundations/framework/ptr.h>
+#include <hubstore/foundations/framework/reactor.h>
 #include <hubstore/foundations/records/system_id.h>
 #include <hubstore/foundations/records/system_status.h>
 #include <hubstore/foundations/framework/type_descriptor.h>
@@ -31,37 +31,6 @@ class ServiceMountStatusSm;
 
 class SystemStatusSm : public Vex::PtrInterface {
  public:
-  // Watches the switch record's group-status collection and keeps one
-  // VexServiceMountGroupStatus per group status in line with it.
-  class VexSystemStatus : public Vex::NotifieeConstOf<SystemStatus> {
-   public:
-    static const Vex::TypeDescriptor& staticType();
-    const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
-    void notifierIs(const Vex::Ptr<const Vex::PtrInterface>& notifier) override;
-    void onAttribute(Vex::AttributeId attribute, const void* key) override;
-    void ownerIs(SystemStatusSm* owner) { owner_ = owner; }
-    VexSystemStatus(const Vex::Ptr<const SystemStatus>& status, SystemStatusSm* owner);
-
-   private:
-    SystemStatusSm* owner_;
-  };
-
-  // Watches one group status's mountState.
-  class VexServiceMountGroupStatus : public Vex::NotifieeConstOf<ServiceMountGroupStatus> {
-   public:
-    static const Vex::TypeDescriptor& staticType();
-    const Vex::TypeDescriptor& fwkType() const override { return staticType(); }
-    // Re-pointing to another record reports that record's state at once.
-    void notifierIs(const Vex::Ptr<const Vex::PtrInterface>& notifier) override;
-    void onAttribute(Vex::AttributeId attribute, const void* key) override;
-    void ownerIs(SystemStatusSm* owner) { owner_ = owner; }
-    // Registers on `status` without reporting anything.
-    VexServiceMountGroupStatus(const Vex::Ptr<const ServiceMountGroupStatus>& status, SystemStatusSm* owner);
-
-   private:
-    SystemStatusSm* owner_;
-  };
-
   static Vex::Ptr<SystemStatusSm> SystemStatusSmIs(const Vex::Ptr<const SystemStatus>& systemStatus,
                                                    ServiceMountStatusSm* serviceMountStatusSm);
   static const Vex::TypeDescriptor& staticType();
@@ -84,6 +53,28 @@ class SystemStatusSm : public Vex::PtrInterface {
   // whose group the service declares; the others are passed over silently.
   // Stops when a hook removes the switch or releases the service.
   void reportDeclaredMountStates();
+
+ private:
+  // Keeps one VexServiceMountGroupStatus per group status of `record`, just
+  // bound: one for each it holds, none for a group it does not.
+  void followGroupStatuses(const SystemStatus& record);
+  // The same for one group status of the switch record, added or removed.
+  void followGroupStatus(const Vex::Name& groupName);
+  // handleMountState(groupStatus) for the machine's own reactors.
+  void handleMountStateOf(const ServiceMountGroupStatus& groupStatus);
+
+ public:
+  // Watches the switch record's group-status collection.
+  using VexSystemStatus =
+      Vex::Reactor<"VexSystemStatus", SystemStatusSm, SystemStatus, &SystemStatusSm::followGroupStatuses,
+                   Vex::onKey(SystemStatus::Attr::serviceMountGroupStatus, &SystemStatusSm::followGroupStatus)>;
+  // Watches one group status's mountState. Created bound quietly: a new one
+  // reports nothing until the state changes; re-pointed to another record,
+  // it reports that record's state at once.
+  using VexServiceMountGroupStatus =
+      Vex::Reactor<"VexServiceMountGroupStatus", SystemStatusSm, ServiceMountGroupStatus,
+                   Vex::ofRecord<ServiceMountGroupStatus>(&SystemStatusSm::handleMountState),
+                   Vex::onRecord(ServiceMountGroupStatus::Attr::mountState, &SystemStatusSm::handleMountStateOf)>;
 
   Vex::Ptr<VexServiceMountGroupStatus> serviceMountGroupStatus(const Vex::Name& groupName) const {
     return serviceMountGroupStatus_.member(groupName);
@@ -113,8 +104,6 @@ class SystemStatusSm : public Vex::PtrInterface {
  private:
   // The destructor's work; also run when the owner goes first.
   void tearDown();
-  // handleMountState(groupStatus) for the machine's own reactors.
-  void handleMountStateOf(const ServiceMountGroupStatus& groupStatus);
   // Tells the group's mounter the state of `groupStatus`, a member of the
   // switch record.
   void reportMountState(const ServiceMountGroupStatus& groupStatus);

@@ -55,7 +55,7 @@ TEST_F(SystemStatusSmTest, RepointedSwitchReactorBringsTheGroupReactorsInLineSil
   hooks.clear();
   // The machine's own reactor is not reachable from outside; a second one
   // over the same machine runs the same code.
-  auto reactor = Vex::make<SystemStatusSm::VexSystemStatus>(record, machine.get());
+  auto reactor = Vex::make<SystemStatusSm::VexSystemStatus>(machine.get());
   reactor->notifierIs(other);
   Log groups;
   for (auto it = machine->serviceMountGroupStatusMembers().begin(); it != nullptr; ++it) {

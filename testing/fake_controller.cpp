@@ -39,7 +39,7 @@ std::string FakeController::publishStatusPath(const std::string& agentName) {
 }
 
 Vex::Ptr<HubstoreService> FakeController::serviceIs(const std::string& serviceName) const {
-  return HubstoreService::HubstoreServiceIs(serviceName, em_, em_);
+  return hubstoreServiceFactory(serviceName, em_, em_);
 }
 
 Vex::Ptr<SystemStatus> FakeController::existingSystem(const std::string& system) const {

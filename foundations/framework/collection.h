@@ -1,34 +1,31 @@
 #pragma once
-// Vex::Collection<K, T>: a named collection of counted members, ordered by key.
-//
-// Iteration is in key order and survives any change of the collection made
-// while it runs: the iterator holds the current key and a counted reference
-// to the current member, and steps to the first key after the current one.
-// So the member under the iterator (or any other) may be deleted, and members
-// may be added; an added member is visited if its key sorts after the current
-// one. A step is a plain step to the next entry while nothing was removed
-// since the last one (additions move no entry); after a removal it is one
-// ordered lookup of the first key after the current one.
+// Vex::Collection<K, T>: a named collection of counted members, ordered by
+// key, over tree storage; Vex::FlatCollection is the same collection over a
+// sorted array. Lookup, insertion order and iteration are OrderedEntries':
+// iteration is in key order and survives any change made while it runs (the
+// iterator holds the current key and a counted reference to the member).
 //
 // Members that are entities are told their parent when they join
 // (Entity::parentIs) and lose it when they leave or the collection dies.
 
 #include <cstddef>
-#include <cstdint>
-#include <iterator>
-#include <map>
 #include <type_traits>
 #include <utility>
 
 #include <hubstore/foundations/framework/entity.h>
+#include <hubstore/foundations/framework/ordered_entries.h>
 #include <hubstore/foundations/framework/ptr.h>
+#include <hubstore/foundations/framework/tree_storage.h>
 
 namespace Vex {
 
-template <class K, class T>
+template <class K, class T, template <class, class> class Storage = TreeStorage>
 class Collection {
+  using Entries = OrderedEntries<Storage<K, Ptr<T>>>;
+
  public:
-  using Members = std::map<K, Ptr<T>>;
+  using Members = typename Entries::Items;
+  using Iterator = typename Entries::template Iterator<Entries::Yields::value>;
 
   // `owner`/`attribute` name the parent of entity members; both may be null.
   explicit Collection(const Entity* owner = nullptr, const char* attribute = nullptr)
@@ -37,78 +34,40 @@ class Collection {
   Collection& operator=(const Collection&) = delete;
   ~Collection() { deleteAll(); }
 
-  Ptr<T> member(const K& key) const {
-    auto found = members_.find(key);
-    return found == members_.end() ? Ptr<T>() : found->second;
-  }
+  Ptr<T> member(const K& key) const { return Ptr<T>(memberRaw(key)); }
   // Raw lookup for hot paths that take no reference.
   T* memberRaw(const K& key) const {
-    auto found = members_.find(key);
-    return found == members_.end() ? nullptr : found->second.get();
+    const Ptr<T>* found = entries_.find(key);
+    return found ? found->get() : nullptr;
   }
   // Inserts `value` under `key`, replacing (and detaching) a previous member.
   const Ptr<T>& newMember(const K& key, Ptr<T> value) {
     attach(value.get());
-    Ptr<T>& slot = members_[key];
+    auto [slot, inserted] = entries_.tryEmplace(key, std::move(value));
+    if (inserted) return slot;
     Ptr<T> previous = std::exchange(slot, std::move(value));
     if (previous && previous != slot) detach(previous.get());
     return slot;
   }
   // Removes the member under `key` and returns it; null when absent.
   Ptr<T> deleteMember(const K& key) {
-    auto found = members_.find(key);
-    if (found == members_.end()) return Ptr<T>();
-    Ptr<T> removed = std::move(found->second);
-    members_.erase(found);
-    ++removals_;
-    detach(removed.get());
-    return removed;
+    auto removed = entries_.take(key);
+    if (!removed) return Ptr<T>();
+    detach(removed->get());
+    return std::move(*removed);
   }
+  // Each member lets go of its parent as it leaves, and dies (when nothing
+  // else holds it) with the collection consistent without it.
   void deleteAll() {
-    while (!members_.empty()) deleteMember(members_.begin()->first);
+    while (!entries_.empty()) detach(entries_.takeNextToClear().get());
   }
-  std::size_t count() const { return members_.size(); }
-  bool empty() const { return members_.empty(); }
-  const Members& members() const { return members_; }
+  // Room for `count` members without a reallocation (sorted-array storage).
+  void reserve(std::size_t count) { entries_.reserve(count); }
+  std::size_t count() const { return entries_.count(); }
+  bool empty() const { return entries_.empty(); }
+  const Members& members() const { return entries_.items(); }
 
-  class Iterator {
-   public:
-    Iterator(const Collection* collection, typename Members::const_iterator at) : collection_(collection) {
-      load(at);
-    }
-    const K& key() const { return key_; }
-    const Ptr<T>& operator*() const { return current_; }
-    const Ptr<T>& operator->() const { return current_; }
-    Iterator& operator++() {
-      if (collection_->removals_ == removalsSeen_) {
-        load(std::next(at_));
-      } else {
-        load(collection_->members_.upper_bound(key_));
-      }
-      return *this;
-    }
-    bool operator!=(std::nullptr_t) const { return static_cast<bool>(current_); }
-    bool done() const { return !current_; }
-
-   private:
-    void load(typename Members::const_iterator at) {
-      at_ = at;
-      removalsSeen_ = collection_->removals_;
-      if (at == collection_->members_.end()) {
-        current_ = nullptr;
-      } else {
-        key_ = at->first;
-        current_ = at->second;
-      }
-    }
-    const Collection* collection_;
-    typename Members::const_iterator at_;
-    std::uint64_t removalsSeen_ = 0;
-    K key_{};
-    Ptr<T> current_;
-  };
-
-  Iterator begin() const { return Iterator(this, members_.begin()); }
+  Iterator begin() const { return Iterator(&entries_); }
   std::nullptr_t end() const { return nullptr; }
 
  private:
@@ -123,9 +82,7 @@ class Collection {
     }
   }
 
-  Members members_;
-  // Counts removals: an iterator steps on directly while it has seen them all.
-  std::uint64_t removals_ = 0;
+  Entries entries_;
   const Entity* owner_;
   const char* attribute_;
 };

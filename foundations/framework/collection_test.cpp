@@ -1,5 +1,6 @@
-// The contract Collection, FlatCollection and IndexedCollection share, as one
-// typed suite over the three.
+// What the collections add to the ordered containers' contract (see
+// ordered_entries_test.cpp): members' parents and members' deaths, as one
+// typed suite over Collection, FlatCollection and IndexedCollection.
 #include <hubstore/foundations/framework/collection.h>
 
 #include <gtest/gtest.h>
@@ -17,11 +18,6 @@ namespace {
 template <class C>
 class CollectionContract : public ::testing::Test {
  protected:
-  static std::vector<std::string> keysOf(const C& c) {
-    std::vector<std::string> keys;
-    for (auto it = c.begin(); it != c.end(); ++it) keys.push_back(it.key().stdString());
-    return keys;
-  }
   void TearDown() override { EXPECT_EQ(Counter::staticType().liveCount(), 0); }
 };
 using Collections =
@@ -33,31 +29,6 @@ struct CollectionName {
   }
 };
 TYPED_TEST_SUITE(CollectionContract, Collections, CollectionName);
-
-TYPED_TEST(CollectionContract, IteratesInKeyOrderThroughRemovalsAndAdditionsOnEitherSide) {
-  TypeParam c;
-  for (const char* k : {"d", "b", "e", "a", "c"}) c.newMember(k, Counter::CounterIs(k));
-  EXPECT_EQ(this->keysOf(c), (std::vector<std::string>{"a", "b", "c", "d", "e"}));
-  std::vector<std::string> visited;
-  for (auto it = c.begin(); it != c.end(); ++it) {
-    visited.push_back(it.key().stdString());
-    if (it.key() == "b") {  // additions while nothing was removed
-      c.newMember("a0", Counter::CounterIs("a0"));  // before the current key: not visited
-      c.newMember("bb", Counter::CounterIs("bb"));  // after it: visited
-    }
-    if (it.key() == "c") {
-      EXPECT_EQ(c.deleteMember("c"), *it);  // the iterator still holds the member
-      c.deleteMember("d");
-      c.newMember("cc", Counter::CounterIs("cc"));
-    }
-    if (it.key() == "e") c.newMember("f", Counter::CounterIs("f"));  // an append
-  }
-  EXPECT_EQ(visited, (std::vector<std::string>{"a", "b", "bb", "c", "cc", "e", "f"}));
-  EXPECT_EQ(this->keysOf(c), (std::vector<std::string>{"a", "a0", "b", "bb", "cc", "e", "f"}));
-  EXPECT_EQ(c.memberRaw("e")->name(), "e");
-  EXPECT_FALSE(c.member("d"));
-  EXPECT_FALSE(c.deleteMember("d"));
-}
 
 TYPED_TEST(CollectionContract, MembersKnowTheirParentOnlyWhileTheyAreMembers) {
   Ptr<Counter> owner = Counter::CounterIs("root");
@@ -76,19 +47,6 @@ TYPED_TEST(CollectionContract, MembersKnowTheirParentOnlyWhileTheyAreMembers) {
     EXPECT_EQ(c.count(), 1u);
   }
   EXPECT_EQ(second->parent(), nullptr);  // the dying collection let go
-}
-
-TYPED_TEST(CollectionContract, LookupsStayRightThroughGrowthAndRemovalsInAnyOrder) {
-  TypeParam c;
-  std::vector<std::string> keys;
-  for (int i = 0; i < 200; ++i) keys.push_back("k" + std::to_string(i * 7919 % 1000));
-  for (const auto& k : keys) c.newMember(k, Counter::CounterIs(k.c_str()));
-  for (std::size_t i = 0; i < keys.size(); i += 3) c.deleteMember(keys[i]);
-  for (std::size_t i = 0; i < keys.size(); ++i) {
-    Counter* found = c.memberRaw(keys[i]);
-    EXPECT_EQ(found ? found->name().stdString() : "", i % 3 ? keys[i] : "") << keys[i];
-  }
-  EXPECT_EQ(c.count(), 133u);
 }
 
 // Looks its collection up from its destructor, as a group does through its

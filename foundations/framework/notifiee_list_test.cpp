@@ -63,7 +63,10 @@ TEST_F(ThreeProbes, ANotifieeAddedDuringARoundWaitsForTheNextRound) {
 }
 
 TEST_F(ThreeProbes, TheRecordAndTheCallerSurviveReleasingEverythingMidDispatch) {
-  a->action = [this] { a = b = c = nullptr, counter = nullptr; };  // the last holders of the record
+  a->action = [this] {  // the last holders of the record
+    a = b = c = nullptr;
+    counter = nullptr;
+  };
   Counter* raw = counter.get();
   raw->valueIs(1);  // the dispatch keeps the record and the running probe alive until it ends
   EXPECT_EQ(log, (Log{"a"}));
@@ -72,7 +75,10 @@ TEST_F(ThreeProbes, TheRecordAndTheCallerSurviveReleasingEverythingMidDispatch) 
 
 TEST_F(ThreeProbes, WithThreadSafePointersTheDispatchHoldsCountedReferences) {
   threadSafePointersIs(true);
-  b->action = [this] { a = b = c = nullptr, counter = nullptr; };
+  b->action = [this] {
+    a = b = c = nullptr;
+    counter = nullptr;
+  };
   Counter* raw = counter.get();
   raw->valueIs(1);
   threadSafePointersIs(false);

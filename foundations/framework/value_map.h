@@ -1,91 +1,48 @@
 #pragma once
-// Vex::ValueMap<K, V>: a map of plain values, ordered by key, whose iteration
-// survives changes made while it runs: each step goes to the first key after
-// the current one, a plain step while nothing was removed since the last one,
-// as Vex::Collection does.
+// Vex::ValueMap<K, V>: a map of plain values, ordered by key, over tree
+// storage; Vex::FlatValueMap is the same map over a sorted array. Lookup,
+// insertion order and iteration are OrderedEntries': iteration is in key
+// order and survives any change made while it runs.
 
 #include <cstddef>
-#include <cstdint>
-#include <iterator>
-#include <map>
 #include <utility>
+
+#include <hubstore/foundations/framework/ordered_entries.h>
+#include <hubstore/foundations/framework/tree_storage.h>
 
 namespace Vex {
 
-template <class K, class V>
+template <class K, class V, template <class, class> class Storage = TreeStorage>
 class ValueMap {
- public:
-  using Entries = std::map<K, V>;
+  using Core = OrderedEntries<Storage<K, V>>;
 
-  const V* value(const K& key) const {
-    auto found = entries_.find(key);
-    return found == entries_.end() ? nullptr : &found->second;
-  }
-  bool contains(const K& key) const { return entries_.find(key) != entries_.end(); }
+ public:
+  using Entries = typename Core::Items;
+  using Entry = typename Core::Entry;
+  using Iterator = typename Core::template Iterator<Core::Yields::entry>;
+
+  const V* value(const K& key) const { return core_.find(key); }
+  bool contains(const K& key) const { return core_.find(key) != nullptr; }
   // Stores `value`; returns whether the map changed.
   bool valueIs(const K& key, V value) {
-    auto [at, inserted] = entries_.try_emplace(key, value);
+    auto [slot, inserted] = core_.tryEmplace(key, std::move(value));
     if (inserted) return true;
-    if (at->second == value) return false;
-    at->second = std::move(value);
+    if (slot == value) return false;
+    slot = std::move(value);
     return true;
   }
   // Returns whether an entry was removed.
-  bool valueDel(const K& key) {
-    if (entries_.erase(key) == 0) return false;
-    ++removals_;
-    return true;
-  }
-  void clear() {
-    entries_.clear();
-    ++removals_;
-  }
-  std::size_t count() const { return entries_.size(); }
-  bool empty() const { return entries_.empty(); }
-  const Entries& entries() const { return entries_; }
+  bool valueDel(const K& key) { return core_.take(key).has_value(); }
+  void clear() { core_.clear(); }
+  std::size_t count() const { return core_.count(); }
+  bool empty() const { return core_.empty(); }
+  const Entries& entries() const { return core_.items(); }
 
-  struct Entry {
-    K key;
-    V value;
-  };
-
-  class Iterator {
-   public:
-    Iterator(const ValueMap* map, typename Entries::const_iterator at) : map_(map) { load(at); }
-    const Entry& operator*() const { return current_; }
-    const Entry* operator->() const { return &current_; }
-    Iterator& operator++() {
-      if (map_->removals_ == removalsSeen_) {
-        load(std::next(at_));
-      } else {
-        load(map_->entries_.upper_bound(current_.key));
-      }
-      return *this;
-    }
-    bool operator!=(std::nullptr_t) const { return !done_; }
-    bool done() const { return done_; }
-
-   private:
-    void load(typename Entries::const_iterator at) {
-      at_ = at;
-      removalsSeen_ = map_->removals_;
-      done_ = at == map_->entries_.end();
-      if (!done_) current_ = Entry{at->first, at->second};
-    }
-    const ValueMap* map_;
-    typename Entries::const_iterator at_;
-    std::uint64_t removalsSeen_ = 0;
-    Entry current_{};
-    bool done_ = true;
-  };
-
-  Iterator begin() const { return Iterator(this, entries_.begin()); }
+  Iterator begin() const { return Iterator(&core_); }
   std::nullptr_t end() const { return nullptr; }
 
  private:
-  Entries entries_;
-  // Counts removals: an iterator steps on directly while it has seen them all.
-  std::uint64_t removals_ = 0;
+  Core core_;
 };
 
 namespace detail {

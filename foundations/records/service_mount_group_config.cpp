@@ -5,11 +5,8 @@ namespace Controller {
 const Vex::TypeDescriptor& ServiceMountGroupConfig::staticType() {
   static const Vex::TypeDescriptor type(
       "Controller::ServiceMountGroupConfig",
-      {{"name", Vex::AttributeKind::attribute, Vex::firstRecordAttribute},
-       {"mountConfig", Vex::AttributeKind::collection, Attr::mountConfig},
-       {"preserveMountsOnDisconnect", Vex::AttributeKind::attribute, Attr::preserveMountsOnDisconnect},
-       {"systemFilter", Vex::AttributeKind::attribute, Attr::systemFilter},
-       {"versionFilter", Vex::AttributeKind::attribute, Attr::versionFilter}});
+      attributes({"mountConfig", Vex::AttributeKind::collection, Attr::mountConfig},
+                 {"preserveMountsOnDisconnect", Vex::AttributeKind::attribute, Attr::preserveMountsOnDisconnect}));
   return type;
 }
 
@@ -26,14 +23,6 @@ void ServiceMountGroupConfig::mountConfigDel(Vex::Name remotePath) {
 
 void ServiceMountGroupConfig::preserveMountsOnDisconnectIs(bool preserve) {
   if (assignIfChanged(preserveMountsOnDisconnect_, preserve)) notify(Attr::preserveMountsOnDisconnect);
-}
-
-void ServiceMountGroupConfig::systemFilterIs(const Vex::Ptr<MountFilterSystem>& filter) {
-  if (assignIfChanged(systemFilter_, filter)) notify(Attr::systemFilter);
-}
-
-void ServiceMountGroupConfig::versionFilterIs(const Vex::Ptr<MountFilterServiceVersion>& filter) {
-  if (assignIfChanged(versionFilter_, filter)) notify(Attr::versionFilter);
 }
 
 }  // namespace Controller

@@ -1,11 +1,10 @@
 #pragma once
 // Controller::ServiceMountGroupConfig: one mount group's part of the service
 // mount configuration: the remote paths mounted from every switch, whether the
-// switches keep them while disconnected, and the group's filters.
+// switches keep them while disconnected, and the group's filters (the pair
+// is GroupConfigRecord's).
 
-#include <hubstore/foundations/records/mount_filter_service_version.h>
-#include <hubstore/foundations/records/mount_filter_system.h>
-#include <hubstore/foundations/records/record.h>
+#include <hubstore/foundations/records/group_config_record.h>
 
 namespace Controller {
 
@@ -17,13 +16,11 @@ struct MountConfig {
   friend bool operator==(const MountConfig&, const MountConfig&) = default;
 };
 
-class ServiceMountGroupConfig : public Vex::Entity {
+class ServiceMountGroupConfig : public GroupConfigRecord {
  public:
-  struct Attr {
+  struct Attr : GroupConfigRecord::Attr {
     static constexpr Vex::AttributeId mountConfig = Vex::firstRecordAttribute + 1;
     static constexpr Vex::AttributeId preserveMountsOnDisconnect = Vex::firstRecordAttribute + 2;
-    static constexpr Vex::AttributeId systemFilter = Vex::firstRecordAttribute + 3;
-    static constexpr Vex::AttributeId versionFilter = Vex::firstRecordAttribute + 4;
   };
   static Vex::Ptr<ServiceMountGroupConfig> ServiceMountGroupConfigIs(const Vex::Name& name) {
     return Vex::make<ServiceMountGroupConfig>(name);
@@ -40,21 +37,14 @@ class ServiceMountGroupConfig : public Vex::Entity {
   bool preserveMountsOnDisconnect() const { return preserveMountsOnDisconnect_; }
   void preserveMountsOnDisconnectIs(bool preserve);
 
-  const Vex::Ptr<MountFilterSystem>& systemFilter() const { return systemFilter_; }
-  void systemFilterIs(const Vex::Ptr<MountFilterSystem>& filter);
-  const Vex::Ptr<MountFilterServiceVersion>& versionFilter() const { return versionFilter_; }
-  void versionFilterIs(const Vex::Ptr<MountFilterServiceVersion>& filter);
-
  protected:
-  explicit ServiceMountGroupConfig(const Vex::Name& name) : Vex::Entity(name) {}
+  explicit ServiceMountGroupConfig(const Vex::Name& name) : GroupConfigRecord(name) {}
   template <class T, class... Args>
   friend Vex::Ptr<T> Vex::make(Args&&...);
 
  private:
   Vex::ValueMap<Vex::Name, MountConfig> mountConfig_;
   bool preserveMountsOnDisconnect_ = false;
-  Vex::Ptr<MountFilterSystem> systemFilter_;
-  Vex::Ptr<MountFilterServiceVersion> versionFilter_;
 };
 
 }  // namespace Controller

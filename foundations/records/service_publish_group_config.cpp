@@ -3,12 +3,10 @@
 namespace Controller {
 
 const Vex::TypeDescriptor& ServicePublishGroupConfig::staticType() {
-  static const Vex::TypeDescriptor type("Controller::ServicePublishGroupConfig",
-                                        {{"name", Vex::AttributeKind::attribute, Vex::firstRecordAttribute},
-                                         {"publishConfig", Vex::AttributeKind::collection, Attr::publishConfig},
-                                         {"publishDir", Vex::AttributeKind::collection, Attr::publishDir},
-                                         {"systemFilter", Vex::AttributeKind::attribute, Attr::systemFilter},
-                                         {"versionFilter", Vex::AttributeKind::attribute, Attr::versionFilter}});
+  static const Vex::TypeDescriptor type(
+      "Controller::ServicePublishGroupConfig",
+      attributes({"publishConfig", Vex::AttributeKind::collection, Attr::publishConfig},
+                 {"publishDir", Vex::AttributeKind::collection, Attr::publishDir}));
   return type;
 }
 
@@ -33,13 +31,5 @@ Vex::Ptr<PublishDir> ServicePublishGroupConfig::publishDirIs(const Vex::Name& na
 }
 
 void ServicePublishGroupConfig::publishDirDel(Vex::Name name) { memberDel(publishDir_, name, Attr::publishDir); }
-
-void ServicePublishGroupConfig::systemFilterIs(const Vex::Ptr<MountFilterSystem>& filter) {
-  if (assignIfChanged(systemFilter_, filter)) notify(Attr::systemFilter);
-}
-
-void ServicePublishGroupConfig::versionFilterIs(const Vex::Ptr<MountFilterServiceVersion>& filter) {
-  if (assignIfChanged(versionFilter_, filter)) notify(Attr::versionFilter);
-}
 
 }  // namespace Controller

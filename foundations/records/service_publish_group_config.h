@@ -1,12 +1,11 @@
 #pragma once
 // Controller::ServicePublishGroupConfig: one mount group's part of the service
 // publish configuration: the controller database paths published to the
-// switches, the directories published per switch, and the group's filters.
+// switches, the directories published per switch, and the group's filters
+// (the pair is GroupConfigRecord's).
 
-#include <hubstore/foundations/records/mount_filter_service_version.h>
-#include <hubstore/foundations/records/mount_filter_system.h>
+#include <hubstore/foundations/records/group_config_record.h>
 #include <hubstore/foundations/records/publish_dir.h>
-#include <hubstore/foundations/records/record.h>
 
 namespace Controller {
 
@@ -17,13 +16,11 @@ struct PublishConfig {
   friend bool operator==(const PublishConfig&, const PublishConfig&) = default;
 };
 
-class ServicePublishGroupConfig : public Vex::Entity {
+class ServicePublishGroupConfig : public GroupConfigRecord {
  public:
-  struct Attr {
+  struct Attr : GroupConfigRecord::Attr {
     static constexpr Vex::AttributeId publishConfig = Vex::firstRecordAttribute + 1;
     static constexpr Vex::AttributeId publishDir = Vex::firstRecordAttribute + 2;
-    static constexpr Vex::AttributeId systemFilter = Vex::firstRecordAttribute + 3;
-    static constexpr Vex::AttributeId versionFilter = Vex::firstRecordAttribute + 4;
   };
   static Vex::Ptr<ServicePublishGroupConfig> ServicePublishGroupConfigIs(const Vex::Name& name) {
     return Vex::make<ServicePublishGroupConfig>(name);
@@ -45,21 +42,14 @@ class ServicePublishGroupConfig : public Vex::Entity {
   Vex::Ptr<PublishDir> publishDirIs(const Vex::Name& name, const Vex::String& vexcType);
   void publishDirDel(Vex::Name name);
 
-  const Vex::Ptr<MountFilterSystem>& systemFilter() const { return systemFilter_; }
-  void systemFilterIs(const Vex::Ptr<MountFilterSystem>& filter);
-  const Vex::Ptr<MountFilterServiceVersion>& versionFilter() const { return versionFilter_; }
-  void versionFilterIs(const Vex::Ptr<MountFilterServiceVersion>& filter);
-
  protected:
-  explicit ServicePublishGroupConfig(const Vex::Name& name) : Vex::Entity(name), publishDir_(this, "publishDir") {}
+  explicit ServicePublishGroupConfig(const Vex::Name& name) : GroupConfigRecord(name), publishDir_(this, "publishDir") {}
   template <class T, class... Args>
   friend Vex::Ptr<T> Vex::make(Args&&...);
 
  private:
   Vex::ValueMap<Vex::Name, PublishConfig> publishConfig_;
   Vex::Collection<Vex::Name, PublishDir> publishDir_;
-  Vex::Ptr<MountFilterSystem> systemFilter_;
-  Vex::Ptr<MountFilterServiceVersion> versionFilter_;
 };
 
 }  // namespace Controller

@@ -3,7 +3,11 @@
 #include <algorithm>
 #include <map>
 #include <set>
+#include <stdexcept>
 #include <utility>
+
+#include "tools/sim/config_schema.h"
+#include "tools/sim/verb_table.h"
 
 namespace hubstore::fuzz {
 namespace {
@@ -16,104 +20,144 @@ struct Kind {
   std::vector<std::string_view> alternatives;
 };
 
-// Command slots by number. Empty slots are free: a new command takes one
-// without moving the others, so inputs found earlier keep their meaning.
-constexpr std::size_t kSlots = 64;
-
-const std::vector<std::string_view>& commandSlots() {
-  static const std::vector<std::string_view> slots = [] {
-    std::vector<std::string_view> table(kSlots);
-    const std::pair<std::size_t, std::string_view> used[] = {
-        // The world
-        {0, "agent {agent}"},
-        {1, "records"},
-        {2, "records leaderGenId={genId}"},
-        {3, "record {recordPath} {recordType}"},
-        {4, "recordDel {recordPath}"},
-        {5, "leaderGenId {genId}"},
-        {6, "set {configLine}"},
-        {7, "unset {configPlace}"},
-        {8, "restart"},
-        // The mount machinery
-        {9, "systemStatus {sys}"},
-        {10, "systemStatus {sys} {group}={state}"},
-        {11, "systemStatus {sys} {group}={state} {group}={state}"},
-        {12, "systemStatusDel {sys}"},
-        {13, "serviceMountGroupStatus {sys} {group} {state}"},
-        {14, "serviceMountGroupStatusDel {sys} {group}"},
-        {15, "mountState {sys} {group} {state}"},
-        {16, "initialMountsComplete {group} {bool}"},
-        {17, "initialMountsCompleteDel {group}"},
-        {18, "mountedPathPrefix {remote} {prefix}"},
-        {19, "mountedPathPrefixDel {remote}"},
-        {20, "publishGroupStatus {group}"},
-        {21, "publishGroupStatusDel {group}"},
-        {22, "publishStatus {group} {path}"},
-        {23, "publishStatusDel {group} {path}"},
-        // The agent
-        {24, "mounter {mounter}"},
-        {25, "mounter {mounter} default"},
-        {26, "service {service}"},
-        {27, "serviceDel"},
-        {28, "closed {bool}"},
-        {29, "publishMountsSynchronized {bool}"},
-        {30, "group {group} {mounterOrNone}"},
-        {31, "groupDel {group}"},
-        {32, "controllerMount {group} {remote} {path} {type} {flags}"},
-        {33, "publishMount {group} {path} {remote} {type}"},
-        {34, "perSwitchPublishMount {group} {path} {remote} {type}"},
-        {35, "controllerMountDel {group} {remote}"},
-        {36, "publishMountDel {group} {path}"},
-        {37, "perSwitchPublishMountDel {group} {path}"},
-        {38, "controllerMountDelAll {group}"},
-        {39, "publishMountDelAll {group}"},
-        {40, "perSwitchPublishMountDelAll {group}"},
-        {41, "publishActive {group} {path} {bool}"},
-        {42, "groupSwitchWhiteList {group} {switchListOrNone}"},
-        {43, "groupVersionWhiteList {group} {versionListOrNone}"},
-        {44, "groupClosed {group} {bool}"},
-        {45, "groupPreserveMountsOnDisconnect {group} {bool}"},
-        {46, "switchWhiteList {switchList}"},
-        {47, "switchWhiteListDel {switchList}"},
-        {48, "allowedSwitch {switchList} {sys} {bool}"},
-        {49, "allowedSwitchDel {switchList} {sys}"},
-        {50, "allowedSwitchDelAll {switchList}"},
-        {51, "versionWhiteList {versionList}"},
-        {52, "versionWhiteListDel {versionList}"},
-        {53, "allowedVersion {versionList} {version} {bool}"},
-        {54, "allowedVersionDel {versionList} {version}"},
-        {55, "allowedVersionDelAll {versionList}"},
-        // The tool
-        {56, "trace {levels}"},
-        {57, "dump"},
-        // Hooks that act
-        {58, "mounter {mounter} throwing {hook}"},
-        {59, "when {mounter} {hook} {groupOrStar} {hookAction}"},
-        {60, "whenDel {mounter}"},
-        {61, "serviceMountGroupStatus {sys} {group}"},
-        {62, "mounter {mounter} counting"},
-    };
-    for (const auto& [slot, command] : used) table[slot] = command;
-    return table;
-  }();
-  return slots;
+// The alphabet's placeholder for each word of the verb table's synopses.
+const std::map<std::string_view, std::string_view, std::less<>>& placeholders() {
+  static const std::map<std::string_view, std::string_view, std::less<>> table = {
+      {"G", "{group}"}, {"SYS", "{sys}"}, {"REMOTE", "{remote}"}, {"HUBSTOREPATH", "{path}"}, {"TYPE", "{type}"},
+      {"FLAGS", "{flags}"}, {"L", "{switchList}"}, {"V", "{versionList}"}, {"BOOL", "{bool}"}, {"STATE", "{state}"},
+      {"N", "{version}"}, {"M", "{mounter}"}, {"M|none", "{mounterOrNone}"}, {"L|none", "{switchListOrNone}"},
+      {"V|none", "{versionListOrNone}"}, {"PREFIX", "{prefix}"}, {"ID", "{genId}"}, {"PATH", "{recordPath}"},
+      {"LEVELS|off", "{levels}"}, {"G=STATE", "{group}={state}"}, {"leaderGenId=ID", "leaderGenId={genId}"},
+  };
+  return table;
 }
 
-// What a hook may run: the agent's and the mount machinery's commands (the
-// language allows no other), without the two that could end in a documented
-// fatal assertion at a moment the fuzzer cannot see: `service` (its records
-// may be gone by then) and `groupClosed G true` (the group may have no
-// version allow-list by then).
+// Verbs whose words say too little for the alphabet: a NAME of one kind or
+// another, and the verbs with words of their own form.
+const std::map<std::string_view, std::vector<std::string_view>, std::less<>>& ownTemplates() {
+  static const std::map<std::string_view, std::vector<std::string_view>, std::less<>> table = {
+      {"agent", {"{agent}"}},
+      {"service", {"{service}"}},
+      {"record", {"{recordPath} {recordType}"}},
+      {"set", {"{configLine}"}},
+      {"unset", {"{configPlace}"}},
+      {"mounter", {"{mounter}", "{mounter} default", "{mounter} counting", "{mounter} throwing {hook}"}},
+      {"when", {"{mounter} {hook} {groupOrStar} {hookAction}"}},
+  };
+  return table;
+}
+
+// Left out: the reports and the tool's own verbs, and repeat, whose commands
+// are each one the alphabet has already.
+bool leftOut(std::string_view verb) {
+  static const std::set<std::string_view, std::less<>> verbs = {"echo", "explain", "hookCounts", "help", "quit",
+                                                               "repeat"};
+  return verbs.count(verb) > 0;
+}
+
+// A verb's lines: its words, then its optional words one more at a time (a
+// repeated one twice at most).
+std::vector<std::string> templatesOf(const sim::Verb& verb) {
+  std::vector<std::string> templates;
+  const std::string name(verb.name);
+  if (auto own = ownTemplates().find(verb.name); own != ownTemplates().end()) {
+    for (std::string_view words : own->second) templates.push_back(name + " " + std::string(words));
+    return templates;
+  }
+  const sim::Words& words = verb.words;
+  if (words.parser) throw std::logic_error("the fuzzer's alphabet cannot say " + name);
+  std::string line = name;
+  const std::size_t most = words.params.size() + (words.variadic ? 1 : 0);
+  for (std::size_t i = 0; i < most; ++i) {
+    if (i >= words.required) templates.push_back(line);
+    const sim::Param& param = words.params[std::min(i, words.params.size() - 1)];
+    const auto placeholder = placeholders().find(param.name);
+    if (placeholder == placeholders().end()) {
+      throw std::logic_error("the fuzzer's alphabet has no word for " + name + "'s " + std::string(param.name));
+    }
+    line += " " + std::string(placeholder->second);
+  }
+  templates.push_back(line);
+  return templates;
+}
+
+// What a hook may run: the verbs a hook may run (the language allows no
+// other), without the two that could end in a documented fatal assertion at
+// a moment the fuzzer cannot see: `service` (its records may be gone by
+// then) and `groupClosed G true` (the group may have no version allow-list
+// by then).
 std::vector<std::string_view> hookActions() {
-  static const std::set<std::string_view> excluded = {
-      "agent", "records", "record", "recordDel", "leaderGenId", "restart", "set", "unset",
-      "trace", "dump",    "when",   "service",   "groupClosed"};
   std::vector<std::string_view> actions;
-  for (std::string_view command : commandSlots()) {
-    if (!command.empty() && !excluded.count(command.substr(0, command.find(' ')))) actions.push_back(command);
+  for (const sim::VerbSection& section : sim::verbSections()) {
+    for (const sim::Verb& verb : section.verbs) {
+      if (!verb.hookMayRun || leftOut(verb.name) || verb.name == "service" || verb.name == "groupClosed") continue;
+      for (const std::string& line : commandTemplates()) {
+        if (line.substr(0, line.find(' ')) == verb.name) actions.push_back(line);
+      }
+    }
   }
   actions.push_back("groupClosed {group} false");
   return actions;
+}
+
+// The `set` and `unset` lines of every place of the configuration schema,
+// in the alphabet's words.
+struct ConfigLines {
+  std::vector<std::string> lines;
+  std::vector<std::string> places;
+};
+
+std::string placeholderOf(std::string_view word) {
+  const auto found = placeholders().find(word);
+  if (found == placeholders().end()) {
+    throw std::logic_error("the fuzzer's alphabet has no word for " + std::string(word));
+  }
+  return std::string(found->second);
+}
+
+std::string valueOf(const sim::SchemaNode& node) {
+  using Kind = sim::ConfigValueKind;
+  switch (node.kind) {
+    case Kind::RecordType:
+      return std::string(node.typeName);
+    case Kind::Scalar:
+      return node.attribute == "serviceName" ? "{service}" : "{genId}";
+    case Kind::Bool:
+      return "{bool}";
+    case Kind::Filter:
+      return node.attribute == "systemFilter" ? "{systemFilterRef}" : "{versionFilterRef}";
+    case Kind::Fields:
+      break;
+  }
+  std::string fields;
+  for (const sim::FieldShape& field : node.fields) {
+    // PATH in a field is a path of the controller's database, as HUBSTOREPATH.
+    const std::string_view word = field.placeholder == "PATH" ? "HUBSTOREPATH" : field.placeholder;
+    fields += (fields.empty() ? "" : " ") + std::string(field.name) + "=" + placeholderOf(word);
+  }
+  return fields;
+}
+
+void addConfigLines(const sim::SchemaNode& node, const std::string& parent, ConfigLines& out) {
+  std::string place = parent.empty() ? std::string(node.attribute) : parent + "." + std::string(node.attribute);
+  if (node.key != sim::KeyKind::None) place += "[" + placeholderOf(node.keyName) + "]";
+  out.places.push_back(place);
+  out.lines.push_back(place + " = " + valueOf(node));
+  if (parent.empty()) out.lines.push_back(place + " = none");
+  for (const sim::SchemaNode& member : node.members) addConfigLines(member, place, out);
+}
+
+const ConfigLines& configLines() {
+  static const ConfigLines lines = [] {
+    ConfigLines all;
+    for (const sim::SchemaNode& root : sim::configRoots()) addConfigLines(root, "", all);
+    return all;
+  }();
+  return lines;
+}
+
+std::vector<std::string_view> viewsOf(const std::vector<std::string>& texts) {
+  return std::vector<std::string_view>(texts.begin(), texts.end());
 }
 
 const std::map<std::string_view, Kind, std::less<>>& kinds() {
@@ -165,56 +209,10 @@ const std::map<std::string_view, Kind, std::less<>>& kinds() {
          false,
          {"none", "mountConfig.versionFilter[{versionList}]", "publishConfig.versionFilter[{versionList}]",
           "detached {versionList}"}},
-        // A `set` line: a place of the configuration records and a value.
-        {"configLine",
-         false,
-         {"mountConfig = ServiceMountConfig",
-          "mountConfig = none",
-          "mountConfig.warm = {bool}",
-          "mountConfig.serviceName = {service}",
-          "mountConfig.leaderGenId = {genId}",
-          "mountConfig.mountGroupConfig[{group}] = ServiceMountGroupConfig",
-          "mountConfig.mountGroupConfig[{group}].preserveMountsOnDisconnect = {bool}",
-          "mountConfig.mountGroupConfig[{group}].systemFilter = {systemFilterRef}",
-          "mountConfig.mountGroupConfig[{group}].versionFilter = {versionFilterRef}",
-          "mountConfig.mountGroupConfig[{group}].mountConfig[{remote}] = vexcType={type} vexcFlags={flags} "
-          "hubstorePath={path}",
-          "mountConfig.systemFilter[{switchList}] = MountFilterSystem",
-          "mountConfig.systemFilter[{switchList}].includedSystem[{sys}] = {bool}",
-          "mountConfig.versionFilter[{versionList}] = MountFilterServiceVersion",
-          "mountConfig.versionFilter[{versionList}].includedServiceVersion[{version}] = {bool}",
-          "publishConfig = ServicePublishConfig",
-          "publishConfig = none",
-          "publishConfig.ready = {bool}",
-          "publishConfig.serviceName = {service}",
-          "publishConfig.leaderGenId = {genId}",
-          "publishConfig.publishGroupConfig[{group}] = ServicePublishGroupConfig",
-          "publishConfig.publishGroupConfig[{group}].systemFilter = {systemFilterRef}",
-          "publishConfig.publishGroupConfig[{group}].versionFilter = {versionFilterRef}",
-          "publishConfig.publishGroupConfig[{group}].publishConfig[{path}] = remotePath={remote} vexcType={type}",
-          "publishConfig.publishGroupConfig[{group}].publishDir[{path}] = vexcType={type} remoteTargetPath={remote} "
-          "readyToPublish={bool}",
-          "publishConfig.systemFilter[{switchList}] = MountFilterSystem",
-          "publishConfig.systemFilter[{switchList}].includedSystem[{sys}] = {bool}",
-          "publishConfig.versionFilter[{versionList}] = MountFilterServiceVersion",
-          "publishConfig.versionFilter[{versionList}].includedServiceVersion[{version}] = {bool}"}},
-        // An `unset` line: the places alone.
-        {"configPlace",
-         false,
-         {"mountConfig", "mountConfig.warm", "mountConfig.serviceName", "mountConfig.leaderGenId",
-          "mountConfig.mountGroupConfig[{group}]", "mountConfig.mountGroupConfig[{group}].preserveMountsOnDisconnect",
-          "mountConfig.mountGroupConfig[{group}].systemFilter", "mountConfig.mountGroupConfig[{group}].versionFilter",
-          "mountConfig.mountGroupConfig[{group}].mountConfig[{remote}]", "mountConfig.systemFilter[{switchList}]",
-          "mountConfig.systemFilter[{switchList}].includedSystem[{sys}]", "mountConfig.versionFilter[{versionList}]",
-          "mountConfig.versionFilter[{versionList}].includedServiceVersion[{version}]", "publishConfig",
-          "publishConfig.ready", "publishConfig.serviceName", "publishConfig.leaderGenId",
-          "publishConfig.publishGroupConfig[{group}]", "publishConfig.publishGroupConfig[{group}].systemFilter",
-          "publishConfig.publishGroupConfig[{group}].versionFilter",
-          "publishConfig.publishGroupConfig[{group}].publishConfig[{path}]",
-          "publishConfig.publishGroupConfig[{group}].publishDir[{path}]", "publishConfig.systemFilter[{switchList}]",
-          "publishConfig.systemFilter[{switchList}].includedSystem[{sys}]",
-          "publishConfig.versionFilter[{versionList}]",
-          "publishConfig.versionFilter[{versionList}].includedServiceVersion[{version}]"}},
+        // A `set` line: a place of the configuration records and a value;
+        // an `unset` line: the place alone.
+        {"configLine", false, viewsOf(configLines().lines)},
+        {"configPlace", false, viewsOf(configLines().places)},
     };
     std::map<std::string_view, Kind, std::less<>> byName;
     for (const Kind& kind : list) byName.emplace(kind.name, kind);
@@ -408,17 +406,31 @@ std::string normalized(std::string_view line) {
 
 }  // namespace
 
+const std::vector<std::string>& commandTemplates() {
+  static const std::vector<std::string> templates = [] {
+    std::vector<std::string> lines;
+    for (const sim::VerbSection& section : sim::verbSections()) {
+      for (const sim::Verb& verb : section.verbs) {
+        if (leftOut(verb.name)) continue;
+        for (std::string& line : templatesOf(verb)) lines.push_back(std::move(line));
+      }
+    }
+    // One byte chooses the line.
+    if (lines.size() > 256) throw std::logic_error("the fuzzer's alphabet needs a second byte for its lines");
+    return lines;
+  }();
+  return templates;
+}
+
 std::string decode(std::span<const std::uint8_t> bytes) {
-  const auto& slots = commandSlots();
+  const auto& slots = commandTemplates();
   ByteReader in(bytes);
   std::string scenario;
   std::size_t commands = 0;
   std::uint8_t byte = 0;
   while (commands < kMaxCommands && in.next(byte)) {
-    const std::string_view slot = slots[byte % kSlots];
-    if (slot.empty()) continue;
     std::string line;
-    if (!expandPattern(slot, in, line)) break;
+    if (!expandPattern(slots[byte % slots.size()], in, line)) break;
     scenario += line + "\n";
     ++commands;
   }
@@ -426,7 +438,7 @@ std::string decode(std::span<const std::uint8_t> bytes) {
 }
 
 Encoding encode(std::string_view scenario) {
-  const auto& slots = commandSlots();
+  const auto& slots = commandTemplates();
   Encoding encoding;
   Renaming renaming;
   std::size_t at = 0;
@@ -438,7 +450,6 @@ Encoding encode(std::string_view scenario) {
     if (line.empty()) continue;
     bool encoded = false;
     for (std::size_t slot = 0; slot < slots.size() && !encoded; ++slot) {
-      if (slots[slot].empty()) continue;
       for (Match& match : matchPattern(slots[slot], line, 0, '\0', renaming)) {
         if (match.end != line.size()) continue;
         encoding.bytes.push_back(static_cast<std::uint8_t>(slot));

@@ -5,12 +5,18 @@
 // Every command is a template such as `allowedSwitch {switchList} {sys} {bool}`
 // whose placeholders name a kind: a list of alternatives, each either a plain
 // word (`L1`) or a template of its own (`mountConfig.systemFilter[{switchList}]`).
-// decode() reads one byte for the command's slot (byte % 64; unused slots
-// read nothing more) and one byte per choice among two or more alternatives
-// (byte % count), so every byte string is a scenario, and a mutation of one
-// byte changes one choice:
+// The templates come from the verb table (tools/sim/verb_table.h), in its
+// order: each synopsis word has its kind (G is {group}), and a verb with
+// optional words has one template per count of them. decode() reads one byte
+// for the template (byte % the number of templates) and one byte per choice
+// among two or more alternatives (byte % count), so every byte string is a
+// scenario, and a mutation of one byte changes one choice:
 //
-//   decode({24, 0, 46, 1})   ->  "mounter m1\nswitchWhiteList L2\n"
+//   decode({slot of "mounter {mounter}", 0})  ->  "mounter m1\n"
+//
+// A new verb moves the templates after it: the seed corpus is encoded from
+// scenario text at every build, so it follows; a corpus of bytes kept
+// elsewhere changes meaning.
 //
 // encode() is the inverse for scenario text: each line is matched against the
 // templates and written as the bytes that decode to it. Names outside the
@@ -23,7 +29,7 @@
 // The alphabet: 3 switches in several spellings and one malformed name, 3
 // groups, 2 mounters, 2 switch lists and 2 version lists, versions 0-3, 3
 // remote paths, 3 controller database paths, 2 agents, 2 services; every
-// command of the scenario language except echo, the reports (explain,
+// verb of the scenario language except echo, the reports (explain,
 // hookCounts, help), quit and repeat, whose commands are each one the
 // alphabet has already. What a hook runs (`when M
 // HOOK G COMMAND`) is any agent or mount machinery command but `service` and
@@ -52,5 +58,8 @@ struct Encoding {
 };
 
 Encoding encode(std::string_view scenario);
+
+// The command templates, one per value of a command's first byte.
+const std::vector<std::string>& commandTemplates();
 
 }  // namespace hubstore::fuzz

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <random>
 #include <string>
@@ -18,12 +19,35 @@ std::vector<std::uint8_t> randomBytes(std::mt19937& random, std::size_t size) {
   return bytes;
 }
 
+std::uint8_t slotOf(std::string_view line) {
+  const auto& templates = commandTemplates();
+  const auto found = std::find(templates.begin(), templates.end(), line);
+  EXPECT_NE(found, templates.end()) << line;
+  return static_cast<std::uint8_t>(found - templates.begin());
+}
+
 TEST(CommandAlphabet, OneByteChoosesTheCommandAndOneEachChoiceAmongSeveral) {
-  EXPECT_EQ(decode(std::vector<std::uint8_t>{24, 0, 46, 1}), "mounter m1\nswitchWhiteList L2\n");
-  // Choices wrap around; a slot with nothing in it reads no more.
-  EXPECT_EQ(decode(std::vector<std::uint8_t>{24 + 64, 3, 63, 1}), "mounter m2\nrecords\n");
+  const std::uint8_t mounter = slotOf("mounter {mounter}");
+  const std::uint8_t list = slotOf("switchWhiteList {switchList}");
+  const std::uint8_t records = slotOf("records");
+  EXPECT_EQ(decode(std::vector<std::uint8_t>{mounter, 0, list, 1}), "mounter m1\nswitchWhiteList L2\n");
+  // Choices wrap around, and so do the commands; a command without choices
+  // reads no more.
+  const auto wrapped = static_cast<std::uint8_t>(mounter + commandTemplates().size());
+  EXPECT_EQ(decode(std::vector<std::uint8_t>{wrapped, 3, records, list, 1}),
+            "mounter m2\nrecords\nswitchWhiteList L2\n");
   // A command whose bytes run out is dropped.
-  EXPECT_EQ(decode(std::vector<std::uint8_t>{1, 48, 0}), "records\n");
+  EXPECT_EQ(decode(std::vector<std::uint8_t>{records, list}), "records\n");
+}
+
+// The alphabet follows the verb table: a verb is in it with each count of its
+// optional words.
+TEST(CommandAlphabet, SaysEachCountOfAVerbsOptionalWords) {
+  for (const char* line : {"reportMountStates", "systemStatus {sys}",
+                           "systemStatus {sys} {group}={state} {group}={state}", "serviceMountGroupStatus {sys} {group}",
+                           "records leaderGenId={genId}"}) {
+    slotOf(line);
+  }
 }
 
 TEST(CommandAlphabet, EveryDecodedLineParsesExceptAllowListEntriesForTheMalformedSwitch) {

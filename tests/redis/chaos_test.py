@@ -25,7 +25,7 @@ import time
 import redis
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from cross_process_test import SPAWNED, Failure, RedisServer, Sim, dump_block  # noqa: E402
+from store_processes import SPAWNED, Failure, RedisServer, Sim, dump_block  # noqa: E402
 
 GROUPS = ["g1", "g2", "g3"]
 SWITCHES = [f"00:1c:73:00:00:{i:02x}" for i in range(1, 41)]

@@ -13,16 +13,14 @@ machinery's writes, through the agent's teardown and the machinery's SIGTERM.
 Every wait is bounded.
 """
 
-import argparse
 import os
 import signal
 import subprocess
 import sys
-import tempfile
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from cross_process_test import SPAWNED, WAIT, Failure, RedisServer, Sim  # noqa: E402
+from store_processes import SPAWNED, WAIT, Failure, RedisServer, Sim, run_tests  # noqa: E402
 
 # What Redis holds once the machinery has served the agent's change.
 STATUS = """\
@@ -114,29 +112,5 @@ def test_machinery(ctx):
         server.kill(signal.SIGTERM)
 
 
-def main():
-    parser = argparse.ArgumentParser()
-    parser.add_argument("--sim", required=True)
-    parser.add_argument("--redis-server", required=True)
-    parser.add_argument("--source", required=True)
-    ctx = parser.parse_args()
-    ctx.sim, ctx.source = os.path.abspath(ctx.sim), os.path.abspath(ctx.source)
-    with tempfile.TemporaryDirectory() as tmp:
-        ctx.tmp = tmp
-        start = time.monotonic()
-        try:
-            detail = test_machinery(ctx)
-            print(f"PASS machinery ({time.monotonic() - start:.1f}s): {detail}", flush=True)
-            return 0
-        except Failure as failure:
-            print(f"FAIL machinery: {failure}", flush=True)
-            return 1
-        finally:
-            for process in SPAWNED:
-                if process.poll() is None:
-                    process.kill()
-                    process.wait(timeout=WAIT)
-
-
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(run_tests({"machinery": test_machinery}))

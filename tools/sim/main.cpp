@@ -39,6 +39,7 @@
 #include "tools/sim/simulator.h"
 #include "tools/sim/timeline.h"
 #include "tools/sim/trace_environment.h"
+#include "tools/sim/word_forms.h"
 #ifdef HUBSTORE_SIM_REDIS
 #include "tools/sim/redis_record_store.h"
 #endif
@@ -108,12 +109,12 @@ int help(int argc, char** argv) {
     print(commandList());
     return 0;
   }
-  const CommandEntry* entry = findCommand(argv[2]);
-  if (!entry) {
+  const Verb* verb = findVerb(argv[2]);
+  if (!verb) {
     std::fprintf(stderr, "hubstore-sim: no command '%s' ('hubstore-sim help' lists them)\n", argv[2]);
     return 2;
   }
-  print(commandHelp(*entry));
+  print(commandHelp(*verb));
   return 0;
 }
 

@@ -8,7 +8,9 @@
 // LHS / VALUE of set and unset, the HOOK and inner command of `when`, and the
 // COMMAND of `help`; the braces of a `repeat` and its COMMAND at its first
 // and last values. What is left to the executor is whether the named objects
-// exist. A repeat's commands are made as it runs (forEachRepeated).
+// exist. A repeat's commands are made as it runs (forEachRepeated). The verbs
+// and their words are the verb table's (verb_table.h), the LHS of set and
+// unset the configuration schema's (config_schema.h).
 //
 //   ParseResult r = parseScenario("basic.scn", text);
 //   for (const std::string& e : r.errors) std::cerr << e << '\n';
@@ -36,31 +38,19 @@
 #include <utility>
 #include <vector>
 
+#include "tools/sim/config_schema.h"
 #include "tools/sim/mounter_hook.h"
 
 namespace hubstore::sim {
 
 class Repetition;
-
-// One step of a configuration path: `mountGroupConfig[G]` is
-// {"mountGroupConfig", "G"}, `warm` is {"warm", nullopt}.
-struct ConfigSegment {
-  std::string attribute;
-  std::optional<std::string> key;  // unquoted; present for a collection member
-  bool operator==(const ConfigSegment&) const = default;
-};
-
-// A place in a configuration record, as `dump` names it; the first segment is
-// "mountConfig" or "publishConfig" and has no key.
-using ConfigPath = std::vector<ConfigSegment>;
-
-// What the VALUE of a `set` is, decided by its LHS.
-enum class ConfigValueKind { RecordType, Scalar, Bool, Filter, Fields };
+struct Verb;
 
 struct Command {
   std::string file;
   int line = 0;  // 1-based
   std::string verb;  // e.g. "controllerMount"
+  const Verb* definition = nullptr;  // the verb's row in the table
   // The words as written, one blank between them, without the comment: what
   // the command is called in messages.
   std::string source;
@@ -127,18 +117,6 @@ std::optional<std::string> forEachRepeated(const Command& repeat, const std::fun
 // `message` about a command that a repeat expanded, naming the command and
 // its bindings: "in 'mountState 00:1c:73:00:00:05 g1 mounted' (i=4): MESSAGE".
 std::string repeatedCommandError(const Command& command, std::string_view message);
-
-// The commands of the language, in name order.
-std::vector<std::string> commandNames();
-
-// A command's words as its errors name them, e.g. "mountState SYS G STATE",
-// "records [leaderGenId=ID]"; nullopt for a name that is no command.
-std::optional<std::string> commandSynopsis(std::string_view verb);
-
-// The LEVELS of `trace` and --trace=: a comma list of levels 0-9 and ranges
-// ("5", "5,7", "0-8"), or "off". Returns the mask with bit L set for each
-// level L (0 for off), nullopt when malformed.
-std::optional<unsigned> parseTraceLevels(std::string_view text);
 
 // A KEY or VALUE as dump prints it: quoted when empty, when it holds a blank,
 // `"`, `=`, `[`, `]` or `\`, or when it begins with `#`; inside the quotes `"`

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tools/sim/word_forms.h"
+
 namespace hubstore::sim {
 namespace {
 
@@ -154,12 +156,6 @@ TEST(ScenarioHookCommands, WhenRejectsWhatAHookCannotRun) {
        "a hook runs an agent or mount machinery command, not 'when'"},
       {when + "whenDel", "'whenDel' takes 1 word"},
   });
-  for (const char* verb : {"agent a", "records", "restart", "set mountConfig.warm = true",
-                           "unset mountConfig.warm", "trace 5", "dump", "echo x"}) {
-    EXPECT_NE(error(when + verb).find("a hook runs an agent or mount machinery command, not '"),
-              std::string::npos)
-        << verb;
-  }
 }
 
 // The commands a repeat line stands for, each as its source with its
@@ -232,52 +228,6 @@ TEST(ScenarioRepeat, RejectsBadRangesBracesAndCommands) {
   // Braces mean nothing outside a repeat, and a quoted one nothing inside.
   EXPECT_EQ(one("echo {i} {0..1}").args, (Args{"{i}", "{0..1}"}));
   EXPECT_EQ(repeated(R"(repeat 1 echo "{j}")"), Args{R"(i=0: echo "{j}" -> {j})"});
-}
-
-TEST(ScenarioSet, EveryDumpLineIsAnLhs) {
-  using K = ConfigValueKind;
-  const std::pair<std::string, K> lines[] = {
-      {"mountConfig = ServiceMountConfig", K::RecordType},
-      {"mountConfig.serviceName = s", K::Scalar},
-      {"mountConfig.leaderGenId = gen-1", K::Scalar},
-      {"mountConfig.warm = true", K::Bool},
-      {"mountConfig.mountGroupConfig[g] = ServiceMountGroupConfig", K::RecordType},
-      {"mountConfig.mountGroupConfig[g].preserveMountsOnDisconnect = false", K::Bool},
-      {"mountConfig.mountGroupConfig[g].systemFilter = none", K::Filter},
-      {"mountConfig.mountGroupConfig[g].versionFilter = detached v", K::Filter},
-      {"mountConfig.mountGroupConfig[g].mountConfig[/r] = vexcType=t vexcFlags=f "
-       "hubstorePath=/p",
-       K::Fields},
-      {"mountConfig.systemFilter[l] = MountFilterSystem", K::RecordType},
-      {"mountConfig.systemFilter[l].includedSystem[00:1c:73:00:00:01] = true", K::Bool},
-      {"mountConfig.versionFilter[v] = MountFilterServiceVersion", K::RecordType},
-      {"mountConfig.versionFilter[v].includedServiceVersion[7] = true", K::Bool},
-      {"publishConfig = none", K::RecordType},
-      {"publishConfig.serviceName = \"\"", K::Scalar},
-      {"publishConfig.leaderGenId = g", K::Scalar},
-      {"publishConfig.ready = false", K::Bool},
-      {"publishConfig.publishGroupConfig[g] = ServicePublishGroupConfig", K::RecordType},
-      {"publishConfig.publishGroupConfig[g].systemFilter = publishConfig.systemFilter[l]",
-       K::Filter},
-      {"publishConfig.publishGroupConfig[g].versionFilter = mountConfig.versionFilter[v]",
-       K::Filter},
-      {"publishConfig.publishGroupConfig[g].publishConfig[/h] = remotePath=/r vexcType=t",
-       K::Fields},
-      {"publishConfig.publishGroupConfig[g].publishDir[/h] = vexcType=t "
-       "remoteTargetPath=/r readyToPublish=true",
-       K::Fields},
-      {"publishConfig.systemFilter[l] = MountFilterSystem", K::RecordType},
-      {"publishConfig.systemFilter[l].includedSystem[sw] = true", K::Bool},
-      {"publishConfig.versionFilter[v] = MountFilterServiceVersion", K::RecordType},
-      {"publishConfig.versionFilter[v].includedServiceVersion[0] = true", K::Bool},
-  };
-  for (const auto& [line, kind] : lines) {
-    const Command c = one("set " + line);
-    EXPECT_EQ(formatConfigPath(c.lhs) + " = ", line.substr(0, line.find(" = ") + 3));
-    EXPECT_EQ(c.valueKind, kind) << line;
-    EXPECT_EQ(formatConfigPath(one("unset " + line.substr(0, line.find(' '))).lhs),
-              formatConfigPath(c.lhs));
-  }
 }
 
 TEST(ScenarioSet, FilterValues) {

@@ -185,7 +185,7 @@ TEST_F(SimCommandLine, HelpVersionAndTheCommandReference) {
 
   const SimRun when = sim("help when");
   EXPECT_EQ(when.status, 0);
-  EXPECT_EQ(when.out, hubstore::sim::commandHelp(*hubstore::sim::findCommand("when")));
+  EXPECT_EQ(when.out, hubstore::sim::commandHelp(*hubstore::sim::findVerb("when")));
   EXPECT_EQ(when.out.rfind("when M HOOK G|* COMMAND ...\n", 0), 0u) << when.out;
   EXPECT_EQ(sim("help").out, hubstore::sim::commandList());
 
@@ -200,7 +200,7 @@ TEST_F(SimCommandLine, HelpInAScenarioIsPartOfTheTranscriptAndQuitEndsEveryFile)
   write("b.scn", "echo not run either\n");
   const SimRun run = sim("a.scn b.scn");
   EXPECT_EQ(run.status, 0) << run.err;
-  EXPECT_EQ(run.out, hubstore::sim::commandHelp(*hubstore::sim::findCommand("echo")) + "# before\n");
+  EXPECT_EQ(run.out, hubstore::sim::commandHelp(*hubstore::sim::findVerb("echo")) + "# before\n");
 
   write("c.scn", "help frobnicate\n");
   const SimRun unknown = sim("c.scn");
@@ -252,7 +252,7 @@ TEST_F(SimCommandLine, JsonPrintsOneObjectPerLineWithItsKindAndFields) {
   const SimRun run = sim("--json a.scn");
   EXPECT_EQ(run.status, 0) << run.err;
   std::string help;
-  std::istringstream entry(hubstore::sim::commandHelp(*hubstore::sim::findCommand("quit")));
+  std::istringstream entry(hubstore::sim::commandHelp(*hubstore::sim::findVerb("quit")));
   for (std::string line; std::getline(entry, line);) help += R"({"kind":"help","line":")" + line + "\"}\n";
   EXPECT_EQ(run.out,
             R"({"kind":"echo","text":"say \"hi\" back\\slash"})" "\n"
@@ -399,7 +399,7 @@ TEST(SimAtATerminal, RunsEachCommandAsTypedAndAnErrorDoesNotEndTheSession) {
   EXPECT_EQ(session.screen,
             kGreeting + kPrompt + kPrompt + "# hello\n" + kPrompt + "<stdin>:3: error: unknown command 'frobnicate'\n" +
                 kPrompt + "<stdin>:4: error: no service (create one with 'service NAME')\n" + kPrompt +
-                hubstore::sim::commandHelp(*hubstore::sim::findCommand("whenDel")) + kPrompt + kPrompt + kPrompt +
+                hubstore::sim::commandHelp(*hubstore::sim::findVerb("whenDel")) + kPrompt + kPrompt + kPrompt +
                 kPrompt + kPrompt + "hook m1 doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted\n" + kPrompt +
                 "\n");
 }

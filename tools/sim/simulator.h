@@ -45,6 +45,7 @@
 #include "tools/sim/output.h"
 #include "tools/sim/record_store.h"
 #include "tools/sim/scenario_parser.h"
+#include "tools/sim/verb_table.h"
 
 namespace Controller {
 class HubstoreServiceMountGroup;
@@ -57,7 +58,7 @@ class VersionWhiteList;
 
 namespace hubstore::sim {
 
-class RecordingMounter;
+class ScenarioMounter;
 class Timeline;
 
 class Simulator {
@@ -97,8 +98,14 @@ class Simulator {
   // as a command's is.
   void followStore();
 
-  // Whether `verb` is a command it runs.
-  static bool knows(std::string_view verb);
+  // The rows of the verb table (verb_table.h), one section each, with the
+  // code that runs each verb.
+  static VerbSection worldVerbs();
+  static VerbSection machineryVerbs();
+  static VerbSection agentVerbs();
+  static VerbSection hookVerbs();
+  static VerbSection fleetVerbs();
+  static VerbSection toolVerbs();
 
   // The world as the library sees it, for tools that check it from outside
   // between commands (the fuzzer's invariants). The service is null when
@@ -108,9 +115,7 @@ class Simulator {
 
  private:
   class Running;
-  using Handler = void (Simulator::*)(const Command&);
   static void writeAssertionContext(void* simulator);
-  static const std::map<std::string, Handler, std::less<>>& handlers();
   // Runs a line: what leaves its library call is printed.
   void execute(const Command& command);
   // Runs the commands of a repeat line, each as a line of its own.
@@ -119,7 +124,7 @@ class Simulator {
   template <class Work>
   void printingExceptions(Work work);
   void placeRecord(const Vex::String& path, const Vex::Ptr<Vex::Entity>& record);
-  // Runs a command's handler; everything it throws leaves.
+  // Runs a command's verb; everything it throws leaves.
   void dispatch(const Command& command);
   // Runs a command for a hook (the recording mounters' runner).
   void runHookAction(const Command& command);
@@ -136,77 +141,10 @@ class Simulator {
   Vex::Ptr<Controller::SwitchWhiteList> switchList(const std::string& name) const;
   Vex::Ptr<Controller::VersionWhiteList> versionList(const std::string& name) const;
   Vex::Ptr<Controller::HubstoreServiceMounter> mounter(const std::string& name) const;
-  Vex::Ptr<RecordingMounter> recordingMounter(const std::string& name) const;
+  Vex::Ptr<ScenarioMounter> scenarioMounter(const std::string& name) const;
   Vex::Ptr<Controller::ServiceMountStatus> mountStatusRecord() const;
   Vex::Ptr<Controller::ServicePublishStatus> publishStatusRecord() const;
   Vex::Ptr<Controller::SystemStatus> systemStatusRecord(const std::string& system) const;
-
-  // The world
-  void agentCommand(const Command& c);
-  void recordsCommand(const Command& c);
-  void recordCommand(const Command& c);
-  void recordDelCommand(const Command& c);
-  void leaderGenIdCommand(const Command& c);
-  void setCommand(const Command& c);
-  void unsetCommand(const Command& c);
-  void restartCommand(const Command& c);
-  // The mount machinery
-  void systemStatusCommand(const Command& c);
-  void systemStatusDelCommand(const Command& c);
-  void serviceMountGroupStatusCommand(const Command& c);
-  void serviceMountGroupStatusDelCommand(const Command& c);
-  void mountStateCommand(const Command& c);
-  void initialMountsCompleteCommand(const Command& c);
-  void initialMountsCompleteDelCommand(const Command& c);
-  void mountedPathPrefixCommand(const Command& c);
-  void mountedPathPrefixDelCommand(const Command& c);
-  void publishGroupStatusCommand(const Command& c);
-  void publishGroupStatusDelCommand(const Command& c);
-  void publishStatusCommand(const Command& c);
-  void publishStatusDelCommand(const Command& c);
-  // The agent
-  void mounterCommand(const Command& c);
-  void serviceCommand(const Command& c);
-  void serviceDelCommand(const Command& c);
-  void closedCommand(const Command& c);
-  void publishMountsSynchronizedCommand(const Command& c);
-  void reportMountStatesCommand(const Command& c);
-  void groupCommand(const Command& c);
-  void groupDelCommand(const Command& c);
-  void controllerMountCommand(const Command& c);
-  void publishMountCommand(const Command& c);
-  void perSwitchPublishMountCommand(const Command& c);
-  void controllerMountDelCommand(const Command& c);
-  void publishMountDelCommand(const Command& c);
-  void perSwitchPublishMountDelCommand(const Command& c);
-  void controllerMountDelAllCommand(const Command& c);
-  void publishMountDelAllCommand(const Command& c);
-  void perSwitchPublishMountDelAllCommand(const Command& c);
-  void publishActiveCommand(const Command& c);
-  void groupSwitchWhiteListCommand(const Command& c);
-  void groupVersionWhiteListCommand(const Command& c);
-  void groupClosedCommand(const Command& c);
-  void groupPreserveMountsOnDisconnectCommand(const Command& c);
-  void switchWhiteListCommand(const Command& c);
-  void switchWhiteListDelCommand(const Command& c);
-  void allowedSwitchCommand(const Command& c);
-  void allowedSwitchDelCommand(const Command& c);
-  void allowedSwitchDelAllCommand(const Command& c);
-  void versionWhiteListCommand(const Command& c);
-  void versionWhiteListDelCommand(const Command& c);
-  void allowedVersionCommand(const Command& c);
-  void allowedVersionDelCommand(const Command& c);
-  void allowedVersionDelAllCommand(const Command& c);
-  void whenCommand(const Command& c);
-  void whenDelCommand(const Command& c);
-  // The tool
-  void traceCommand(const Command& c);
-  void dumpCommand(const Command& c);
-  void explainCommand(const Command& c);
-  void hookCountsCommand(const Command& c);
-  void echoCommand(const Command& c);
-  void helpCommand(const Command& c);
-  void quitCommand(const Command& c);
 
   Output& out_;
   Vex::Ptr<Mirra::EntityManager> em_;

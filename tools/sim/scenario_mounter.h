@@ -1,6 +1,8 @@
 #pragma once
-// The simulated agent's hook object: overrides the three mounter hooks and
-// prints each call as a transcript line,
+// The hook object that a scenario's `mounter M` creates for the simulated
+// agent (the scenario language's "recording mounter"; the project's unit
+// tests have a RecordingMounter of their own, which only logs). It overrides
+// the three mounter hooks and prints each call as a transcript line,
 //   hook M doHandleControllerMountState SYSID G STATE
 //   hook M doMountsComplete G
 //   hook M doInitialSwitchMountsComplete G
@@ -32,7 +34,7 @@
 
 namespace hubstore::sim {
 
-class RecordingMounter : public Controller::HubstoreServiceMounter {
+class ScenarioMounter : public Controller::HubstoreServiceMounter {
  public:
   // Runs one command of the scenario as if it were the next line.
   using CommandRunner = std::function<void(const Command&)>;
@@ -62,7 +64,7 @@ class RecordingMounter : public Controller::HubstoreServiceMounter {
 
  protected:
   // `out` must outlive the mounter; `runner` runs the actions' commands.
-  RecordingMounter(std::string name, Output& out, CommandRunner runner, std::optional<MounterHook> throwingHook,
+  ScenarioMounter(std::string name, Output& out, CommandRunner runner, std::optional<MounterHook> throwingHook,
                    HookListener listener = nullptr, bool counting = false)
       : name_(std::move(name)),
         out_(out),
@@ -70,7 +72,7 @@ class RecordingMounter : public Controller::HubstoreServiceMounter {
         throwingHook_(throwingHook),
         listener_(std::move(listener)),
         counting_(counting) {}
-  ~RecordingMounter() override = default;
+  ~ScenarioMounter() override = default;
   template <class T, class... Args>
   friend Vex::Ptr<T> Vex::make(Args&&...);
 

@@ -1,22 +1,24 @@
-#include "tools/sim/recording_mounter.h"
+#include "tools/sim/scenario_mounter.h"
 
 #include <hubstore/foundations/framework/exception.h>
 #include "tools/sim/scenario_words.h"
 
 namespace hubstore::sim {
 
-const Vex::TypeDescriptor& RecordingMounter::staticType() {
-  // The base's operations: invoking one by name calls the override.
+const Vex::TypeDescriptor& ScenarioMounter::staticType() {
+  // The base's operations: invoking one by name calls the override. The
+  // type's name is the scenario language's: a recording mounter, as the
+  // library's errors name it in transcripts.
   static const Vex::TypeDescriptor type("hubstore::sim::RecordingMounter",
                                         Controller::HubstoreServiceMounter::staticType().attributes());
   return type;
 }
 
-void RecordingMounter::doMountsComplete(Vex::String groupName, const Vex::Ptr<Mirra::EntityManager>&) {
+void ScenarioMounter::doMountsComplete(Vex::String groupName, const Vex::Ptr<Mirra::EntityManager>&) {
   groupHookCalled(MounterHook::MountsComplete, groupName);
 }
 
-void RecordingMounter::doHandleControllerMountState(const Controller::SystemId& systemId, Vex::String groupName,
+void ScenarioMounter::doHandleControllerMountState(const Controller::SystemId& systemId, Vex::String groupName,
                                                     Controller::MountState mountState,
                                                     const Vex::Ptr<Mirra::EntityManager>&) {
   ++switchStateCounts_.at(static_cast<std::size_t>(mountState));
@@ -40,15 +42,15 @@ void RecordingMounter::doHandleControllerMountState(const Controller::SystemId& 
   act(MounterHook::HandleControllerMountState, groupName);
 }
 
-void RecordingMounter::doInitialSwitchMountsComplete(Vex::String groupName, const Vex::Ptr<Mirra::EntityManager>&) {
+void ScenarioMounter::doInitialSwitchMountsComplete(Vex::String groupName, const Vex::Ptr<Mirra::EntityManager>&) {
   groupHookCalled(MounterHook::InitialSwitchMountsComplete, groupName);
 }
 
-void RecordingMounter::actionIs(MounterHook hook, std::string group, std::shared_ptr<const Command> command) {
+void ScenarioMounter::actionIs(MounterHook hook, std::string group, std::shared_ptr<const Command> command) {
   actions_.push_back({hook, std::move(group), std::move(command)});
 }
 
-void RecordingMounter::groupHookCalled(MounterHook hook, const Vex::String& groupName) {
+void ScenarioMounter::groupHookCalled(MounterHook hook, const Vex::String& groupName) {
   const std::string group = groupName.stdString();
   const std::string name(mounterHookName(hook));
   out_.line(LineKind::Hook, "hook " + quoteWord(name_) + " " + name + " " + quoteWord(group),
@@ -57,7 +59,7 @@ void RecordingMounter::groupHookCalled(MounterHook hook, const Vex::String& grou
   act(hook, groupName);
 }
 
-void RecordingMounter::act(MounterHook hook, const Vex::String& groupName) {
+void ScenarioMounter::act(MounterHook hook, const Vex::String& groupName) {
   // A command may change the actions (whenDel): run those there were.
   const std::vector<Action> actions = actions_;
   for (const Action& action : actions) {

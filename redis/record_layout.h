@@ -1,0 +1,66 @@
+#pragma once
+// The record types as the Redis codec (record_codec.h) lays them out: which
+// collections each type has and how they are held (record_layout.cpp), and
+// the small readers and writers of field text that encoding and applying
+// share. Internal to the codec.
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include <hubstore/foundations/framework/entity.h>
+#include <hubstore/redis/fields.h>
+#include <hubstore/redis/record_codec.h>
+
+namespace hubstore::redis::layout {
+
+using Collection = RecordCodec::Collection;
+
+// The collections of each record type, in declaration order.
+extern const Collection kMountConfigMembers[];
+extern const Collection kPublishConfigMembers[];
+extern const Collection kMountGroupConfigMembers[];
+extern const Collection kPublishGroupConfigMembers[];
+extern const Collection kSystemFilterMembers[];
+extern const Collection kVersionFilterMembers[];
+extern const Collection kMountStatusMembers[];
+extern const Collection kSystemStatusMembers[];
+extern const Collection kPublishStatusMembers[];
+extern const Collection kPublishGroupStatusMembers[];
+
+struct Members {
+  const Collection* begin_ = nullptr;
+  const Collection* end_ = nullptr;
+  const Collection* begin() const { return begin_; }
+  const Collection* end() const { return end_; }
+};
+
+Members collectionsOf(const Vex::Entity& e);
+
+// The record types are told apart by their type descriptors: one virtual
+// call each, where a dynamic_cast walks the class hierarchy.
+template <class T>
+const T* as(const Vex::Entity& entity) {
+  return &entity.fwkType() == &T::staticType() ? static_cast<const T*>(&entity) : nullptr;
+}
+template <class T>
+T* as(Vex::Entity& entity) {
+  return &entity.fwkType() == &T::staticType() ? static_cast<T*>(&entity) : nullptr;
+}
+
+std::string text(bool value);
+std::string text(const Vex::String& value);
+// A member's key written as it is, not quoted: most are (a group, a switch).
+bool isPlainKey(std::string_view key);
+const std::string* field(const Fields& fields, const char* name);
+Vex::String stringField(const Fields& fields, const char* name);
+std::optional<std::uint32_t> numberKey(std::string_view key);
+Fields boolValue(bool value);
+
+// Visits the members of one collection: (key text, record or null, value fields).
+using MemberVisitor = std::function<void(const std::string& key, const Vex::Entity* record, const Fields* fields)>;
+void visitMembers(const Vex::Entity& e, const Collection& c, const MemberVisitor& visit);
+
+}  // namespace hubstore::redis::layout

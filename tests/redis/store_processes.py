@@ -1,0 +1,220 @@
+#!/usr/bin/env python3
+"""The processes of the store's cross-process tests: private redis-server
+instances (127.0.0.1, a free port, no persistence, stopped by their process
+id) and hubstore-sim processes whose output is read as it comes; and the
+runner that gives each test a bounded run and kills what a failed one left.
+"""
+
+import argparse
+import os
+import queue
+import signal
+import socket
+import subprocess
+import tempfile
+import threading
+import time
+
+WAIT = 15.0  # seconds, for anything that should take milliseconds
+
+
+class Failure(Exception):
+    pass
+
+
+# The sim processes a test started; whatever a failed test leaves running is
+# killed before the next one.
+SPAWNED = []
+
+
+def free_port():
+    with socket.socket() as s:
+        s.bind(("127.0.0.1", 0))
+        return s.getsockname()[1]
+
+
+class RedisServer:
+    def __init__(self, binary, password=None, unix_socket=None):
+        self.binary, self.password, self.unix_socket = binary, password, unix_socket
+        self.port = free_port()
+        self.process = None
+        self.start()
+
+    def url(self, password=None):
+        password = password if password is not None else self.password
+        credentials = f":{password}@" if password else ""
+        return f"redis://{credentials}127.0.0.1:{self.port}"
+
+    def start(self):
+        args = [self.binary, "--port", str(self.port), "--bind", "127.0.0.1", "--save", "",
+                "--appendonly", "no", "--loglevel", "warning", "--logfile", ""]
+        if self.password:
+            args += ["--requirepass", self.password]
+        if self.unix_socket:
+            args += ["--unixsocket", self.unix_socket]
+        self.process = subprocess.Popen(args, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        deadline = time.monotonic() + WAIT
+        while time.monotonic() < deadline:
+            if self.cli("PING", check=False) == "PONG":
+                return
+            time.sleep(0.02)
+        raise Failure("redis-server did not start")
+
+    def kill(self, sig=signal.SIGKILL):
+        if self.process:
+            self.process.send_signal(sig)
+            self.process.wait(timeout=WAIT)
+            self.process = None
+
+    def cli(self, *args, check=True):
+        command = ["redis-cli", "-h", "127.0.0.1", "-p", str(self.port), "--no-auth-warning"]
+        if self.password:
+            command += ["-a", self.password]
+        result = subprocess.run(command + list(args), capture_output=True, text=True, timeout=WAIT)
+        if check and result.returncode != 0:
+            raise Failure(f"redis-cli {args}: {result.stderr}")
+        return result.stdout.strip()
+
+    def keys(self, pattern):
+        return sorted(k for k in self.cli("--scan", "--pattern", pattern).splitlines() if k)
+
+    def hashes(self, pattern):
+        """Each key's hash as a dict: a hash's field order means nothing."""
+        def fields(key):
+            words = self.cli("HGETALL", key).split("\n")
+            return dict(zip(words[0::2], words[1::2]))
+        return {key: fields(key) for key in self.keys(pattern)}
+
+
+class Sim:
+    """A hubstore-sim process whose standard output is read as it comes."""
+
+    def __init__(self, sim, url, scenario, follow=False, cwd=None, options=()):
+        args = [sim, "--store", url] + (["--follow"] if follow else []) + list(options) + ["-"]
+        self.process = subprocess.Popen(args, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                        stderr=subprocess.PIPE, text=True, cwd=cwd)
+        SPAWNED.append(self.process)
+        self.process.stdin.write(scenario)
+        self.process.stdin.close()
+        self.lines = []
+        self.arrived = queue.Queue()
+        threading.Thread(target=self._read, daemon=True).start()
+
+    def _read(self):
+        for line in self.process.stdout:
+            self.arrived.put(line.rstrip("\n"))
+        self.arrived.put(None)
+
+    def wait_for(self, wanted, what):
+        """Reads lines until every line of `wanted` has come, in order."""
+        deadline = time.monotonic() + WAIT
+        remaining = list(wanted)
+        while remaining:
+            if all(line in self.lines for line in remaining) and self._in_order(wanted):
+                return
+            try:
+                line = self.arrived.get(timeout=max(0.0, deadline - time.monotonic()))
+            except queue.Empty:
+                raise Failure(f"{what}: waited {WAIT}s for {remaining}; printed {self.lines}")
+            if line is None:
+                if not (all(l in self.lines for l in remaining) and self._in_order(wanted)):
+                    raise Failure(f"{what}: ended without {remaining}; printed {self.lines}; "
+                                  f"stderr {self.process.stderr.read()}")
+                return
+            self.lines.append(line)
+
+    def _in_order(self, wanted):
+        at = 0
+        for line in self.lines:
+            if at < len(wanted) and line == wanted[at]:
+                at += 1
+        return at == len(wanted)
+
+    def drain(self):
+        """Takes in what the process has printed so far, without waiting."""
+        while True:
+            try:
+                line = self.arrived.get_nowait()
+            except queue.Empty:
+                return
+            if line is None:
+                self.arrived.put(None)  # the end, for finish()
+                return
+            self.lines.append(line)
+
+    def wait_for_count(self, prefix, count, what):
+        """Reads lines until `count` of them start with `prefix`, and a
+        second more for any beyond: wait_for for a long output."""
+        deadline, seen = time.monotonic() + WAIT, 0
+        while seen < count or time.monotonic() < deadline:
+            try:
+                line = self.arrived.get(timeout=max(0.0, deadline - time.monotonic()))
+            except queue.Empty:
+                if seen >= count:
+                    return
+                raise Failure(f"{what}: waited {WAIT}s for {count} lines '{prefix}...', {seen} came")
+            if line is None:
+                raise Failure(f"{what}: ended after {seen} of {count} lines '{prefix}...'")
+            self.lines.append(line)
+            seen += line.startswith(prefix)
+            if seen == count:
+                deadline = time.monotonic() + 1.0
+
+    def finish(self, what, expect_status=0):
+        try:
+            status = self.process.wait(timeout=WAIT)
+        except subprocess.TimeoutExpired:
+            self.process.kill()
+            raise Failure(f"{what}: did not end")
+        while True:
+            line = self.arrived.get(timeout=WAIT)
+            if line is None:
+                break
+            self.lines.append(line)
+        if status != expect_status:
+            raise Failure(f"{what}: exit {status}, expected {expect_status}; printed {self.lines}; "
+                          f"stderr {self.process.stderr.read()}")
+        return self.lines
+
+
+def run_sim(sim, args, scenario=None, cwd=None):
+    result = subprocess.run([sim] + args, input=scenario, capture_output=True, text=True, timeout=WAIT * 4,
+                            cwd=cwd)
+    return result
+
+
+def dump_block(lines):
+    return lines[lines.index("dump begin"):lines.index("dump end") + 1]
+
+
+def run_tests(tests, add_arguments=None):
+    """Runs the tests named on the command line (all by default) with a
+    context of the parsed arguments and a temporary folder; prints PASS or
+    FAIL per test and returns the exit status."""
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--sim", required=True)
+    parser.add_argument("--redis-server", required=True)
+    parser.add_argument("--source", required=True)
+    if add_arguments:
+        add_arguments(parser)
+    parser.add_argument("tests", nargs="*", default=list(tests))
+    ctx = parser.parse_args()
+    ctx.sim, ctx.source = os.path.abspath(ctx.sim), os.path.abspath(ctx.source)
+    failed = 0
+    with tempfile.TemporaryDirectory() as tmp:
+        ctx.tmp = tmp
+        for name in ctx.tests:
+            start = time.monotonic()
+            try:
+                detail = tests[name](ctx)
+                print(f"PASS {name} ({time.monotonic() - start:.1f}s): {detail}", flush=True)
+            except Failure as failure:
+                failed += 1
+                print(f"FAIL {name}: {failure}", flush=True)
+            finally:
+                for process in SPAWNED:
+                    if process.poll() is None:
+                        process.kill()
+                        process.wait(timeout=WAIT)
+                SPAWNED.clear()
+    return 1 if failed else 0
