@@ -138,7 +138,10 @@ void Group::doCheckMountAndPublishStatus() {
   // Hooks name only groups the service has: one it let go reports nothing.
   if (!service_ || service_->serviceMountGroupRaw(groupName_) != this) return;
   const Vex::Ptr<HubstoreServiceMounter> mounter = mounter_;
-  mounter->doMountsComplete(groupName_, hubstoreEntityManager_);
+  {
+    const HookCall call(service_->hookStatistics(), HookStatistics::mountsComplete);
+    mounter->doMountsComplete(groupName_, hubstoreEntityManager_);
+  }
   if (!service_) return;  // the hook released the service
   if (const Vex::Ptr<ServiceMountStatusSm> machine = service_->mountStatusSm()) {
     machine->handleInitialMountsComplete(groupName_);

@@ -7,6 +7,8 @@
 
 #include <hubstore/redis/redis_replies.h>
 #include <hubstore/redis/redis_store_error.h>
+#include <hubstore/redis/store_metrics.h>
+#include <hubstore/service/service_metrics.h>
 #include <hubstore/redis/server_check.h>
 
 namespace hubstore::redis {
@@ -24,6 +26,13 @@ bool writable(int fd) {
 }
 
 }  // namespace
+
+std::string RedisStore::metricsText(const Controller::HubstoreService* service) const {
+  Vex::MetricsText metrics;
+  if (service) Controller::ServiceMetrics::write(*service, metrics);
+  StoreMetrics::write(*this, metrics);
+  return metrics.text();
+}
 
 const char* RedisStore::stateName(State state) {
   switch (state) {

@@ -70,6 +70,10 @@
 #include <hubstore/redis/store_writer.h>
 #include <hubstore/redis/write_through.h>
 
+namespace Controller {
+class HubstoreService;
+}
+
 namespace hubstore::redis {
 
 // The store's trace facility, "RedisStore": level 5 for state changes and
@@ -181,8 +185,18 @@ class RedisStore {
     std::uint64_t leasesLost = 0;      // times a lease this process held went to another process
     std::uint64_t resyncs = 0;         // reads of every key, the first one included
     std::uint64_t keysRead = 0;        // keys the last resynchronisation read
+    double lastResyncSeconds = 0;      // how long the last resynchronisation took, from its SCAN to its end
   };
   const Statistics& statistics() const { return statistics_; }
+  // Connections open to the server: 0, 1 or 2 (commands and notifications).
+  int connectionsOpen() const { return data_.isOpen() + notifications_.isOpen(); }
+  // Commands sent to the server and not answered yet: writes, and the reads
+  // of a resynchronisation.
+  std::size_t pendingReplies() const { return data_.pending(); }
+  // The store's numbers in the Prometheus text format (see StoreMetrics),
+  // after those of `service` when one is given: one call gives an agent's
+  // whole text.
+  std::string metricsText(const Controller::HubstoreService* service = nullptr) const;
 
  private:
   // The store's parts, each a class of its own file, reach its state:

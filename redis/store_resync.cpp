@@ -56,6 +56,7 @@ void StoreResync::clear() {
 }
 
 void StoreResync::start() {
+  started_ = std::chrono::steady_clock::now();
   store_.follower_.resyncStarted();
   store_.checkPending_ = false;
   seen_.clear();
@@ -189,6 +190,7 @@ void StoreResync::finish() {
                                 << " rewritten:" << rewritten << " removed:" << removed;
   ++store_.statistics_.resyncs;
   store_.statistics_.keysRead = keysFound_;
+  store_.statistics_.lastResyncSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started_).count();
   seen_.clear();
   ownedInRedis_.clear();
   followedInRedis_.clear();

@@ -9,6 +9,7 @@
 //
 // A part of RedisStore.
 
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <map>
@@ -52,6 +53,7 @@ class StoreResync {
   bool scanDone_ = false;
   std::size_t resyncReads_ = 0;     // HGETALLs not answered yet
   std::size_t keysFound_ = 0;       // by this resynchronisation's SCAN so far
+  std::chrono::steady_clock::time_point started_;
   std::size_t oldLayoutFound_ = 0;  // by this resynchronisation
   std::string oldLayoutExample_;
 };

@@ -6,6 +6,7 @@
 #include <hubstore/foundations/framework/exception.h>
 #include <hubstore/foundations/framework/ferrolink.h>
 #include <hubstore/mountgroup/hubstore_service_mount_group.h>
+#include <hubstore/service/service_metrics.h>
 #include <hubstore/status/service_mount_status_sm.h>
 
 namespace Controller {
@@ -114,6 +115,7 @@ Vex::Ptr<HubstoreService> hubstoreServiceFactory(Vex::String serviceName,
 HubstoreService::HubstoreService(Vex::String serviceName, const EntityManagerPtr& hubstoreEntityManager,
                                  const EntityManagerPtr& mirraEntityManager)
     : serviceName_(std::move(serviceName)),
+      hookStatistics_(&HookStatistics::of(serviceName_)),
       hubstoreEntityManager_(hubstoreEntityManager),
       mirraEntityManager_(mirraEntityManager) {
   handleInitialized();
@@ -316,6 +318,8 @@ void HubstoreService::reportMountStates() {
   // orphans the machine, and the sweep stops there.
   if (const Vex::Ptr<ServiceMountStatusSm> machine = mountStatusSm_) machine->reportMountStates();
 }
+
+std::string HubstoreService::metricsText() const { return ServiceMetrics::text(*this); }
 
 ServiceReport HubstoreService::completionReport(std::size_t listLimit) const {
   return ServiceReport::of(*this, listLimit);

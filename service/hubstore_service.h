@@ -44,6 +44,7 @@
 #include <hubstore/foundations/framework/string.h>
 #include <hubstore/foundations/framework/type_descriptor.h>
 #include <hubstore/mountgroup/hubstore_service_mount_group.h>
+#include <hubstore/service/hook_statistics.h>
 #include <hubstore/service/hubstore_service_mounter.h>
 #include <hubstore/service/service_report.h>
 #include <hubstore/status/service_mount_status_sm.h>
@@ -144,6 +145,14 @@ class HubstoreService : public Vex::PtrInterface {
   // ServiceReport).
   ServiceReport completionReport(std::size_t listLimit = MountGroupReport::defaultListLimit) const;
 
+  // How often the library called its mounters' hooks, and for how long (see
+  // HookStatistics); kept under the service's name.
+  HookStatistics& hookStatistics() const { return *hookStatistics_; }
+  // Its groups, its switches and its hooks in the Prometheus text format, for
+  // an agent to serve to its monitoring (see ServiceMetrics): costs about one
+  // sweep of the fleet.
+  std::string metricsText() const;
+
   // Passes the flag to the status machine, the groups and the allow-lists.
   void hasNotificationActiveIs(bool active) override;
   void vexDoZombieReactors(bool zombie) override;
@@ -163,6 +172,7 @@ class HubstoreService : public Vex::PtrInterface {
   friend class VersionWhiteList;
 
   Vex::String serviceName_;
+  HookStatistics* hookStatistics_;
   EntityManagerPtr hubstoreEntityManager_;
   EntityManagerPtr mirraEntityManager_;
   Vex::Ptr<const Hubstore::Status> hubstoreStatus_;

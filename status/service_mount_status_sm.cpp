@@ -193,7 +193,9 @@ void ServiceMountStatusSm::handleInitialMountsComplete(const Vex::String& groupN
   // Held here: the hook may delete the group, and with it these references.
   const Vex::Ptr<HubstoreServiceMounter> mounter = group->mounter();
   const Vex::Ptr<Mirra::EntityManager> entityManager = group->hubstoreEntityManager();
-  if (mounter) mounter->doInitialSwitchMountsComplete(groupName, entityManager);
+  if (!mounter) return;
+  const HookCall call(hubstoreService_->hookStatistics(), HookStatistics::initialSwitchMountsComplete);
+  mounter->doInitialSwitchMountsComplete(groupName, entityManager);
 }
 
 void ServiceMountStatusSm::serviceMountStatusDel() {

@@ -156,9 +156,11 @@ void SystemStatusSm::tellMounter(const HubstoreServiceMountGroup& group, const S
   const Vex::Ptr<HubstoreServiceMounter> mounter = group.mounter();
   const Vex::Ptr<Mirra::EntityManager> entityManager = group.hubstoreEntityManager();
   const Vex::Ptr<SystemStatusSm> self(this);
-  if (mounter) {
-    mounter->doHandleControllerMountState(systemId_, groupStatus.name(), groupStatus.mountState(), entityManager);
-  }
+  if (!mounter) return;
+  // The group is declared: its service is there to count the call.
+  const HookCall call(serviceMountStatusSm_->hubstoreService()->hookStatistics(),
+                      HookStatistics::handleControllerMountState);
+  mounter->doHandleControllerMountState(systemId_, groupStatus.name(), groupStatus.mountState(), entityManager);
 }
 
 void SystemStatusSm::followGroupStatuses(const SystemStatus& record) {

@@ -1,0 +1,97 @@
+#include <hubstore/service/service_metrics.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include <hubstore/testing/recording_mounter.h>
+#include <hubstore/testing/world.h>
+
+namespace Controller {
+namespace {
+
+class ServiceMetricsTest : public testing::World {
+ protected:
+  // A closed group g1 over one mount, its version list admitting version 1.
+  void declare(const Vex::Ptr<HubstoreService>& service, const Vex::Ptr<HubstoreServiceMounter>& mounter) {
+    service->versionWhiteListIs("V")->allowedVersionIs(1, true);
+    const auto group = service->serviceMountGroupIs("g1", mounter);
+    group->controllerMountIs("/remote/a", "/db/a", "type", "flags");
+    group->versionWhiteListIs(service->versionWhiteList("V"));
+    group->closedIs(true);
+  }
+  static bool has(const std::string& text, const std::string& line) {
+    return text.find(line + "\n") != std::string::npos;
+  }
+};
+
+TEST_F(ServiceMetricsTest, CountsSwitchesByStateCompletionAndHookCalls) {
+  const auto service = controller().serviceIs("metrics_counts");
+  const auto mounter = Vex::make<testing::RecordingMounter>();
+  declare(service, mounter);
+  controller().systemStatus("00:1c:73:00:00:01", {{"g1", mountStateMounted}});
+  controller().systemStatus("00:1c:73:00:00:02", {{"g1", mountStateFailed}});
+  controller().mountState("00:1c:73:00:00:02", "g1", mountStateMounting);
+  std::string text = service->metricsText();
+  EXPECT_TRUE(has(text, "hubstore_group_switches{service=\"metrics_counts\",group=\"g1\",state=\"mounted\"} 1"));
+  EXPECT_TRUE(has(text, "hubstore_group_switches{service=\"metrics_counts\",group=\"g1\",state=\"mounting\"} 1"));
+  EXPECT_TRUE(has(text, "hubstore_group_switches{service=\"metrics_counts\",group=\"g1\",state=\"failed\"} 0"));
+  EXPECT_TRUE(has(text, "hubstore_service_switches{service=\"metrics_counts\"} 2"));
+  EXPECT_TRUE(has(text, "hubstore_group_complete{service=\"metrics_counts\",group=\"g1\"} 0"));
+  EXPECT_TRUE(has(text,
+                  "hubstore_hook_calls_total{service=\"metrics_counts\",hook=\"doHandleControllerMountState\"} 3"));
+
+  controller().mountedPathPrefix("/remote/a", "/switches/a");
+  controller().publishGroupStatus("g1");
+  controller().initialMountsComplete("g1", true);
+  text = service->metricsText();
+  EXPECT_TRUE(has(text, "hubstore_group_complete{service=\"metrics_counts\",group=\"g1\"} 1"));
+  EXPECT_TRUE(has(text, "hubstore_group_initial_mounts_complete{service=\"metrics_counts\",group=\"g1\"} 1"));
+  // Each hook the mounter heard, counted under its own name.
+  for (const auto hook : {HookStatistics::handleControllerMountState, HookStatistics::mountsComplete,
+                          HookStatistics::initialSwitchMountsComplete}) {
+    const std::string name = HookStatistics::hookName(hook);
+    const auto heard = std::count_if(mounter->calls().begin(), mounter->calls().end(),
+                                     [&](const std::string& call) { return call.rfind(name + " ", 0) == 0; });
+    EXPECT_EQ(service->hookStatistics().calls[hook], static_cast<std::uint64_t>(heard)) << name;
+    EXPECT_GT(heard, 0) << name;
+  }
+}
+
+// A hook that throws, and one that releases the service, still count; while
+// timing is on, their time adds up. Counters outlive the service, as an
+// operator's scrapes need them to.
+class ThrowingMounter : public HubstoreServiceMounter {
+ public:
+  Vex::Ptr<HubstoreService>* service = nullptr;
+  void doHandleControllerMountState(const SystemId&, Vex::String, MountState state,
+                                    const Vex::Ptr<Mirra::EntityManager>&) override {
+    if (state == mountStateFailed) throw std::runtime_error("hook failed");
+    if (state == mountStateUnmounted) *service = nullptr;
+  }
+};
+
+TEST_F(ServiceMetricsTest, HooksThatThrowOrReleaseTheServiceAreCountedAndTimed) {
+  HookStatistics::timingIs(true);
+  auto service = controller().serviceIs("metrics_hooks");
+  const auto mounter = Vex::make<ThrowingMounter>();
+  mounter->service = &service;
+  declare(service, mounter);
+  const HookStatistics& hooks = HookStatistics::of("metrics_hooks");
+  EXPECT_THROW(controller().systemStatus("00:1c:73:00:00:01", {{"g1", mountStateFailed}}), std::runtime_error);
+  EXPECT_EQ(hooks.calls[HookStatistics::handleControllerMountState], 1u);
+  controller().mountState("00:1c:73:00:00:01", "g1", mountStateUnmounted);
+  EXPECT_EQ(service, nullptr);
+  EXPECT_EQ(hooks.calls[HookStatistics::handleControllerMountState], 2u);
+  EXPECT_GT(hooks.seconds[HookStatistics::handleControllerMountState], 0.0);
+  HookStatistics::timingIs(false);
+  EXPECT_NE(controller().serviceIs("metrics_hooks")->metricsText().find(
+                "hubstore_hook_calls_total{service=\"metrics_hooks\",hook=\"doHandleControllerMountState\"} 2\n"),
+            std::string::npos);
+}
+
+}  // namespace
+}  // namespace Controller
