@@ -30,9 +30,9 @@
 
 namespace hubstore::sim {
 
-// Both walk the configuration schema (config_schema.h): a line's place is a
-// path through it, and its value is read and written by the schema's
-// accessors.
+// dump, set and unset walk the configuration schema (config_schema.h): a
+// line's place is a path through it, and its value is read and written by the
+// schema's accessors.
 class ConfigDump {
  public:
   // What a restart keeps of the configuration. A dump line says only
