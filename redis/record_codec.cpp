@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include <hubstore/foundations/records/config_schema.h>
 #include <hubstore/foundations/records/hubstore_status.h>
 #include <hubstore/foundations/records/mount_filter_service_version.h>
 #include <hubstore/foundations/records/mount_filter_system.h>
@@ -28,15 +29,13 @@ namespace {
 
 // "none", "mountConfig.systemFilter[L]" (a member of a configuration's
 // collection) or "detached L" (a filter record that left its collection).
-template <class Filter>
-std::string filterPlace(const Filter* filter, const char* attribute) {
+std::string filterPlace(const Vex::Entity* filter, std::string_view attribute) {
   if (!filter) return "none";
   const Vex::Entity* parent = filter->parent();
-  const char* root = nullptr;
-  if (parent && as<ServiceMountConfig>(*parent)) root = "mountConfig";
-  if (parent && as<ServicePublishConfig>(*parent)) root = "publishConfig";
-  if (root && std::string_view(filter->parentAttrName()) == attribute) {
-    return RedisKeySchema::memberKey(root, attribute, filter->name().view());
+  for (const SchemaNode& root : configRoots()) {
+    if (parent && root.isType(*parent) && filter->parentAttrName() == attribute) {
+      return RedisKeySchema::memberKey(std::string(root.attribute), attribute, filter->name().view());
+    }
   }
   return "detached " + RedisKeySchema::quoted(filter->name().view());
 }
@@ -90,25 +89,19 @@ Fields RecordCodec::ownFields(const Vex::Entity& e) {
   Fields out{{"name", e.name().stdString()}};
   if (auto* r = as<Hubstore::Status>(e)) {
     out["leaderGenId"] = text(r->leaderGenId());
-  } else if (auto* r = as<ServiceMountConfig>(e)) {
-    out["serviceName"] = text(r->serviceName());
-    out["leaderGenId"] = text(r->leaderGenId());
-    out["warm"] = text(r->warm());
-  } else if (auto* r = as<ServicePublishConfig>(e)) {
-    out["serviceName"] = text(r->serviceName());
-    out["leaderGenId"] = text(r->leaderGenId());
-    out["ready"] = text(r->ready());
-  } else if (auto* r = as<ServiceMountGroupConfig>(e)) {
-    out["preserveMountsOnDisconnect"] = text(r->preserveMountsOnDisconnect());
-    out["systemFilter"] = filterPlace(r->systemFilter().get(), "systemFilter");
-    out["versionFilter"] = filterPlace(r->versionFilter().get(), "versionFilter");
-  } else if (auto* r = as<ServicePublishGroupConfig>(e)) {
-    out["systemFilter"] = filterPlace(r->systemFilter().get(), "systemFilter");
-    out["versionFilter"] = filterPlace(r->versionFilter().get(), "versionFilter");
   } else if (auto* r = as<PublishDir>(e)) {
     out["vexcType"] = text(r->vexcType());
     out["remoteTargetPath"] = text(r->remoteTargetPath());
     out["readyToPublish"] = text(r->readyToPublish());
+  } else if (const SchemaNode* node = configNodeOf(e)) {
+    // A configuration record's own fields are its attributes that are not
+    // collections.
+    for (const SchemaNode& member : node->members) {
+      if (member.key != KeyKind::None) continue;
+      out[std::string(member.attribute)] = member.kind == ConfigValueKind::Filter
+                                               ? filterPlace(member.bound(e), member.attribute)
+                                               : member.read(e, {})->at(0);
+    }
   }
   return out;
 }

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include <hubstore/foundations/records/config_schema.h>
 #include <hubstore/foundations/records/hubstore_status.h>
 #include <hubstore/foundations/records/mount_filter_service_version.h>
 #include <hubstore/foundations/records/mount_filter_system.h>
@@ -26,53 +27,35 @@ using namespace layout;
 
 namespace {
 
-template <class Filter, class Config>
-Vex::Ptr<Filter> memberFilter(Config* config, const Vex::Name& name) {
-  if (!config) return nullptr;
-  if constexpr (std::is_same_v<Filter, MountFilterSystem>) {
-    return config->systemFilterIs(name);
-  } else {
-    return config->versionFilterIs(name);
-  }
-}
-
 // The filter record that a FILTER text names, created in its collection when
 // it is missing there; `current` is kept when it is the detached filter named.
-template <class Filter>
-Vex::Ptr<Filter> resolveFilter(const std::string& place, const char* attribute, const Vex::Ptr<Filter>& current,
-                               const RecordCodec::Context& context) {
+// `slot` is the group configuration's filter attribute.
+Vex::Ptr<Vex::Entity> resolveFilter(const std::string& place, const SchemaNode& slot, Vex::Entity* current,
+                                    const RecordCodec::Context& context) {
   if (place == "none") return nullptr;
   auto unreadable = [&] {
-    context.problem(std::string("field ") + attribute + ": '" + place + "' names no filter");
-    return current;
+    context.problem("field " + std::string(slot.attribute) + ": '" + place + "' names no filter");
+    return Vex::Ptr<Vex::Entity>(current);
   };
   constexpr std::string_view detached = "detached ";
   if (place.rfind(detached, 0) == 0) {
     const auto name = RedisKeySchema::unquoted(std::string_view(place).substr(detached.size()));
     if (!name) return unreadable();
     if (current && current->name() == std::string_view(*name) && !current->parent()) return current;
-    return Vex::make<Filter>(Vex::Name(*name));
+    return slot.make(Vex::Name(*name));
   }
   auto parsed = RedisKeySchema::parseRelative(place);
-  if (!parsed || parsed->steps.size() != 1 || parsed->steps[0].attribute != attribute) return unreadable();
-  const Vex::Name name(parsed->steps[0].key);
-  if (parsed->record == RecordSlot::mountConfig) {
-    return memberFilter<Filter>(dynamic_cast<ServiceMountConfig*>(context.root(RecordSlot::mountConfig)), name);
-  }
-  if (parsed->record == RecordSlot::publishConfig) {
-    return memberFilter<Filter>(dynamic_cast<ServicePublishConfig*>(context.root(RecordSlot::publishConfig)), name);
+  if (!parsed || parsed->steps.size() != 1 || parsed->steps[0].attribute != slot.attribute) return unreadable();
+  if (parsed->record != RecordSlot::mountConfig && parsed->record != RecordSlot::publishConfig) return unreadable();
+  const SchemaNode& root = configRoots()[parsed->record == RecordSlot::mountConfig ? 0 : 1];
+  Vex::Entity* config = context.root(parsed->record);
+  if (!config || !root.isType(*config)) return nullptr;
+  for (const SchemaNode& collection : root.members) {
+    if (collection.attribute == slot.attribute) {
+      return Vex::Ptr<Vex::Entity>(collection.write(*config, parsed->steps[0].key, {}));
+    }
   }
   return unreadable();
-}
-
-template <class Group>
-void applyGroupFilters(Group& group, const Fields& fields, const RecordCodec::Context& context) {
-  if (const std::string* place = field(fields, "systemFilter")) {
-    group.systemFilterIs(resolveFilter(*place, "systemFilter", group.systemFilter(), context));
-  }
-  if (const std::string* place = field(fields, "versionFilter")) {
-    group.versionFilterIs(resolveFilter(*place, "versionFilter", group.versionFilter(), context));
-  }
 }
 
 }  // namespace
@@ -102,34 +85,33 @@ void RecordCodec::applyFields(Vex::Entity& e, const Fields& given, const Context
     if (name != "name" && !given.count(name)) context.problem("missing field " + name);
   }
   const Fields& fields = readable ? *readable : given;
-  auto boolField = [&](const char* name) -> std::optional<bool> {
+  auto boolField = [&](std::string_view name) -> std::optional<bool> {
     const std::string* value = field(fields, name);
     if (!value) return std::nullopt;
     if (*value != "true" && *value != "false") {
-      context.problem(std::string("field ") + name + ": '" + *value + "' is not true or false");
+      context.problem("field " + std::string(name) + ": '" + *value + "' is not true or false");
       return std::nullopt;
     }
     return *value == "true";
   };
   if (auto* r = as<Hubstore::Status>(e)) {
     if (field(fields, "leaderGenId")) r->leaderGenIdIs(stringField(fields, "leaderGenId"));
-  } else if (auto* r = as<ServiceMountConfig>(e)) {
-    if (field(fields, "serviceName")) r->serviceNameIs(stringField(fields, "serviceName"));
-    if (field(fields, "leaderGenId")) r->leaderGenIdIs(stringField(fields, "leaderGenId"));
-    if (auto warm = boolField("warm")) r->warmIs(*warm);
-  } else if (auto* r = as<ServicePublishConfig>(e)) {
-    if (field(fields, "serviceName")) r->serviceNameIs(stringField(fields, "serviceName"));
-    if (field(fields, "leaderGenId")) r->leaderGenIdIs(stringField(fields, "leaderGenId"));
-    if (auto ready = boolField("ready")) r->readyIs(*ready);
-  } else if (auto* r = as<ServiceMountGroupConfig>(e)) {
-    if (auto preserve = boolField("preserveMountsOnDisconnect")) r->preserveMountsOnDisconnectIs(*preserve);
-    applyGroupFilters(*r, fields, context);
-  } else if (auto* r = as<ServicePublishGroupConfig>(e)) {
-    applyGroupFilters(*r, fields, context);
   } else if (auto* r = as<PublishDir>(e)) {
     if (field(fields, "vexcType")) r->vexcTypeIs(stringField(fields, "vexcType"));
     if (field(fields, "remoteTargetPath")) r->remoteTargetPathIs(stringField(fields, "remoteTargetPath"));
     if (auto ready = boolField("readyToPublish")) r->readyToPublishIs(*ready);
+  } else if (const SchemaNode* node = configNodeOf(e)) {
+    for (const SchemaNode& member : node->members) {
+      const std::string* value = member.key == KeyKind::None ? field(fields, member.attribute) : nullptr;
+      if (!value) continue;
+      if (member.kind == ConfigValueKind::Filter) {
+        member.bind(e, resolveFilter(*value, member, member.bound(e), context).get());
+      } else if (member.kind == ConfigValueKind::Scalar) {
+        member.write(e, {}, {*value});
+      } else if (auto flag = boolField(member.attribute)) {
+        member.write(e, {}, {text(*flag)});
+      }
+    }
   }
   for (const Collection& c : collections) {
     if (c.inFields) applyFieldMembers(e, c, fields, context);

@@ -105,6 +105,11 @@ TEST(RecordCodecTest, KeysReadBackInAnyOrderRebuildTheSameRecords) {
   Records inOrder = Records::fresh();
   inOrder.apply(keys.begin(), keys.end());
   EXPECT_EQ(inOrder.keys(), keys);
+  // Read again, a group keeps the detached filter record it points at.
+  const auto* publish = static_cast<ServicePublishConfig*>(inOrder(RecordSlot::publishConfig));
+  const Vex::Ptr<MountFilterSystem> detached = publish->publishGroupConfig("g1")->systemFilter();
+  inOrder.apply(keys.begin(), keys.end());
+  EXPECT_EQ(publish->publishGroupConfig("g1")->systemFilter(), detached);
   // Members before the records that hold them: the holders are made first
   // and get their own values when their keys come.
   Records reversed = Records::fresh();

@@ -101,7 +101,7 @@ bool isPlainKey(std::string_view key) {
 }
 std::string text(const Vex::String& value) { return value.stdString(); }
 
-const std::string* field(const Fields& fields, const char* name) {
+const std::string* field(const Fields& fields, std::string_view name) {
   auto found = fields.find(name);
   return found == fields.end() ? nullptr : &found->second;
 }

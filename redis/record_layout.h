@@ -54,7 +54,7 @@ std::string text(bool value);
 std::string text(const Vex::String& value);
 // A member's key written as it is, not quoted: most are (a group, a switch).
 bool isPlainKey(std::string_view key);
-const std::string* field(const Fields& fields, const char* name);
+const std::string* field(const Fields& fields, std::string_view name);
 Vex::String stringField(const Fields& fields, const char* name);
 std::optional<std::uint32_t> numberKey(std::string_view key);
 Fields boolValue(bool value);

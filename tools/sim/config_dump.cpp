@@ -1,107 +1,60 @@
 #include "tools/sim/config_dump.h"
 
-#include <cstdint>
 #include <stdexcept>
 #include <string_view>
-#include <type_traits>
 #include <utility>
 
 #include "tools/sim/scenario_error.h"
 
 namespace hubstore::sim {
-
-using Controller::MountFilterServiceVersion;
-using Controller::MountFilterSystem;
-using Controller::ServiceMountConfig;
-using Controller::ServiceMountGroupConfig;
-using Controller::ServicePublishConfig;
-using Controller::ServicePublishGroupConfig;
-
 namespace {
 
-constexpr std::string_view kMountRoot = "mountConfig";
+using K = ConfigValueKind;
 
-ConfigSegment seg(std::string attribute) { return {std::move(attribute), std::nullopt}; }
-ConfigSegment seg(std::string attribute, std::string key) { return {std::move(attribute), std::move(key)}; }
+ConfigSegment seg(std::string_view attribute) { return {std::string(attribute), std::nullopt}; }
+ConfigSegment seg(std::string_view attribute, std::string key) { return {std::string(attribute), std::move(key)}; }
 
 ConfigPath child(ConfigPath path, ConfigSegment segment) {
   path.push_back(std::move(segment));
   return path;
 }
 
-std::string boolText(bool value) { return value ? "true" : "false"; }
-
-std::string field(std::string_view name, const Vex::String& value) {
-  return std::string(name) + "=" + quoteIfNeeded(value.view());
-}
-
-class LineWriter {
- public:
-  void add(const ConfigPath& path, const std::string& value) {
-    lines.push_back(formatConfigPath(path) + " = " + value);
+// The parser checked every attribute of a line against the schema.
+const SchemaNode& nodeNamed(std::span<const SchemaNode> nodes, std::string_view attribute) {
+  for (const SchemaNode& node : nodes) {
+    if (node.attribute == attribute) return node;
   }
-  std::vector<std::string> lines;
-};
-
-// The systemFilter and versionFilter collections, alike in both records.
-template <class Config>
-void addFilterCollections(LineWriter& out, const ConfigPath& root, const Config& config) {
-  for (auto it = config.systemFilterMembers().begin(); it != config.systemFilterMembers().end(); ++it) {
-    const ConfigPath place = child(root, seg("systemFilter", it.key().stdString()));
-    out.add(place, "MountFilterSystem");
-    for (const auto& [system, included] : (*it)->includedSystemMembers().entries()) {
-      out.add(child(place, seg("includedSystem", system.stdString())), boolText(included));
-    }
-  }
-  for (auto it = config.versionFilterMembers().begin(); it != config.versionFilterMembers().end(); ++it) {
-    const ConfigPath place = child(root, seg("versionFilter", it.key().stdString()));
-    out.add(place, "MountFilterServiceVersion");
-    for (const auto& [version, included] : (*it)->includedServiceVersionMembers().entries()) {
-      out.add(child(place, seg("includedServiceVersion", std::to_string(version))), boolText(included));
-    }
-  }
-}
-
-// The place of `filter` among `members`, or empty.
-template <class Filter>
-std::string placeIn(std::string_view root, std::string_view attribute,
-                    const Vex::Collection<Vex::Name, Filter>& members, const Filter* filter) {
-  for (auto it = members.begin(); it != members.end(); ++it) {
-    if ((*it).get() == filter) {
-      return formatConfigPath({seg(std::string(root)), seg(std::string(attribute), it.key().stdString())});
-    }
-  }
-  return {};
-}
-
-std::string describePath(const ConfigPath& path, std::size_t segments) {
-  return formatConfigPath(ConfigPath(path.begin(), path.begin() + static_cast<std::ptrdiff_t>(segments)));
+  throw std::logic_error("the parser let through the attribute " + std::string(attribute));
 }
 
 [[noreturn]] void throwMissing(const ConfigPath& path, std::size_t segments) {
-  throw ScenarioError(describePath(path, segments) + " does not exist");
+  throw ScenarioError(formatConfigPath(ConfigPath(path.begin(), path.begin() + static_cast<std::ptrdiff_t>(segments))) +
+                      " does not exist");
 }
 
-bool boolValue(const Command& command) { return command.scalar == "true"; }
-
-Vex::String keyOf(const ConfigSegment& segment) { return Vex::String(*segment.key); }
-
-const std::string& fieldValue(const Command& command, std::string_view name) {
-  for (const auto& [key, value] : command.fields) {
-    if (key == name) return value;
+// VALUE of a Scalar, Bool or Fields place.
+std::string valueText(const SchemaNode& node, const ConfigTexts& value) {
+  if (node.kind != K::Fields) return quoteIfNeeded(value.at(0));
+  std::string text;
+  for (std::size_t i = 0; i < node.fields.size(); ++i) {
+    if (i > 0) text += ' ';
+    text += std::string(node.fields[i].name) + "=" + quoteIfNeeded(value.at(i));
   }
-  throw std::logic_error("the parser left out the field " + std::string(name));
+  return text;
 }
 
-// The member named by segment `index`, which must exist for a deeper line.
-template <class Member, class Lookup>
-Vex::Ptr<Member> parentMember(const Command& command, std::size_t index, Lookup lookup) {
-  Vex::Ptr<Member> member = lookup(keyOf(command.lhs[index]));
-  if (!member) throwMissing(command.lhs, index + 1);
-  return member;
-}
+constexpr std::string_view kDetached = "detached ";
 
 }  // namespace
+
+class ConfigDump::LineWriter {
+ public:
+  // `detached` collects the detached filter records by the LHS that binds them.
+  explicit LineWriter(std::map<std::string, Vex::Ptr<Vex::Entity>>* detached = nullptr) : detached(detached) {}
+  void add(const ConfigPath& path, const std::string& value) { lines.push_back(formatConfigPath(path) + " = " + value); }
+  std::vector<std::string> lines;
+  std::map<std::string, Vex::Ptr<Vex::Entity>>* detached;
+};
 
 ConfigDump::ConfigDump(Mirra::EntityManager& em, const Vex::String& agentName) : em_(em), agentName_(agentName) {}
 
@@ -113,103 +66,96 @@ std::string ConfigDump::publishConfigPath(const Vex::String& agentName) {
   return "controller/publish/config/service/" + agentName.stdString();
 }
 
-Vex::Ptr<ServiceMountConfig> ConfigDump::mountConfig() const {
-  return Vex::ptr_cast<ServiceMountConfig>(em_.getEntity(mountConfigPath(agentName_)));
+std::string ConfigDump::rootPath(const SchemaNode& root) const {
+  return root.attribute == "mountConfig" ? mountConfigPath(agentName_) : publishConfigPath(agentName_);
 }
 
-Vex::Ptr<ServicePublishConfig> ConfigDump::publishConfig() const {
-  return Vex::ptr_cast<ServicePublishConfig>(em_.getEntity(publishConfigPath(agentName_)));
+Vex::Ptr<Vex::Entity> ConfigDump::rootRecord(const SchemaNode& root) const {
+  Vex::Ptr<Vex::Entity> record = em_.getEntity(rootPath(root));
+  return record && root.isType(*record) ? record : nullptr;
 }
 
-std::string ConfigDump::filterPlace(const MountFilterSystem* filter) const {
+void ConfigDump::rootIs(const SchemaNode& root, bool present) {
+  const std::string path = rootPath(root);
+  if (!present) {
+    em_.entityDel(path);
+    return;
+  }
+  if (auto existing = em_.getEntity(path)) {
+    if (!root.isType(*existing)) throw ScenarioError(path + " holds a " + existing->fwkType().name());
+    return;
+  }
+  em_.entityIs(path, root.make(agentName_));
+}
+
+std::string ConfigDump::filterPlace(const SchemaNode& slot, const Vex::Entity* filter) const {
   if (!filter) return "none";
-  std::string place;
-  if (auto config = mountConfig()) place = placeIn("mountConfig", "systemFilter", config->systemFilterMembers(), filter);
-  if (auto config = publishConfig(); place.empty() && config) {
-    place = placeIn("publishConfig", "systemFilter", config->systemFilterMembers(), filter);
+  for (const SchemaNode& root : configRoots()) {
+    const Vex::Ptr<Vex::Entity> record = rootRecord(root);
+    if (!record) continue;
+    for (const SchemaNode& collection : root.members) {
+      if (collection.kind != K::RecordType || collection.typeName != slot.typeName) continue;
+      for (const std::string& key : collection.keys(*record)) {
+        if (collection.member(*record, key) == filter) {
+          return formatConfigPath({seg(root.attribute), seg(collection.attribute, key)});
+        }
+      }
+    }
   }
-  return place.empty() ? "detached " + quoteIfNeeded(filter->name().view()) : place;
+  return std::string(kDetached) + quoteIfNeeded(filter->name().view());
 }
 
-std::string ConfigDump::filterPlace(const MountFilterServiceVersion* filter) const {
-  if (!filter) return "none";
-  std::string place;
-  if (auto config = mountConfig()) {
-    place = placeIn("mountConfig", "versionFilter", config->versionFilterMembers(), filter);
+void ConfigDump::addLines(LineWriter& out, const SchemaNode& node, const Vex::Entity& record,
+                          const ConfigPath& place) const {
+  out.add(place, std::string(node.typeName));
+  for (const SchemaNode& member : node.members) {
+    if (member.key == KeyKind::None) {
+      const ConfigPath at = child(place, seg(member.attribute));
+      if (member.kind != K::Filter) {
+        out.add(at, valueText(member, *member.read(record, {})));
+        continue;
+      }
+      Vex::Entity* filter = member.bound(record);
+      const std::string value = filterPlace(member, filter);
+      if (out.detached && value.starts_with(kDetached)) (*out.detached)[formatConfigPath(at)] = Vex::Ptr(filter);
+      out.add(at, value);
+      continue;
+    }
+    for (const std::string& key : member.keys(record)) {
+      const ConfigPath at = child(place, seg(member.attribute, key));
+      if (member.kind == K::RecordType) {
+        addLines(out, member, *member.member(record, key), at);
+      } else {
+        out.add(at, valueText(member, *member.read(record, key)));
+      }
+    }
   }
-  if (auto config = publishConfig(); place.empty() && config) {
-    place = placeIn("publishConfig", "versionFilter", config->versionFilterMembers(), filter);
+}
+
+void ConfigDump::addAll(LineWriter& out) const {
+  for (const SchemaNode& root : configRoots()) {
+    const ConfigPath place{seg(root.attribute)};
+    if (const Vex::Ptr<Vex::Entity> record = rootRecord(root)) {
+      addLines(out, root, *record, place);
+    } else {
+      out.add(place, "none");
+    }
   }
-  return place.empty() ? "detached " + quoteIfNeeded(filter->name().view()) : place;
 }
 
 std::vector<std::string> ConfigDump::lines() const {
   LineWriter out;
-  const ConfigPath mountRoot{seg("mountConfig")};
-  if (auto config = mountConfig()) {
-    out.add(mountRoot, "ServiceMountConfig");
-    out.add(child(mountRoot, seg("serviceName")), quoteIfNeeded(config->serviceName().view()));
-    out.add(child(mountRoot, seg("leaderGenId")), quoteIfNeeded(config->leaderGenId().view()));
-    out.add(child(mountRoot, seg("warm")), boolText(config->warm()));
-    const auto& groups = config->mountGroupConfigMembers();
-    for (auto it = groups.begin(); it != groups.end(); ++it) {
-      const ServiceMountGroupConfig& group = **it;
-      const ConfigPath place = child(mountRoot, seg("mountGroupConfig", it.key().stdString()));
-      out.add(place, "ServiceMountGroupConfig");
-      out.add(child(place, seg("preserveMountsOnDisconnect")), boolText(group.preserveMountsOnDisconnect()));
-      out.add(child(place, seg("systemFilter")), filterPlace(group.systemFilter().get()));
-      out.add(child(place, seg("versionFilter")), filterPlace(group.versionFilter().get()));
-      for (const auto& [remote, mount] : group.mountConfigMembers().entries()) {
-        out.add(child(place, seg("mountConfig", remote.stdString())),
-                field("vexcType", mount.vexcType) + " " + field("vexcFlags", mount.vexcFlags) + " " +
-                    field("hubstorePath", mount.hubstorePath));
-      }
-    }
-    addFilterCollections(out, mountRoot, *config);
-  } else {
-    out.add(mountRoot, "none");
-  }
-
-  const ConfigPath publishRoot{seg("publishConfig")};
-  if (auto config = publishConfig()) {
-    out.add(publishRoot, "ServicePublishConfig");
-    out.add(child(publishRoot, seg("serviceName")), quoteIfNeeded(config->serviceName().view()));
-    out.add(child(publishRoot, seg("leaderGenId")), quoteIfNeeded(config->leaderGenId().view()));
-    out.add(child(publishRoot, seg("ready")), boolText(config->ready()));
-    const auto& groups = config->publishGroupConfigMembers();
-    for (auto it = groups.begin(); it != groups.end(); ++it) {
-      const ServicePublishGroupConfig& group = **it;
-      const ConfigPath place = child(publishRoot, seg("publishGroupConfig", it.key().stdString()));
-      out.add(place, "ServicePublishGroupConfig");
-      out.add(child(place, seg("systemFilter")), filterPlace(group.systemFilter().get()));
-      out.add(child(place, seg("versionFilter")), filterPlace(group.versionFilter().get()));
-      for (const auto& [path, publish] : group.publishConfigMembers().entries()) {
-        out.add(child(place, seg("publishConfig", path.stdString())),
-                field("remotePath", publish.remotePath) + " " + field("vexcType", publish.vexcType));
-      }
-      for (auto dir = group.publishDirMembers().begin(); dir != group.publishDirMembers().end(); ++dir) {
-        out.add(child(place, seg("publishDir", dir.key().stdString())),
-                field("vexcType", (*dir)->vexcType()) + " " + field("remoteTargetPath", (*dir)->remoteTargetPath()) +
-                    " readyToPublish=" + boolText((*dir)->readyToPublish()));
-      }
-    }
-    addFilterCollections(out, publishRoot, *config);
-  } else {
-    out.add(publishRoot, "none");
-  }
+  addAll(out);
   return std::move(out.lines);
 }
 
-template <class Filter>
-Vex::Ptr<Filter> ConfigDump::filterNamed(const Command& command) {
+Vex::Ptr<Vex::Entity> ConfigDump::filterNamed(const SchemaNode& slot, const Command& command) {
   if (command.detachedName) {
     if (restoring_) {
       auto kept = restoring_->detachedFilters.find(formatConfigPath(command.lhs));
-      if (kept != restoring_->detachedFilters.end()) {
-        if (auto filter = Vex::ptr_cast<Filter>(kept->second)) return filter;
-      }
+      if (kept != restoring_->detachedFilters.end()) return kept->second;
     }
-    return Vex::make<Filter>(Vex::Name(*command.detachedName));
+    return slot.make(Vex::Name(*command.detachedName));
   }
   if (!command.filter) return nullptr;
   const ConfigPath& place = *command.filter;
@@ -218,225 +164,53 @@ Vex::Ptr<Filter> ConfigDump::filterNamed(const Command& command) {
   // the mount configuration before the publish one, so binding creates the
   // filter and its configuration record when they are not there yet: dump
   // lines fed to set in their printed order rebuild the configuration.
-  const bool mount = place[0].attribute == kMountRoot;
-  rootIs(mount, true);
-  const Vex::Name key = keyOf(place[1]);
-  if constexpr (std::is_same_v<Filter, MountFilterSystem>) {
-    return mount ? mountConfig()->systemFilterIs(key) : publishConfig()->systemFilterIs(key);
-  } else {
-    return mount ? mountConfig()->versionFilterIs(key) : publishConfig()->versionFilterIs(key);
-  }
+  const SchemaNode& root = nodeNamed(configRoots(), place[0].attribute);
+  rootIs(root, true);
+  return Vex::Ptr(nodeNamed(root.members, place[1].attribute).write(*rootRecord(root), *place[1].key, {}));
 }
 
-void ConfigDump::set(const Command& command) {
+void ConfigDump::write(const Command& command, bool isSet) {
   const ConfigPath& lhs = command.lhs;
+  const SchemaNode& root = nodeNamed(configRoots(), lhs[0].attribute);
   if (lhs.size() == 1) {
-    rootIs(lhs[0].attribute == kMountRoot, command.scalar != "none");
+    rootIs(root, isSet && command.scalar != "none");
     return;
   }
-  if (lhs[0].attribute == kMountRoot) {
-    auto config = mountConfig();
-    if (!config) throwMissing(lhs, 1);
-    setMountConfig(*config, command, true);
+  Vex::Ptr<Vex::Entity> holder = rootRecord(root);
+  if (!holder) throwMissing(lhs, 1);
+  const SchemaNode* node = &root;
+  for (std::size_t i = 1; i + 1 < lhs.size(); ++i) {
+    node = &nodeNamed(node->members, lhs[i].attribute);
+    Vex::Entity* member = node->member(*holder, *lhs[i].key);
+    if (!member) throwMissing(lhs, i + 1);
+    holder = Vex::Ptr(member);
+  }
+  const SchemaNode& slot = nodeNamed(node->members, lhs.back().attribute);
+  const std::string key = lhs.back().key.value_or("");
+  if (slot.kind == K::Filter) {
+    slot.bind(*holder, isSet ? filterNamed(slot, command).get() : nullptr);
+  } else if (!isSet && slot.key != KeyKind::None) {
+    slot.remove(*holder, key);
+  } else if (!isSet) {
+    slot.write(*holder, key, {slot.kind == K::Bool ? "false" : ""});
+  } else if (slot.kind == K::Fields) {
+    ConfigTexts value;
+    for (const auto& [name, text] : command.fields) value.push_back(text);
+    slot.write(*holder, key, value);
   } else {
-    auto config = publishConfig();
-    if (!config) throwMissing(lhs, 1);
-    setPublishConfig(*config, command, true);
+    slot.write(*holder, key, {command.scalar});
   }
 }
 
-void ConfigDump::unset(const Command& command) {
-  const ConfigPath& lhs = command.lhs;
-  if (lhs.size() == 1) {
-    rootIs(lhs[0].attribute == kMountRoot, false);
-    return;
-  }
-  if (lhs[0].attribute == kMountRoot) {
-    auto config = mountConfig();
-    if (!config) throwMissing(lhs, 1);
-    setMountConfig(*config, command, false);
-  } else {
-    auto config = publishConfig();
-    if (!config) throwMissing(lhs, 1);
-    setPublishConfig(*config, command, false);
-  }
-}
+void ConfigDump::set(const Command& command) { write(command, true); }
 
-void ConfigDump::rootIs(bool mount, bool present) {
-  const std::string path = mount ? mountConfigPath(agentName_) : publishConfigPath(agentName_);
-  if (!present) {
-    em_.entityDel(path);
-    return;
-  }
-  if (auto existing = em_.getEntity(path)) {
-    if (mount ? !Vex::ptr_cast<ServiceMountConfig>(existing) : !Vex::ptr_cast<ServicePublishConfig>(existing)) {
-      throw ScenarioError(path + " holds a " + existing->fwkType().name());
-    }
-    return;
-  }
-  if (mount) {
-    em_.entityIs(path, ServiceMountConfig::ServiceMountConfigIs(agentName_));
-  } else {
-    em_.entityIs(path, ServicePublishConfig::ServicePublishConfigIs(agentName_));
-  }
-}
-
-template <class Config>
-void ConfigDump::setFilterCollection(Config& config, const Command& command, bool isSet) {
-  const ConfigPath& lhs = command.lhs;
-  const Vex::Name name = keyOf(lhs[1]);
-  if (lhs[1].attribute == "systemFilter") {
-    if (lhs.size() == 2) {
-      if (isSet) {
-        config.systemFilterIs(name);
-      } else {
-        config.systemFilterDel(name);
-      }
-      return;
-    }
-    auto filter = parentMember<MountFilterSystem>(command, 1, [&](const Vex::Name& k) { return config.systemFilter(k); });
-    if (isSet) {
-      filter->includedSystemIs(keyOf(lhs[2]), boolValue(command));
-    } else {
-      filter->includedSystemDel(keyOf(lhs[2]));
-    }
-    return;
-  }
-  if (lhs.size() == 2) {
-    if (isSet) {
-      config.versionFilterIs(name);
-    } else {
-      config.versionFilterDel(name);
-    }
-    return;
-  }
-  auto filter =
-      parentMember<MountFilterServiceVersion>(command, 1, [&](const Vex::Name& k) { return config.versionFilter(k); });
-  const auto version = static_cast<std::uint32_t>(std::stoul(*lhs[2].key));
-  if (isSet) {
-    filter->includedServiceVersionIs(version, boolValue(command));
-  } else {
-    filter->includedServiceVersionDel(version);
-  }
-}
-
-template <class GroupConfig>
-void ConfigDump::setGroupFilter(GroupConfig& group, const Command& command, bool isSet) {
-  if (command.lhs[2].attribute == "systemFilter") {
-    group.systemFilterIs(isSet ? filterNamed<MountFilterSystem>(command) : nullptr);
-  } else {
-    group.versionFilterIs(isSet ? filterNamed<MountFilterServiceVersion>(command) : nullptr);
-  }
-}
-
-void ConfigDump::setMountConfig(ServiceMountConfig& config, const Command& command, bool isSet) {
-  const ConfigPath& lhs = command.lhs;
-  const std::string& attribute = lhs[1].attribute;
-  if (attribute == "serviceName") {
-    config.serviceNameIs(isSet ? Vex::String(command.scalar) : Vex::String(""));
-  } else if (attribute == "leaderGenId") {
-    config.leaderGenIdIs(isSet ? Vex::String(command.scalar) : Vex::String(""));
-  } else if (attribute == "warm") {
-    config.warmIs(isSet && boolValue(command));
-  } else if (attribute == "mountGroupConfig") {
-    const Vex::Name name = keyOf(lhs[1]);
-    if (lhs.size() == 2) {
-      if (isSet) {
-        config.mountGroupConfigIs(name);
-      } else {
-        config.mountGroupConfigDel(name);
-      }
-      return;
-    }
-    auto group =
-        parentMember<ServiceMountGroupConfig>(command, 1, [&](const Vex::Name& k) { return config.mountGroupConfig(k); });
-    const std::string& member = lhs[2].attribute;
-    if (member == "preserveMountsOnDisconnect") {
-      group->preserveMountsOnDisconnectIs(isSet && boolValue(command));
-    } else if (member == "mountConfig") {
-      if (isSet) {
-        group->mountConfigIs(keyOf(lhs[2]), Vex::String(fieldValue(command, "vexcType")),
-                             Vex::String(fieldValue(command, "vexcFlags")),
-                             Vex::String(fieldValue(command, "hubstorePath")));
-      } else {
-        group->mountConfigDel(keyOf(lhs[2]));
-      }
-    } else {
-      setGroupFilter(*group, command, isSet);
-    }
-  } else {
-    setFilterCollection(config, command, isSet);
-  }
-}
-
-void ConfigDump::setPublishConfig(ServicePublishConfig& config, const Command& command, bool isSet) {
-  const ConfigPath& lhs = command.lhs;
-  const std::string& attribute = lhs[1].attribute;
-  if (attribute == "serviceName") {
-    config.serviceNameIs(isSet ? Vex::String(command.scalar) : Vex::String(""));
-  } else if (attribute == "leaderGenId") {
-    config.leaderGenIdIs(isSet ? Vex::String(command.scalar) : Vex::String(""));
-  } else if (attribute == "ready") {
-    config.readyIs(isSet && boolValue(command));
-  } else if (attribute == "publishGroupConfig") {
-    const Vex::Name name = keyOf(lhs[1]);
-    if (lhs.size() == 2) {
-      if (isSet) {
-        config.publishGroupConfigIs(name);
-      } else {
-        config.publishGroupConfigDel(name);
-      }
-      return;
-    }
-    auto group = parentMember<ServicePublishGroupConfig>(
-        command, 1, [&](const Vex::Name& k) { return config.publishGroupConfig(k); });
-    const std::string& member = lhs[2].attribute;
-    const Vex::Name key = member == "publishConfig" || member == "publishDir" ? keyOf(lhs[2]) : Vex::Name();
-    if (member == "publishConfig") {
-      if (isSet) {
-        group->publishConfigIs(key, Vex::String(fieldValue(command, "remotePath")),
-                               Vex::String(fieldValue(command, "vexcType")));
-      } else {
-        group->publishConfigDel(key);
-      }
-    } else if (member == "publishDir") {
-      if (isSet) {
-        auto dir = group->publishDirIs(key, Vex::String(fieldValue(command, "vexcType")));
-        dir->remoteTargetPathIs(Vex::String(fieldValue(command, "remoteTargetPath")));
-        dir->readyToPublishIs(fieldValue(command, "readyToPublish") == "true");
-      } else {
-        group->publishDirDel(key);
-      }
-    } else {
-      setGroupFilter(*group, command, isSet);
-    }
-  } else {
-    setFilterCollection(config, command, isSet);
-  }
-}
+void ConfigDump::unset(const Command& command) { write(command, false); }
 
 ConfigDump::Snapshot ConfigDump::snapshot() const {
-  Snapshot snapshot{lines(), {}};
-  auto keepDetached = [&](const ConfigPath& group, const Vex::Ptr<Vex::Entity>& filter, const std::string& place) {
-    if (filter && place.rfind("detached ", 0) == 0) snapshot.detachedFilters[formatConfigPath(group)] = filter;
-  };
-  if (auto config = mountConfig()) {
-    for (auto it = config->mountGroupConfigMembers().begin(); it != config->mountGroupConfigMembers().end(); ++it) {
-      const ConfigPath group{seg("mountConfig"), seg("mountGroupConfig", it.key().stdString())};
-      keepDetached(child(group, seg("systemFilter")), (*it)->systemFilter(), filterPlace((*it)->systemFilter().get()));
-      keepDetached(child(group, seg("versionFilter")), (*it)->versionFilter(),
-                   filterPlace((*it)->versionFilter().get()));
-    }
-  }
-  if (auto config = publishConfig()) {
-    for (auto it = config->publishGroupConfigMembers().begin(); it != config->publishGroupConfigMembers().end();
-         ++it) {
-      const ConfigPath group{seg("publishConfig"), seg("publishGroupConfig", it.key().stdString())};
-      keepDetached(child(group, seg("systemFilter")), (*it)->systemFilter(), filterPlace((*it)->systemFilter().get()));
-      keepDetached(child(group, seg("versionFilter")), (*it)->versionFilter(),
-                   filterPlace((*it)->versionFilter().get()));
-    }
-  }
+  Snapshot snapshot;
+  LineWriter out(&snapshot.detachedFilters);
+  addAll(out);
+  snapshot.lines = std::move(out.lines);
   return snapshot;
 }
 

@@ -23,17 +23,16 @@
 #include <vector>
 
 #include <hubstore/foundations/framework/entity.h>
-#include <hubstore/foundations/platform/entity_manager.h>
-#include <hubstore/foundations/records/mount_filter_service_version.h>
-#include <hubstore/foundations/records/mount_filter_system.h>
 #include <hubstore/foundations/framework/ptr.h>
-#include <hubstore/foundations/records/service_mount_config.h>
-#include <hubstore/foundations/records/service_publish_config.h>
 #include <hubstore/foundations/framework/string.h>
+#include <hubstore/foundations/platform/entity_manager.h>
 #include "tools/sim/scenario_parser.h"
 
 namespace hubstore::sim {
 
+// dump, set and unset walk the configuration schema (config_schema.h): a
+// line's place is a path through it, and its value is read and written by the
+// schema's accessors.
 class ConfigDump {
  public:
   // What a restart keeps of the configuration. A dump line says only
@@ -64,24 +63,23 @@ class ConfigDump {
   void restore(const Snapshot& snapshot);
 
  private:
-  Vex::Ptr<Controller::ServiceMountConfig> mountConfig() const;
-  Vex::Ptr<Controller::ServicePublishConfig> publishConfig() const;
-  // FILTER text of a group configuration's filter pointer.
-  std::string filterPlace(const Controller::MountFilterSystem* filter) const;
-  std::string filterPlace(const Controller::MountFilterServiceVersion* filter) const;
-  // The filter record that a FILTER value names; null for `none`.
-  template <class Filter>
-  Vex::Ptr<Filter> filterNamed(const Command& command);
+  class LineWriter;
 
-  // Creates (present) or removes the mount or the publish configuration
-  // record; an existing record of the right type is kept.
-  void rootIs(bool mount, bool present);
-  void setMountConfig(Controller::ServiceMountConfig& config, const Command& command, bool isSet);
-  void setPublishConfig(Controller::ServicePublishConfig& config, const Command& command, bool isSet);
-  template <class Config>
-  void setFilterCollection(Config& config, const Command& command, bool isSet);
-  template <class GroupConfig>
-  void setGroupFilter(GroupConfig& group, const Command& command, bool isSet);
+  // Where the record of a root of the schema lives, and the record or null.
+  std::string rootPath(const SchemaNode& root) const;
+  Vex::Ptr<Vex::Entity> rootRecord(const SchemaNode& root) const;
+  // Creates (present) or removes the record of a root; an existing record of
+  // the right type is kept.
+  void rootIs(const SchemaNode& root, bool present);
+  // The lines of both roots.
+  void addAll(LineWriter& out) const;
+  // The lines of `record`, a member of `node`, and of everything below it.
+  void addLines(LineWriter& out, const SchemaNode& node, const Vex::Entity& record, const ConfigPath& place) const;
+  // FILTER text of a group configuration's filter pointer.
+  std::string filterPlace(const SchemaNode& slot, const Vex::Entity* filter) const;
+  // The filter record that a FILTER value names; null for `none`.
+  Vex::Ptr<Vex::Entity> filterNamed(const SchemaNode& slot, const Command& command);
+  void write(const Command& command, bool isSet);
 
   Mirra::EntityManager& em_;
   Vex::String agentName_;

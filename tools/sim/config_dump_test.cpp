@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <hubstore/foundations/framework/type_descriptor.h>
+#include <hubstore/foundations/records/service_mount_config.h>
+#include <hubstore/foundations/records/service_publish_config.h>
 
 namespace hubstore::sim {
 namespace {

@@ -14,6 +14,8 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <hubstore/version.h>
 #include "tools/sim/command_reference.h"
@@ -64,6 +66,85 @@ class SimCommandLine : public ::testing::Test {
 
 const std::string kWorld = "agent agentB\nrecords\nmounter m1\nservice svcA\n";
 
+// The two lines of level 5 that declaring g1 traces.
+const std::string kGroupTraces =
+    "trace 5 doCheckMountAndPublishStatus g1 not complete\n"
+    "trace 5 handleInitialMountsComplete: no CSMG for group g1\n";
+
+const std::string kClosableGroup = kWorld +
+                                   "versionWhiteList v\ngroup g1 m1\ngroupVersionWhiteList g1 v\n"
+                                   "publishGroupStatus g1\n";
+
+// One run of the sim: the files it is given, and all it prints.
+struct SimCase {
+  std::string what;
+  std::vector<std::pair<std::string, std::string>> files;
+  std::string args;
+  std::string input;
+  const char* vexTrace;
+  int status;  // -1: aborted
+  std::string out;
+  std::string err;
+};
+
+TEST_F(SimCommandLine, EachRunPrintsItsLinesAndEndsWithItsStatus) {
+  fs::create_directory(dir_ / "folder");
+  const std::string versionLine = "hubstore-sim " HUBSTORE_VERSION_STRING "\n";
+  const std::string echoHelp = hubstore::sim::commandHelp(*hubstore::sim::findVerb("echo"));
+  const std::vector<SimCase> runs = {
+      {"files and standard input run in one world, traced from the start", {{"a.scn", kWorld}},
+       "--trace=5 a.scn - ", "group g1 m1\n", nullptr, 0, kGroupTraces, ""},
+      {"syntax errors of every file are reported and nothing runs",
+       {{"a.scn", "echo first\nclosed maybe\n"}, {"b.scn", "echo second\nfrobnicate\n"}}, "a.scn b.scn", "", nullptr,
+       2, "",
+       "a.scn:2: error: 'closed' takes BOOL (true or false), got 'maybe'\n"
+       "b.scn:2: error: unknown command 'frobnicate'\n"},
+      {"a command a hook cannot run is reported at its when and the run goes on",
+       {{"a.scn", kClosableGroup + "when m1 doMountsComplete g1 groupDel nothing\ngroupClosed g1 true\n"
+                                   "echo still running\n"}},
+       "a.scn", "", nullptr, 1, "hook m1 doMountsComplete g1\n# still running\n",
+       "a.scn:9: error: unknown group nothing\n"},
+      {"a folder is not read", {{"a.scn", "echo not run\n"}}, "a.scn folder", "", nullptr, 2, "",
+       "hubstore-sim: cannot read 'folder': Is a directory\n"},
+      {"a missing file is not read", {}, "a.scn missing.scn", "", nullptr, 2, "",
+       "hubstore-sim: cannot read 'missing.scn': No such file or directory\n"},
+      {"help in a scenario is part of the transcript and quit ends every file",
+       {{"a.scn", "help echo\necho before\nquit\necho after\n"}, {"b.scn", "echo not run either\n"}}, "a.scn b.scn",
+       "", nullptr, 0, echoHelp + "# before\n", ""},
+      {"help of no command in a scenario", {{"c.scn", "help frobnicate\n"}}, "c.scn", "", nullptr, 2, "",
+       "c.scn:1: error: 'help' takes the name of a command, got 'frobnicate'\n"},
+      {"help of no command", {}, "help frobnicate", "", nullptr, 2, "",
+       "hubstore-sim: no command 'frobnicate' ('hubstore-sim help' lists them)\n"},
+      {"version", {}, "--version", "", nullptr, 0, versionLine, ""},
+      {"VEX_TRACE sets the levels as in an agent", {{"a.scn", kWorld + "group g1 m1\n"}}, "a.scn", "", "Ferrolink/5",
+       0, kGroupTraces, ""},
+      {"--trace overrides VEX_TRACE", {}, "--trace=off a.scn", "", "Ferrolink/5", 0, "", ""},
+      {"a trace command overrides VEX_TRACE", {{"b.scn", "trace off\n" + kWorld + "group g1 m1\n"}}, "b.scn", "",
+       "Ferrolink/5", 0, "", ""},
+      {"a VEX_TRACE item that enables nothing is named and the run goes on", {}, "a.scn", "", "Ferrolink/5-x", 0, "",
+       "hubstore-sim: VEX_TRACE: ignored 'Ferrolink/5-x' (LEVELS is a comma list of levels 0-9 and ranges, or "
+       "off); the library's facility is Ferrolink, e.g. Ferrolink/5,7-8\n"},
+      {"a failed assertion is preceded by the line that was running",
+       {{"a.scn", "agent agentB\nmounter m1\n  service   svcA  # no records\n"}}, "a.scn", "", nullptr, -1, "",
+       "a.scn:3: while running: service svcA\nassertion failed: smc\n"},
+      {"an assertion in a hook names both lines that were running",
+       {{"b.scn", kClosableGroup + "group g2 m1\nwhen m1 doMountsComplete g1 groupClosed g2 true\n"}}, "b.scn -",
+       "echo from standard input\ngroupClosed g1 true\n", nullptr, -1,
+       "# from standard input\nhook m1 doMountsComplete g1\n",
+       "<stdin>:2: while running: groupClosed g1 true\n"
+       "b.scn:10: in a hook, while running: groupClosed g2 true\n"
+       "assertion failed: versionWhiteList() && \" mountgroup is missing version filter \"\n"},
+  };
+  for (const SimCase& run : runs) {
+    SCOPED_TRACE(run.what);
+    for (const auto& [name, text] : run.files) write(name, text);
+    const SimRun got = sim(run.args, run.input, run.vexTrace);
+    EXPECT_EQ(got.status, run.status);
+    EXPECT_EQ(got.out, run.out);
+    EXPECT_EQ(got.err, run.err);
+  }
+}
+
 TEST_F(SimCommandLine, QuietKeepsExceptionsErrorsAndTheStatus) {
   write("a.scn", kWorld +
                      "echo hidden\ntrace 8\ngroup g1 m1\nmounter d default\n"
@@ -74,40 +155,6 @@ TEST_F(SimCommandLine, QuietKeepsExceptionsErrorsAndTheStatus) {
   EXPECT_EQ(run.out.rfind("error Vex::MutatorReinstantiatingException: ", 0), 0u) << run.out;
   EXPECT_EQ(run.out.find('\n'), run.out.size() - 1) << run.out;
   EXPECT_EQ(run.err, "a.scn:10: error: unknown group nothing\n");
-}
-
-TEST_F(SimCommandLine, FilesAndStandardInputRunInOneWorldWithTracingFromTheStart) {
-  write("a.scn", kWorld);
-  const SimRun run = sim("--trace=5 a.scn - ", "group g1 m1\n");
-  EXPECT_EQ(run.status, 0) << run.err;
-  EXPECT_EQ(run.out,
-            "trace 5 doCheckMountAndPublishStatus g1 not complete\n"
-            "trace 5 handleInitialMountsComplete: no CSMG for group g1\n");
-}
-
-TEST_F(SimCommandLine, SyntaxErrorsOfEveryFileAreReportedAndNothingRuns) {
-  write("a.scn", "echo first\nclosed maybe\n");
-  write("b.scn", "echo second\nfrobnicate\n");
-  const SimRun run = sim("a.scn b.scn");
-  EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.out, "");
-  EXPECT_EQ(run.err,
-            "a.scn:2: error: 'closed' takes BOOL (true or false), got 'maybe'\n"
-            "b.scn:2: error: unknown command 'frobnicate'\n");
-}
-
-const std::string kClosableGroup = kWorld +
-                                   "versionWhiteList v\ngroup g1 m1\ngroupVersionWhiteList g1 v\n"
-                                   "publishGroupStatus g1\n";
-
-TEST_F(SimCommandLine, ACommandAHookCannotRunIsReportedAtItsWhenAndTheRunGoesOn) {
-  write("a.scn", kClosableGroup +
-                     "when m1 doMountsComplete g1 groupDel nothing\n"
-                     "groupClosed g1 true\necho still running\n");
-  const SimRun run = sim("a.scn");
-  EXPECT_EQ(run.status, 1);
-  EXPECT_EQ(run.err, "a.scn:9: error: unknown group nothing\n");
-  EXPECT_EQ(run.out, "hook m1 doMountsComplete g1\n# still running\n");
 }
 
 TEST_F(SimCommandLine, HooksThatSetEachOtherOffWithoutEndAreStopped) {
@@ -151,17 +198,6 @@ TEST_F(SimCommandLine, UsageErrorsEndWithStatusTwo) {
   }
 }
 
-TEST_F(SimCommandLine, AFileThatCannotBeReadSaysWhyAndNothingRuns) {
-  write("a.scn", "echo not run\n");
-  fs::create_directory(dir_ / "folder");
-  for (const auto& [file, reason] : {std::pair{"folder", "Is a directory"}, {"missing.scn", "No such file or directory"}}) {
-    const SimRun run = sim(std::string("a.scn ") + file);
-    EXPECT_EQ(run.status, 2) << file;
-    EXPECT_EQ(run.out, "") << file;
-    EXPECT_EQ(run.err, "hubstore-sim: cannot read '" + std::string(file) + "': " + reason + "\n");
-  }
-}
-
 TEST_F(SimCommandLine, AFileWithoutReadPermissionSaysSo) {
   if (::geteuid() == 0) GTEST_SKIP() << "root reads a file whatever its permissions say";
   write("locked.scn", "echo x\n");
@@ -171,7 +207,7 @@ TEST_F(SimCommandLine, AFileWithoutReadPermissionSaysSo) {
   EXPECT_EQ(run.err, "hubstore-sim: cannot read 'locked.scn': Permission denied\n");
 }
 
-TEST_F(SimCommandLine, HelpVersionAndTheCommandReference) {
+TEST_F(SimCommandLine, HelpAndTheCommandReference) {
   const SimRun help = sim("--help");
   EXPECT_EQ(help.status, 0);
   EXPECT_EQ(help.out.rfind("usage: hubstore-sim", 0), 0u);
@@ -179,61 +215,15 @@ TEST_F(SimCommandLine, HelpVersionAndTheCommandReference) {
   // The list of commands, one line each, ends the text.
   EXPECT_EQ(help.out.substr(help.out.size() - hubstore::sim::commandList().size()), hubstore::sim::commandList());
 
-  const SimRun version = sim("--version");
-  EXPECT_EQ(version.status, 0);
-  EXPECT_EQ(version.out, "hubstore-sim " HUBSTORE_VERSION_STRING "\n");
-
   const SimRun when = sim("help when");
   EXPECT_EQ(when.status, 0);
   EXPECT_EQ(when.out, hubstore::sim::commandHelp(*hubstore::sim::findVerb("when")));
   EXPECT_EQ(when.out.rfind("when M HOOK G|* COMMAND ...\n", 0), 0u) << when.out;
   EXPECT_EQ(sim("help").out, hubstore::sim::commandList());
-
-  const SimRun unknown = sim("help frobnicate");
-  EXPECT_EQ(unknown.status, 2);
-  EXPECT_EQ(unknown.out, "");
-  EXPECT_EQ(unknown.err, "hubstore-sim: no command 'frobnicate' ('hubstore-sim help' lists them)\n");
 }
 
-TEST_F(SimCommandLine, HelpInAScenarioIsPartOfTheTranscriptAndQuitEndsEveryFile) {
-  write("a.scn", "help echo\necho before\nquit\necho after\n");
-  write("b.scn", "echo not run either\n");
-  const SimRun run = sim("a.scn b.scn");
-  EXPECT_EQ(run.status, 0) << run.err;
-  EXPECT_EQ(run.out, hubstore::sim::commandHelp(*hubstore::sim::findVerb("echo")) + "# before\n");
-
-  write("c.scn", "help frobnicate\n");
-  const SimRun unknown = sim("c.scn");
-  EXPECT_EQ(unknown.status, 2);
-  EXPECT_EQ(unknown.err, "c.scn:1: error: 'help' takes the name of a command, got 'frobnicate'\n");
-}
-
-// The two lines of level 5 that declaring g1 traces.
-const std::string kGroupTraces =
-    "trace 5 doCheckMountAndPublishStatus g1 not complete\n"
-    "trace 5 handleInitialMountsComplete: no CSMG for group g1\n";
-
-TEST_F(SimCommandLine, VexTraceSetsTheLevelsAsInAnAgentAndOptionsAndCommandsOverrideIt) {
+TEST_F(SimCommandLine, VexTraceNamesEachItemThatEnablesNothingOnceAndAppliesTheRest) {
   write("a.scn", kWorld + "group g1 m1\n");
-  const SimRun fromEnvironment = sim("a.scn", "", "Ferrolink/5");
-  EXPECT_EQ(fromEnvironment.status, 0);
-  EXPECT_EQ(fromEnvironment.err, "");
-  EXPECT_EQ(fromEnvironment.out, kGroupTraces);
-
-  EXPECT_EQ(sim("--trace=off a.scn", "", "Ferrolink/5").out, "");
-  write("b.scn", "trace off\n" + kWorld + "group g1 m1\n");
-  EXPECT_EQ(sim("b.scn", "", "Ferrolink/5").out, "");
-}
-
-TEST_F(SimCommandLine, AVexTraceItemThatEnablesNothingIsNamedOnceAndTheRunGoesOn) {
-  write("a.scn", kWorld + "group g1 m1\n");
-  const SimRun malformed = sim("a.scn", "", "Ferrolink/5-x");
-  EXPECT_EQ(malformed.status, 0);
-  EXPECT_EQ(malformed.out, "");
-  EXPECT_EQ(malformed.err,
-            "hubstore-sim: VEX_TRACE: ignored 'Ferrolink/5-x' (LEVELS is a comma list of levels 0-9 and ranges, or "
-            "off); the library's facility is Ferrolink, e.g. Ferrolink/5,7-8\n");
-
   // The library passes over the bad item and applies the good one.
   const SimRun mixed = sim("a.scn", "", "Ferrolink/x Ferrolink/5 Frolink/5");
   EXPECT_EQ(mixed.status, 0);
@@ -322,23 +312,6 @@ TEST_F(SimCommandLine, HookCountsSumACountingMounterInTheTranscriptAndInJson) {
             R"("mounting":3,"mounted":0,"unmounted":0,"failed":1})" "\n");
   write("b.scn", kWorld + "mounter d default\nhookCounts d\n");
   EXPECT_EQ(sim("b.scn").err, "b.scn:6: error: mounter d is a default mounter: it counts no hook calls\n");
-}
-
-TEST_F(SimCommandLine, AFailedAssertionIsPrecededByTheLinesThatWereRunning) {
-  write("a.scn", "agent agentB\nmounter m1\n  service   svcA  # no records\n");
-  const SimRun run = sim("a.scn");
-  EXPECT_EQ(run.status, -1);  // aborted
-  EXPECT_EQ(run.err, "a.scn:3: while running: service svcA\nassertion failed: smc\n");
-
-  // A group without a version allow-list closed by a hook: both lines are named.
-  write("b.scn", kClosableGroup + "group g2 m1\nwhen m1 doMountsComplete g1 groupClosed g2 true\n");
-  const SimRun nested = sim("b.scn -", "echo from standard input\ngroupClosed g1 true\n");
-  EXPECT_EQ(nested.status, -1);
-  EXPECT_EQ(nested.out, "# from standard input\nhook m1 doMountsComplete g1\n");
-  EXPECT_EQ(nested.err,
-            "<stdin>:2: while running: groupClosed g1 true\n"
-            "b.scn:10: in a hook, while running: groupClosed g2 true\n"
-            "assertion failed: versionWhiteList() && \" mountgroup is missing version filter \"\n");
 }
 
 // What a terminal shows of a session: the sim runs with no file on a
