@@ -35,7 +35,9 @@ std::uint32_t number(std::string_view key) {
   return value;
 }
 
-template <class R, const Vex::String& (R::*get)() const, void (R::*set)(const Vex::String&)>
+// The accessors of the helpers below are member pointers of R or of a base
+// of R: the records share their cores (ServiceConfigRecord, GroupConfigRecord).
+template <class R, auto get, auto set>
 constexpr SchemaNode stringAttribute(std::string_view attribute) {
   return {.attribute = attribute,
           .kind = K::Scalar,
@@ -48,7 +50,7 @@ constexpr SchemaNode stringAttribute(std::string_view attribute) {
           }};
 }
 
-template <class R, bool (R::*get)() const, void (R::*set)(bool)>
+template <class R, auto get, auto set>
 constexpr SchemaNode boolAttribute(std::string_view attribute) {
   return {.attribute = attribute,
           .kind = K::Bool,
@@ -61,7 +63,7 @@ constexpr SchemaNode boolAttribute(std::string_view attribute) {
           }};
 }
 
-template <class R, class F, const Vex::Ptr<F>& (R::*get)() const, void (R::*set)(const Vex::Ptr<F>&)>
+template <class R, class F, auto get, auto set>
 constexpr SchemaNode filterAttribute(std::string_view attribute, std::string_view typeName) {
   return {.attribute = attribute,
           .kind = K::Filter,
@@ -77,8 +79,7 @@ bool isType(const Entity& entity) {
 }
 
 // A collection of records keyed by name.
-template <class R, class M, const Vex::Collection<Vex::Name, M>& (R::*all)() const,
-          Vex::Ptr<M> (R::*add)(const Vex::Name&), void (R::*del)(Vex::Name)>
+template <class R, class M, auto all, auto add, auto del>
 constexpr SchemaNode recordCollection(std::string_view attribute, std::string_view keyName, std::string_view typeName,
                                       std::span<const SchemaNode> members) {
   return {.attribute = attribute,
