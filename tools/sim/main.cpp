@@ -3,7 +3,8 @@
 // with no file named, runs commands as they are typed. docs/scenarios.md is
 // its manual.
 //
-//   hubstore-sim [--trace=LEVELS] [--quiet] [--json] [--timeline PAGE.html] [--store URL [--follow] [--leave-config]]
+//   hubstore-sim [--trace=LEVELS] [--quiet] [--json] [--timeline PAGE.html] [--metrics FILE]
+//                [--store URL [--follow] [--leave-config]]
 //                [FILE...]   (FILE may be -)
 //   hubstore-sim help [COMMAND]
 //   hubstore-sim --help | -h | --version | --reference
@@ -31,6 +32,7 @@
 #include <vector>
 
 #include <hubstore/foundations/framework/ferrolink.h>
+#include <hubstore/service/hook_statistics.h>
 #include <hubstore/version.h>
 #include "tools/sim/command_reference.h"
 #include "tools/sim/interactive_session.h"
@@ -50,7 +52,7 @@ using namespace hubstore::sim;
 
 constexpr std::string_view kUsage =
     "usage: hubstore-sim [--trace=LEVELS] [--quiet] [--json] [--timeline PAGE.html]\n"
-    "                    [--store URL [--follow] [--leave-config]] [FILE...]\n"
+    "                    [--metrics FILE] [--store URL [--follow] [--leave-config]] [FILE...]\n"
     "       hubstore-sim help [COMMAND]\n"
     "       hubstore-sim --help | -h | --version | --reference\n";
 
@@ -72,6 +74,9 @@ constexpr std::string_view kHelp =
     "                  steps (one per command), its hook calls marked; a click\n"
     "                  opens a lane per switch, hovering shows the step's line.\n"
     "                  Written when the run ends, not after a failed assertion\n"
+    "  --metrics FILE  write the service's and the store's numbers, in the\n"
+    "                  Prometheus text format, to FILE when the run ends; the\n"
+    "                  hooks are timed for it (the `metrics` command prints them)\n"
     "  --store URL     keep the records in a Redis database shared with other\n"
     "                  processes: redis://[user:password@]host:port[/db],\n"
     "                  unix:///path or, for the master that sentinels name,\n"
@@ -143,6 +148,7 @@ struct Options {
   bool json = false;
   std::optional<std::uint32_t> traceLevels;
   std::optional<std::string> timeline;
+  std::optional<std::string> metrics;
   std::optional<std::string> store;
   bool follow = false;
   bool leaveConfig = false;
@@ -188,6 +194,10 @@ int main(int argc, char** argv) {
       if (arg == "--timeline" && i + 1 == argc) return usageError("--timeline needs a file");
       options.timeline = arg == "--timeline" ? std::string(argv[++i]) : std::string(arg.substr(11));
       if (options.timeline->empty()) return usageError("--timeline needs a file");
+    } else if (arg == "--metrics" || arg.substr(0, 10) == "--metrics=") {
+      if (arg == "--metrics" && i + 1 == argc) return usageError("--metrics needs a file");
+      options.metrics = arg == "--metrics" ? std::string(argv[++i]) : std::string(arg.substr(10));
+      if (options.metrics->empty()) return usageError("--metrics needs a file");
     } else if (arg == "--store" || arg.substr(0, 8) == "--store=") {
       if (arg == "--store" && i + 1 == argc) return usageError("--store needs a URL");
       options.store = arg == "--store" ? std::string(argv[++i]) : std::string(arg.substr(8));
@@ -239,6 +249,12 @@ int main(int argc, char** argv) {
   if (options.timeline) {
     page.open(*options.timeline, std::ios::binary | std::ios::trunc);
     if (!page) return usageError("cannot write '" + *options.timeline + "'");
+  }
+  std::ofstream metrics;
+  if (options.metrics) {
+    metrics.open(*options.metrics, std::ios::binary | std::ios::trunc);
+    if (!metrics) return usageError("cannot write '" + *options.metrics + "'");
+    Controller::HookStatistics::timingIs(true);
   }
   [[maybe_unused]] const int stopFd = options.follow ? stopSignals() : -1;
 #ifdef HUBSTORE_SIM_REDIS
@@ -292,6 +308,17 @@ int main(int argc, char** argv) {
   }
 #ifdef HUBSTORE_SIM_REDIS
   if (store && options.follow && !interactive && status == 0) store->follow(simulator, stopFd);
+#endif
+  // After --follow too, so that the numbers are the run's last.
+  if (options.metrics) {
+    metrics << simulator.metricsText();
+    metrics.close();
+    if (!metrics) {
+      std::fprintf(stderr, "hubstore-sim: cannot write '%s'\n", options.metrics->c_str());
+      return 2;
+    }
+  }
+#ifdef HUBSTORE_SIM_REDIS
   if (store && store->leaseLost()) {
     std::fprintf(stderr, "hubstore-sim: --store: another process of the agent took the configuration's lease; this one stops\n");
     // It writes nothing more: the teardown is the other process's to make.

@@ -22,6 +22,8 @@ std::string_view lineKindName(LineKind kind) {
       return "explain";
     case LineKind::HookCounts:
       return "hookCounts";
+    case LineKind::Metrics:
+      return "metrics";
   }
   return "?";
 }

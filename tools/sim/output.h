@@ -36,7 +36,7 @@
 
 namespace hubstore::sim {
 
-enum class LineKind { Hook, Trace, Error, Dump, Echo, Help, Explain, HookCounts };
+enum class LineKind { Hook, Trace, Error, Dump, Echo, Help, Explain, HookCounts, Metrics };
 
 // The kind's name in a JSON line: "hook", "trace", ...
 std::string_view lineKindName(LineKind kind);

@@ -16,6 +16,10 @@
 #include <hubstore/foundations/framework/string.h>
 #include <hubstore/foundations/platform/entity_manager.h>
 
+namespace Controller {
+class HubstoreService;
+}
+
 namespace hubstore::sim {
 
 class RecordStore {
@@ -36,6 +40,9 @@ class RecordStore {
   // Applies what other processes wrote and sends what this one wrote; a
   // hook's exception leaves it.
   virtual void process() = 0;
+  // The store's numbers in the Prometheus text format, after those of
+  // `service` when there is one.
+  virtual std::string metricsText(const Controller::HubstoreService* service) const = 0;
 };
 
 }  // namespace hubstore::sim

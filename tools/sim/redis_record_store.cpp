@@ -108,6 +108,11 @@ void RedisRecordStore::ownedIs(Side side) {
   if (store_) store_->ownedIs(redisSide(side), true);
 }
 
+std::string RedisRecordStore::metricsText(const Controller::HubstoreService* service) const {
+  if (store_) return store_->metricsText(service);
+  return service ? service->metricsText() : std::string();
+}
+
 void RedisRecordStore::process() {
   if (store_) store_->process();
 }

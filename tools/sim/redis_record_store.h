@@ -40,6 +40,7 @@ class RedisRecordStore : public RecordStore {
   bool holds(const Vex::String& path) const override;
   void ownedIs(Side side) override;
   void process() override;
+  std::string metricsText(const Controller::HubstoreService* service) const override;
 
   // Waits until every write has been answered; false when the time ran out.
   bool flush();

@@ -190,6 +190,11 @@ const Vex::String& Simulator::agentName() const {
   return agent_->name();
 }
 
+std::string Simulator::metricsText() const {
+  if (store_) return store_->metricsText(service_.get());
+  return service_ ? service_->metricsText() : std::string();
+}
+
 Controller::HubstoreService& Simulator::service() const {
   if (!service_) throw ScenarioError("no service (create one with 'service NAME')");
   return *service_;

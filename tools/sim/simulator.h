@@ -111,6 +111,9 @@ class Simulator {
   // between commands (the fuzzer's invariants). The service is null when
   // there is none.
   const Vex::Ptr<Controller::HubstoreService>& currentService() const { return service_; }
+  // The service's numbers (when there is one) and the store's (with --store)
+  // in the Prometheus text format.
+  std::string metricsText() const;
   Mirra::EntityManager& entityManager() const { return *em_; }
 
  private:

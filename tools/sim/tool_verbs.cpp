@@ -129,6 +129,29 @@ VerbSection Simulator::toolVerbs() {
              explainLine("explain end");
            },
        .hookMayRun = true},
+      {.name = "metrics",
+       .words = fixed({}),
+       .summary = "print the service's numbers for monitoring",
+       .details =
+           "Prints `metrics begin`, the numbers an agent serves to its monitoring in the Prometheus text format, "
+           "and `metrics end`: the service closed or not and its switches; per group the switches by mount state, "
+           "whether it is complete and whether its initial switch mounts are; per hook its calls and the seconds "
+           "spent in it (counted only under `--metrics`, which times the hooks); with `--store`, the store's "
+           "state, connections, resynchronisations and what other writers left. It reads only.",
+       .example = "metrics",
+       .run =
+           [](Simulator& sim, const Command&) {
+             const std::string text = sim.metricsText();
+             auto metricsLine = [&sim](const std::string& line) {
+               sim.out_.line(LineKind::Metrics, line, {{"line", line}});
+             };
+             metricsLine("metrics begin");
+             for (std::size_t start = 0, end; start < text.size(); start = end + 1) {
+               end = text.find('\n', start);
+               metricsLine(text.substr(start, end - start));
+             }
+             metricsLine("metrics end");
+           }},
       {.name = "hookCounts",
        .words = fixed({{"M"}}),
        .summary = "print how many switch states M heard, by state",
