@@ -11,6 +11,7 @@ processes printed.
 
 import os
 import shlex
+import shutil
 import signal
 import subprocess
 import sys
@@ -145,6 +146,33 @@ def test_records(ctx):
             if generation not in server.cli("HGETALL", key):
                 raise Failure(f"{key} holds {server.cli('HGETALL', key)!r}, not the generation {generation}")
         return f"{len(statuses)} status keys kept, the configuration created"
+    finally:
+        server.kill(signal.SIGTERM)
+
+
+def test_metrics(ctx):
+    """--metrics writes the service's and the store's numbers; promtool, when
+    installed, accepts them."""
+    server = RedisServer(ctx.redis_server)
+    try:
+        path = os.path.join(ctx.tmp, "metrics.prom")
+        Sim(ctx.sim, server.url(), "agent A\nrecords\n" + DECLARE_G1
+            + f"systemStatus {SWITCH} g1=mounted\n", options=["--metrics", path]).finish("agent")
+        with open(path) as metrics:
+            lines = metrics.read().splitlines()
+        for wanted in ('hubstore_store_state{agent="A",state="live"} 1', 'hubstore_store_resyncs_total{agent="A"} 1',
+                       'hubstore_store_connections{agent="A"} 2', 'hubstore_store_bad_records_total{agent="A"} 0',
+                       'hubstore_group_switches{service="svcA",group="g1",state="mounted"} 1',
+                       'hubstore_hook_calls_total{service="svcA",hook="doHandleControllerMountState"} 1'):
+            if wanted not in lines:
+                raise Failure(f"no line {wanted!r} in {lines}")
+        promtool = shutil.which("promtool")
+        if promtool:
+            check = subprocess.run([promtool, "check", "metrics"], input="\n".join(lines) + "\n",
+                                   capture_output=True, text=True, timeout=WAIT)
+            if check.returncode != 0 or check.stdout.strip() or check.stderr.strip():
+                raise Failure(f"promtool: {check.stdout}{check.stderr}")
+        return f"{len(lines)} lines" + (", promtool accepts them" if promtool else ", promtool not installed")
     finally:
         server.kill(signal.SIGTERM)
 
@@ -386,7 +414,7 @@ def test_login(ctx):
 
 
 TESTS = {"transcripts": test_transcripts, "follow": test_follow, "records": test_records,
-         "fleet_reports": test_fleet_reports, "crash": test_crash, "acl": test_acl, "warm_restart": test_warm_restart, "standby": test_standby,
+         "fleet_reports": test_fleet_reports, "metrics": test_metrics, "crash": test_crash, "acl": test_acl, "warm_restart": test_warm_restart, "standby": test_standby,
          "server_restart": test_server_restart, "login": test_login}
 
 
