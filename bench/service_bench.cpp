@@ -315,6 +315,20 @@ BENCHMARK(BM_InitialSweep)->Arg(1000)->Unit(benchmark::kMillisecond)->Iterations
 BENCHMARK(BM_InitialSweep)->Arg(10000)->Unit(benchmark::kMillisecond)->Iterations(4)->Repetitions(repetitions);
 BENCHMARK(BM_InitialSweep)->Arg(100000)->Unit(benchmark::kMillisecond)->Iterations(2)->Repetitions(3);
 
+// The metrics text of the same fleet, which an operator's scrape asks for:
+// it should cost no more than the sweep.
+void BM_MetricsText(benchmark::State& state) {
+  const unsigned switches = static_cast<unsigned>(state.range(0));
+  ControllerSide controller;
+  controller.fleetIs(switches, groupsPerSwitch);
+  auto service = controller.serviceWith(groupsPerSwitch, Vex::make<CountingMounter>());
+  std::size_t bytes = 0;
+  for (auto _ : state) bytes = service->metricsText().size();
+  state.counters["switches"] = switches;
+  state.counters["text_bytes"] = static_cast<double>(bytes);
+}
+BENCHMARK(BM_MetricsText)->Arg(10000)->Unit(benchmark::kMillisecond)->Iterations(4)->Repetitions(repetitions);
+
 // The same over a fleet built after an earlier fleet and its service were
 // freed, so its records land wherever the allocator finds room.
 void BM_InitialSweepAfterFreedFleet(benchmark::State& state) {

@@ -52,7 +52,12 @@ void countSwitches(MountGroupReport& report, const ServiceMountStatus& status, c
     const MountState state = groupStatus->mountState();
     const auto index = static_cast<std::size_t>(state);
     if (index < MountGroupReport::mountStateCount) ++report.switchesByState[index];
-    if (state != mountStateMounted) report.switchesNotMounted.add({systemName.stdString(), state}, listLimit);
+    if (state == mountStateMounted) continue;
+    // Named only while the list has room: a report of counts alone (a
+    // metrics scrape) copies no name.
+    auto& notMounted = report.switchesNotMounted;
+    if (notMounted.items.size() < listLimit) notMounted.items.push_back({systemName.stdString(), state});
+    ++notMounted.total;
   }
 }
 
@@ -99,6 +104,17 @@ const char* MountGroupReport::waitText(Wait wait) {
 }
 
 MountGroupReport MountGroupReport::of(const HubstoreServiceMountGroup& group, std::size_t listLimit) {
+  MountGroupReport report = read(group, listLimit);
+  const HubstoreService* service = group.service();
+  if (!report.orphaned && service->serviceMountStatus()) {
+    countSwitches(report, *service->serviceMountStatus(), group.groupName(), listLimit);
+  }
+  return report;
+}
+
+MountGroupReport MountGroupReport::withoutSwitches(const HubstoreServiceMountGroup& group) { return read(group, 0); }
+
+MountGroupReport MountGroupReport::read(const HubstoreServiceMountGroup& group, std::size_t listLimit) {
   MountGroupReport report;
   const Vex::String& name = group.groupName();
   report.groupName = name.stdString();
@@ -141,9 +157,6 @@ MountGroupReport MountGroupReport::of(const HubstoreServiceMountGroup& group, st
   const Vex::Ptr<ServiceMountStatusSm> machine = service->mountStatusSm();
   const Vex::Ptr<const ServiceMountStatus> machineStatus = machine ? machine->serviceMountStatus() : nullptr;
   report.initialMountsComplete = machineStatus && machineStatus->initialMountsComplete(name);
-  if (const Vex::Ptr<const ServiceMountStatus>& status = service->serviceMountStatus()) {
-    countSwitches(report, *status, name, listLimit);
-  }
   return report;
 }
 

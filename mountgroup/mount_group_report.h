@@ -77,6 +77,10 @@ struct MountGroupReport {
 
   // Reads `group` and its service's records; see the top of this file.
   static MountGroupReport of(const HubstoreServiceMountGroup& group, std::size_t listLimit = defaultListLimit);
+  // The same without the switches (switchesByState and switchesNotMounted
+  // stay empty): for those who count a fleet's switches for every group in
+  // one walk of its switch statuses, not one walk per group.
+  static MountGroupReport withoutSwitches(const HubstoreServiceMountGroup& group);
 
   std::string groupName;
   // Its service is gone (service() is null): the group is an inert shell.
@@ -130,6 +134,10 @@ struct MountGroupReport {
   // mount group configuration" (or the publish one). A value that is empty
   // or holds a blank, a comma, a semicolon, a quote or a backslash is quoted.
   std::string text() const;
+
+ private:
+  // Everything but the switches.
+  static MountGroupReport read(const HubstoreServiceMountGroup& group, std::size_t listLimit);
 };
 
 // A name or path as the report's text writes it.

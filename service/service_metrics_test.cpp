@@ -35,14 +35,23 @@ TEST_F(ServiceMetricsTest, CountsSwitchesByStateCompletionAndHookCalls) {
   controller().systemStatus("00:1c:73:00:00:01", {{"g1", mountStateMounted}});
   controller().systemStatus("00:1c:73:00:00:02", {{"g1", mountStateFailed}});
   controller().mountState("00:1c:73:00:00:02", "g1", mountStateMounting);
+  // Statuses of groups not declared, before and after g1 in name order.
+  controller().systemStatus("00:1c:73:00:00:03", {{"g0", mountStateMounted}, {"g1", mountStateUnmounted},
+                                                  {"g9", mountStateMounted}});
   std::string text = service->metricsText();
+  const MountGroupReport report = service->serviceMountGroup("g1")->completionReport();
+  for (std::size_t state = 0; state < MountGroupReport::mountStateCount; ++state) {
+    EXPECT_TRUE(has(text, "hubstore_group_switches{service=\"metrics_counts\",group=\"g1\",state=\"" +
+                              std::string(mountStateName(static_cast<MountState>(state))) + "\"} " +
+                              std::to_string(report.switchesByState[state])));
+  }
   EXPECT_TRUE(has(text, "hubstore_group_switches{service=\"metrics_counts\",group=\"g1\",state=\"mounted\"} 1"));
   EXPECT_TRUE(has(text, "hubstore_group_switches{service=\"metrics_counts\",group=\"g1\",state=\"mounting\"} 1"));
   EXPECT_TRUE(has(text, "hubstore_group_switches{service=\"metrics_counts\",group=\"g1\",state=\"failed\"} 0"));
-  EXPECT_TRUE(has(text, "hubstore_service_switches{service=\"metrics_counts\"} 2"));
+  EXPECT_TRUE(has(text, "hubstore_service_switches{service=\"metrics_counts\"} 3"));
   EXPECT_TRUE(has(text, "hubstore_group_complete{service=\"metrics_counts\",group=\"g1\"} 0"));
   EXPECT_TRUE(has(text,
-                  "hubstore_hook_calls_total{service=\"metrics_counts\",hook=\"doHandleControllerMountState\"} 3"));
+                  "hubstore_hook_calls_total{service=\"metrics_counts\",hook=\"doHandleControllerMountState\"} 4"));
 
   controller().mountedPathPrefix("/remote/a", "/switches/a");
   controller().publishGroupStatus("g1");
@@ -50,6 +59,7 @@ TEST_F(ServiceMetricsTest, CountsSwitchesByStateCompletionAndHookCalls) {
   text = service->metricsText();
   EXPECT_TRUE(has(text, "hubstore_group_complete{service=\"metrics_counts\",group=\"g1\"} 1"));
   EXPECT_TRUE(has(text, "hubstore_group_initial_mounts_complete{service=\"metrics_counts\",group=\"g1\"} 1"));
+  EXPECT_EQ(report.switchesByState[mountStateUnmounted], 1u);
   // Each hook the mounter heard, counted under its own name.
   for (const auto hook : {HookStatistics::handleControllerMountState, HookStatistics::mountsComplete,
                           HookStatistics::initialSwitchMountsComplete}) {
