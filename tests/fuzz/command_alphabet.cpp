@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <set>
+#include <sstream>
 #include <stdexcept>
 #include <utility>
 
@@ -55,6 +56,14 @@ bool leftOut(std::string_view verb) {
   return verbs.count(verb) > 0;
 }
 
+std::string placeholderOf(std::string_view word) {
+  const auto found = placeholders().find(word);
+  if (found == placeholders().end()) {
+    throw std::logic_error("the fuzzer's alphabet has no word for " + std::string(word));
+  }
+  return std::string(found->second);
+}
+
 // A verb's lines: its words, then its optional words one more at a time (a
 // repeated one twice at most).
 std::vector<std::string> templatesOf(const sim::Verb& verb) {
@@ -71,11 +80,7 @@ std::vector<std::string> templatesOf(const sim::Verb& verb) {
   for (std::size_t i = 0; i < most; ++i) {
     if (i >= words.required) templates.push_back(line);
     const sim::Param& param = words.params[std::min(i, words.params.size() - 1)];
-    const auto placeholder = placeholders().find(param.name);
-    if (placeholder == placeholders().end()) {
-      throw std::logic_error("the fuzzer's alphabet has no word for " + name + "'s " + std::string(param.name));
-    }
-    line += " " + std::string(placeholder->second);
+    line += " " + placeholderOf(param.name);
   }
   templates.push_back(line);
   return templates;
@@ -106,14 +111,6 @@ struct ConfigLines {
   std::vector<std::string> lines;
   std::vector<std::string> places;
 };
-
-std::string placeholderOf(std::string_view word) {
-  const auto found = placeholders().find(word);
-  if (found == placeholders().end()) {
-    throw std::logic_error("the fuzzer's alphabet has no word for " + std::string(word));
-  }
-  return std::string(found->second);
-}
 
 std::string valueOf(const sim::SchemaNode& node) {
   using Kind = sim::ConfigValueKind;
@@ -254,34 +251,27 @@ bool isLeaf(const Kind& kind) {
 // ---------------------------------------------------------------------------
 // Decoding
 
-class ByteReader {
- public:
-  explicit ByteReader(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
-  bool next(std::uint8_t& byte) {
-    if (at_ == bytes_.size()) return false;
-    byte = bytes_[at_++];
-    return true;
-  }
-  bool done() const { return at_ == bytes_.size(); }
+// Takes the next byte off the input.
+bool nextByte(std::span<const std::uint8_t>& in, std::uint8_t& byte) {
+  if (in.empty()) return false;
+  byte = in.front();
+  in = in.subspan(1);
+  return true;
+}
 
- private:
-  std::span<const std::uint8_t> bytes_;
-  std::size_t at_ = 0;
-};
+bool expandPattern(std::string_view pattern, std::span<const std::uint8_t>& in, std::string& out);
 
-bool expandPattern(std::string_view pattern, ByteReader& in, std::string& out);
-
-bool expandKind(const Kind& kind, ByteReader& in, std::string& out) {
+bool expandKind(const Kind& kind, std::span<const std::uint8_t>& in, std::string& out) {
   std::size_t choice = 0;
   if (kind.alternatives.size() > 1) {
     std::uint8_t byte = 0;
-    if (!in.next(byte)) return false;
+    if (!nextByte(in, byte)) return false;
     choice = byte % kind.alternatives.size();
   }
   return expandPattern(kind.alternatives[choice], in, out);
 }
 
-bool expandPattern(std::string_view pattern, ByteReader& in, std::string& out) {
+bool expandPattern(std::string_view pattern, std::span<const std::uint8_t>& in, std::string& out) {
   for (const Piece& piece : piecesOf(pattern)) {
     if (!piece.placeholder) {
       out += piece.text;
@@ -390,17 +380,10 @@ std::vector<Match> matchPattern(std::string_view pattern, std::string_view line,
 
 // The line without its comment, its words joined by single blanks.
 std::string normalized(std::string_view line) {
+  std::istringstream words{std::string(line)};
   std::string out;
-  std::size_t at = 0;
-  while (at < line.size()) {
-    while (at < line.size() && (line[at] == ' ' || line[at] == '\t' || line[at] == '\r')) ++at;
-    if (at == line.size() || line[at] == '#') break;
-    std::size_t end = at;
-    while (end < line.size() && line[end] != ' ' && line[end] != '\t' && line[end] != '\r') ++end;
-    if (!out.empty()) out += ' ';
-    out += line.substr(at, end - at);
-    at = end;
-  }
+  std::string word;
+  while (words >> word && word[0] != '#') out += (out.empty() ? "" : " ") + word;
   return out;
 }
 
@@ -424,11 +407,11 @@ const std::vector<std::string>& commandTemplates() {
 
 std::string decode(std::span<const std::uint8_t> bytes) {
   const auto& slots = commandTemplates();
-  ByteReader in(bytes);
+  std::span<const std::uint8_t> in = bytes;
   std::string scenario;
   std::size_t commands = 0;
   std::uint8_t byte = 0;
-  while (commands < kMaxCommands && in.next(byte)) {
+  while (commands < kMaxCommands && nextByte(in, byte)) {
     std::string line;
     if (!expandPattern(slots[byte % slots.size()], in, line)) break;
     scenario += line + "\n";

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <optional>
+#include <sstream>
 
 #include <hubstore/foundations/records/hubstore_status.h>
 #include <hubstore/foundations/records/service_mount_config.h>
@@ -26,32 +27,18 @@ std::FILE* transcriptStream(void* cookie, cookie_write_function_t* write) {
   return stream;
 }
 
-std::vector<std::string_view> words(std::string_view line) {
-  std::vector<std::string_view> out;
-  std::size_t at = 0;
-  while (at < line.size()) {
-    const std::size_t end = std::min(line.find(' ', at), line.size());
-    out.push_back(line.substr(at, end - at));
-    at = end + 1;
-  }
-  return out;
-}
-
 // "REGRESSION.scn TEXT" lines; TEXT is a part of the violation's sentence.
-std::vector<std::string> readOpenFindings() {
-  std::vector<std::string> texts;
-  std::ifstream in(HUBSTORE_FUZZ_OPEN_FINDINGS);
-  std::string line;
-  while (std::getline(in, line)) {
-    const std::size_t blank = line.find(' ');
-    if (line.empty() || line[0] == '#' || blank == std::string::npos) continue;
-    texts.push_back(line.substr(blank + 1));
-  }
-  return texts;
-}
-
 const std::vector<std::string>& openFindings() {
-  static const std::vector<std::string> texts = readOpenFindings();
+  static const std::vector<std::string> texts = [] {
+    std::vector<std::string> read;
+    std::ifstream in(HUBSTORE_FUZZ_OPEN_FINDINGS);
+    std::string line;
+    while (std::getline(in, line)) {
+      const std::size_t blank = line.find(' ');
+      if (!line.empty() && line[0] != '#' && blank != std::string::npos) read.push_back(line.substr(blank + 1));
+    }
+    return read;
+  }();
   return texts;
 }
 
@@ -187,9 +174,10 @@ ssize_t FuzzRun::written(void* cookie, const char* data, std::size_t size) {
 
 // "hook M doHandleControllerMountState SYSID G STATE", "hook M HOOK G".
 void FuzzRun::outputLine(std::string_view line) {
-  const std::vector<std::string_view> word = words(line);
-  if (word.size() < 4 || word[0] != "hook") return;
-  const std::string_view group = word[2] == "doHandleControllerMountState" && word.size() > 4 ? word[4] : word[3];
+  std::istringstream words{std::string(line)};
+  std::string hook, mounter, name, group, afterSystem;
+  if (!(words >> hook >> mounter >> name >> group) || hook != "hook") return;
+  if (name == "doHandleControllerMountState" && words >> afterSystem) group = afterSystem;
   const auto& service = sim_->currentService();
   if (!service || !service->serviceMountGroupRaw(Vex::String(group))) {
     violated("'" + std::string(line) + "' names a group the service does not have");

@@ -63,9 +63,9 @@ std::string listed(const std::set<std::string>& keys) {
   return text + "}";
 }
 
-bool allows(const Controller::SwitchWhiteList& list, std::string_view system) {
+bool allows(const Controller::SwitchWhiteList& list, const Vex::String& system) {
   try {
-    return list.allowedSwitch(Controller::SystemId::fromString(system));
+    return list.allowedSwitch(Controller::SystemId::fromString(system.view()));
   } catch (const Lanx::InvalidEthAddrException&) {
     return false;
   }
@@ -96,28 +96,36 @@ void requireGroups(std::vector<std::string>& out, const char* place, const Group
   }
 }
 
-// Only a filter that is its configuration's member under the list's name.
-void requireSwitchesAllowed(std::vector<std::string>& out, const Controller::SwitchWhiteList& list,
-                            const Controller::MountFilterSystem* filter, const Controller::MountFilterSystem* member,
-                            const char* which) {
-  if (!filter || filter != member) return;
-  for (const auto& [system, included] : filter->includedSystemMembers().entries()) {
-    if (!allows(list, system.view())) {
-      out.push_back(std::string("switch list ") + list.name().stdString() + "'s " + which + " filter holds " +
-                    system.stdString() + ", which the list does not allow");
-    }
-  }
+// What tells a filter's keys, what a list allows, and how a key reads, for
+// both kinds of list.
+const auto& keysOfFilter(const Controller::MountFilterSystem& filter) {
+  return filter.includedSystemMembers().entries();
 }
+const auto& keysOfFilter(const Controller::MountFilterServiceVersion& filter) {
+  return filter.includedServiceVersionMembers().entries();
+}
+bool allows(const Controller::VersionWhiteList& list, std::uint32_t version) { return list.allowedVersion(version); }
+std::string textOf(const Vex::String& system) { return system.stdString(); }
+std::string textOf(std::uint32_t version) { return std::to_string(version); }
 
-void requireVersionsAllowed(std::vector<std::string>& out, const Controller::VersionWhiteList& list,
-                            const Controller::MountFilterServiceVersion* filter,
-                            const Controller::MountFilterServiceVersion* member, const char* which) {
-  if (!filter || filter != member) return;
-  for (const auto& [version, included] : filter->includedServiceVersionMembers().entries()) {
-    if (!list.allowedVersion(version)) {
-      out.push_back(std::string("version list ") + list.name().stdString() + "'s " + which + " filter holds " +
-                    std::to_string(version) + ", which the list does not allow");
-    }
+// Calls visit(kind, list, filter, member, place, which) for each of every
+// live list's two filter records, `member` being the record its
+// configuration holds under the list's name.
+template <class Visit>
+void forEachListFilter(const Controller::HubstoreService& service, Visit visit) {
+  const Controller::ServiceMountConfig& mount = *service.serviceMountConfig();
+  const Controller::ServicePublishConfig& publish = *service.servicePublishConfig();
+  for (const auto& [name, list] : service.switchWhiteListMembers().members()) {
+    visit("switch", *list, list->mountSystemFilter().get(), mount.systemFilterMembers().memberRaw(name),
+          "mountConfig.systemFilter", "mount");
+    visit("switch", *list, list->publishSystemFilter().get(), publish.systemFilterMembers().memberRaw(name),
+          "publishConfig.systemFilter", "publish");
+  }
+  for (const auto& [name, list] : service.versionWhiteListMembers().members()) {
+    visit("version", *list, list->mountVersionFilter().get(), mount.versionFilterMembers().memberRaw(name),
+          "mountConfig.versionFilter", "mount");
+    visit("version", *list, list->publishVersionFilter().get(), publish.versionFilterMembers().memberRaw(name),
+          "publishConfig.versionFilter", "publish");
   }
 }
 
@@ -160,44 +168,29 @@ std::vector<std::string> serviceCloseViolations(const Controller::HubstoreServic
   requireGroups(out, "mountConfig.mountGroupConfig", mount.mountGroupConfigMembers(), service, before.mount);
   requireGroups(out, "publishConfig.publishGroupConfig", publish.publishGroupConfigMembers(), service,
                 before.publish);
-  for (const auto& [name, list] : service.switchWhiteListMembers().members()) {
-    requireSwitchesAllowed(out, *list, list->mountSystemFilter().get(), mount.systemFilterMembers().memberRaw(name),
-                           "mount");
-    requireSwitchesAllowed(out, *list, list->publishSystemFilter().get(),
-                           publish.systemFilterMembers().memberRaw(name), "publish");
-  }
-  for (const auto& [name, list] : service.versionWhiteListMembers().members()) {
-    requireVersionsAllowed(out, *list, list->mountVersionFilter().get(), mount.versionFilterMembers().memberRaw(name),
-                           "mount");
-    requireVersionsAllowed(out, *list, list->publishVersionFilter().get(),
-                           publish.versionFilterMembers().memberRaw(name), "publish");
-  }
+  // Only a filter that is its configuration's member under the list's name.
+  forEachListFilter(service, [&](const char* kind, const auto& list, const auto* filter, const auto* member,
+                                 const char*, const char* which) {
+    if (!filter || filter != member) return;
+    for (const auto& [key, included] : keysOfFilter(*filter)) {
+      if (allows(list, key)) continue;
+      out.push_back(std::string(kind) + " list " + list.name().stdString() + "'s " + which + " filter holds " +
+                    textOf(key) + ", which the list does not allow");
+    }
+  });
   if (!mount.warm()) out.push_back("mountConfig.warm is false after the close");
   return out;
 }
 
 std::vector<std::string> allowListFilterViolations(const Controller::HubstoreService& service) {
   std::vector<std::string> out;
-  const Controller::ServiceMountConfig& mount = *service.serviceMountConfig();
-  const Controller::ServicePublishConfig& publish = *service.servicePublishConfig();
-  auto require = [&](const char* kind, const Vex::String& name, const void* filter, const void* member,
-                     const char* place) {
+  forEachListFilter(service, [&](const char* kind, const auto& list, const void* filter, const void* member,
+                                 const char* place, const char*) {
     if (filter == member) return;
-    out.push_back(std::string(kind) + " list " + name.stdString() + "'s filter is not " + place + "[" +
-                  name.stdString() + "]" + (member ? "" : ", which does not exist"));
-  };
-  for (const auto& [name, list] : service.switchWhiteListMembers().members()) {
-    require("switch", name, list->mountSystemFilter().get(), mount.systemFilterMembers().memberRaw(name),
-            "mountConfig.systemFilter");
-    require("switch", name, list->publishSystemFilter().get(), publish.systemFilterMembers().memberRaw(name),
-            "publishConfig.systemFilter");
-  }
-  for (const auto& [name, list] : service.versionWhiteListMembers().members()) {
-    require("version", name, list->mountVersionFilter().get(), mount.versionFilterMembers().memberRaw(name),
-            "mountConfig.versionFilter");
-    require("version", name, list->publishVersionFilter().get(), publish.versionFilterMembers().memberRaw(name),
-            "publishConfig.versionFilter");
-  }
+    const std::string name = list.name().stdString();
+    out.push_back(std::string(kind) + " list " + name + "'s filter is not " + place + "[" + name + "]" +
+                  (member ? "" : ", which does not exist"));
+  });
   return out;
 }
 
@@ -214,18 +207,15 @@ GroupPublishKeys GroupPublishKeys::of(const Controller::HubstoreServiceMountGrou
 
 std::vector<std::string> groupCloseViolations(const GroupPublishKeys& before, const GroupPublishKeys& after) {
   std::vector<std::string> out;
-  const auto publishConfig = expectedAfterClose(before.publishConfig, before.publishMount);
-  if (after.publishConfig != publishConfig) {
-    out.push_back("publishConfig keys " + listed(before.publishConfig) + " with publish mounts " +
-                  listed(before.publishMount) + " became " + listed(after.publishConfig) + ", not " +
-                  listed(publishConfig));
-  }
-  const auto publishDir = expectedAfterClose(before.publishDir, before.perSwitchPublishMount);
-  if (after.publishDir != publishDir) {
-    out.push_back("publishDir keys " + listed(before.publishDir) + " with per-switch publish mounts " +
-                  listed(before.perSwitchPublishMount) + " became " + listed(after.publishDir) + ", not " +
-                  listed(publishDir));
-  }
+  auto require = [&](const char* entries, const std::set<std::string>& was, const char* mounts,
+                     const std::set<std::string>& mounted, const std::set<std::string>& became) {
+    const auto expected = expectedAfterClose(was, mounted);
+    if (became == expected) return;
+    out.push_back(std::string(entries) + " keys " + listed(was) + " with " + mounts + " " + listed(mounted) +
+                  " became " + listed(became) + ", not " + listed(expected));
+  };
+  require("publishConfig", before.publishConfig, "publish mounts", before.publishMount, after.publishConfig);
+  require("publishDir", before.publishDir, "per-switch publish mounts", before.perSwitchPublishMount, after.publishDir);
   return out;
 }
 

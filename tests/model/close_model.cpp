@@ -5,8 +5,8 @@
 namespace hubstore::model {
 namespace {
 
-const char* sideName(Side side) { return side == Side::mount ? "mountConfig" : "publishConfig"; }
-const char* boolName(bool value) { return value ? "true" : "false"; }
+// The five calls of one kind of list, as offsets from its first.
+enum ListOp { declare, remove, entry, entryDel, entryDelAll };
 
 int switchOf(const std::string& spelling) {
   for (const SwitchSpelling& known : switchSpellings()) {
@@ -17,11 +17,18 @@ int switchOf(const std::string& spelling) {
 
 // Removes the members `keep` refuses, in place.
 template <class Set, class Keep>
-void prune(Set& members, Keep keep) {
+void eraseUnless(Set& members, Keep keep) {
   for (auto it = members.begin(); it != members.end();) {
     it = keep(*it) ? std::next(it) : members.erase(it);
   }
 }
+
+// The verbs of the calls, by kind; a list call's words follow from its kind.
+const char* const kVerbs[] = {
+    "service svcA", "serviceDel", "restart", "group", "groupDel", "switchWhiteList", "switchWhiteListDel",
+    "allowedSwitch", "allowedSwitchDel", "allowedSwitchDelAll", "versionWhiteList", "versionWhiteListDel",
+    "allowedVersion", "allowedVersionDel", "allowedVersionDelAll", "", "", "", "closed true", "closed false",
+};
 
 }  // namespace
 
@@ -38,79 +45,110 @@ const std::vector<SwitchSpelling>& switchSpellings() {
 std::string canonicalSpelling(int switchNumber) { return "00:1c:73:00:00:0" + std::to_string(switchNumber); }
 
 std::string AgentCall::scenarioLines() const {
-  const std::string place = std::string(sideName(side));
+  const bool mount = side == Side::mount;
+  const std::string place = std::string(mount ? "set mountConfig" : "set publishConfig");
   switch (kind) {
-    case service: return "service svcA";
-    case serviceDel: return "serviceDel";
-    case restart: return "restart";
-    case group: return "group " + name + " none";
-    case groupDel: return "groupDel " + name;
-    case switchList: return "switchWhiteList " + name;
-    case switchListDel: return "switchWhiteListDel " + name;
-    case allowedSwitch:
-      return "allowedSwitch " + name + " " + canonicalSpelling(switchNumber) + " " + boolName(value);
-    case allowedSwitchDel: return "allowedSwitchDel " + name + " " + canonicalSpelling(switchNumber);
-    case allowedSwitchDelAll: return "allowedSwitchDelAll " + name;
-    case versionList: return "versionWhiteList " + name;
-    case versionListDel: return "versionWhiteListDel " + name;
-    case allowedVersion: return "allowedVersion " + name + " " + std::to_string(version) + " " + boolName(value);
-    case allowedVersionDel: return "allowedVersionDel " + name + " " + std::to_string(version);
-    case allowedVersionDelAll: return "allowedVersionDelAll " + name;
     case staleGroup:
-      return "set " + place + (side == Side::mount ? ".mountGroupConfig[" : ".publishGroupConfig[") + name +
-             "] = " + (side == Side::mount ? "ServiceMountGroupConfig" : "ServicePublishGroupConfig");
+      return place + (mount ? ".mountGroupConfig[" : ".publishGroupConfig[") + name +
+             "] = " + (mount ? "ServiceMountGroupConfig" : "ServicePublishGroupConfig");
     case staleSystem:
-      return "set " + place + ".systemFilter[" + name + "] = MountFilterSystem\nset " + place + ".systemFilter[" +
-             name + "].includedSystem[" + spelling + "] = true";
+      return place + ".systemFilter[" + name + "] = MountFilterSystem\n" + place + ".systemFilter[" + name +
+             "].includedSystem[" + spelling + "] = true";
     case staleVersion:
-      return "set " + place + ".versionFilter[" + name + "] = MountFilterServiceVersion\nset " + place +
-             ".versionFilter[" + name + "].includedServiceVersion[" + std::to_string(version) + "] = true";
-    case close: return "closed true";
-    case reopen: return "closed false";
+      return place + ".versionFilter[" + name + "] = MountFilterServiceVersion\n" + place + ".versionFilter[" +
+             name + "].includedServiceVersion[" + std::to_string(version) + "] = true";
+    default:
+      break;
   }
-  return "";
+  std::string line = kVerbs[kind];
+  if (kind < group || kind > allowedVersionDelAll) return line;
+  line += " " + name;
+  if (kind == group) return line + " none";
+  const int op = kind < versionList ? kind - switchList : kind - versionList;
+  if (op == entry || op == entryDel) {
+    line += " " + (kind < versionList ? canonicalSpelling(switchNumber) : std::to_string(version));
+  }
+  return op == entry ? line + (value ? " true" : " false") : line;
 }
 
 bool CloseModel::legal(const AgentCall& call) const {
-  switch (call.kind) {
-    case AgentCall::service:
-    case AgentCall::staleGroup:
-    case AgentCall::staleSystem:
-    case AgentCall::staleVersion:
-      return !hasService_;
-    case AgentCall::allowedSwitch:
-    case AgentCall::allowedSwitchDel:
-    case AgentCall::allowedSwitchDelAll:
-      return hasSwitchList(call.name);
-    case AgentCall::allowedVersion:
-    case AgentCall::allowedVersionDel:
-    case AgentCall::allowedVersionDelAll:
-      return hasVersionList(call.name);
-    default:
-      return hasService_;
+  if (call.kind == AgentCall::service || (call.kind >= AgentCall::staleGroup && call.kind <= AgentCall::staleVersion)) {
+    return !hasService_;
+  }
+  // hubstore-sim refuses to delete what is not there.
+  if (call.kind == AgentCall::groupDel) return groups_.count(call.name) > 0;
+  if (call.kind >= AgentCall::switchListDel && call.kind <= AgentCall::allowedSwitchDelAll) {
+    return switches_.entries.count(call.name) > 0;
+  }
+  if (call.kind >= AgentCall::versionListDel && call.kind <= AgentCall::allowedVersionDelAll) {
+    return versions_.entries.count(call.name) > 0;
+  }
+  return hasService_;
+}
+
+template <class Key, class Member>
+void CloseModel::applyList(ModelLists<Key, Member>& lists, int op, const std::string& name, Key key, bool value) {
+  auto setMember = [&](Key changed, bool present) {
+    for (ConfigContents* config : {&publish_, &mount_}) {
+      auto& members = (config->*lists.filters)[name];
+      if (present) {
+        members.insert(lists.memberOf(changed));
+      } else {
+        members.erase(lists.memberOf(changed));
+      }
+    }
+  };
+  switch (op) {
+    case declare:
+      // A new list takes over a filter of its name that is already there,
+      // members included.
+      if (lists.entries.emplace(name, std::map<Key, bool>{}).second) {
+        (mount_.*lists.filters)[name];
+        (publish_.*lists.filters)[name];
+      }
+      break;
+    case remove:
+      lists.entries.erase(name);
+      eraseFromBoth(lists.filters, name);
+      break;
+    case entry: {
+      auto& allowed = lists.entries.at(name);
+      const auto found = allowed.find(key);
+      if (found != allowed.end() && found->second == value) break;
+      allowed[key] = value;
+      setMember(key, value);
+      break;
+    }
+    case entryDel:
+      if (lists.entries.at(name).erase(key)) setMember(key, false);
+      break;
+    case entryDelAll:
+      for (const auto& [removed, allowed] : lists.entries.at(name)) setMember(removed, false);
+      lists.entries.at(name).clear();
+      break;
   }
 }
 
 void CloseModel::apply(const AgentCall& call) {
   const std::string& name = call.name;
+  ConfigContents& sideConfig = call.side == Side::mount ? mount_ : publish_;
+  if (call.kind >= AgentCall::switchList && call.kind <= AgentCall::allowedSwitchDelAll) {
+    applyList(switches_, call.kind - AgentCall::switchList, name, call.switchNumber, call.value);
+    return;
+  }
+  if (call.kind >= AgentCall::versionList && call.kind <= AgentCall::allowedVersionDelAll) {
+    applyList(versions_, call.kind - AgentCall::versionList, name, call.version, call.value);
+    return;
+  }
   switch (call.kind) {
     case AgentCall::service:
       hasService_ = true;
       break;
     case AgentCall::serviceDel:
       // Each group withdraws its group configurations, each list its filters.
-      for (const std::string& group : groups_) {
-        mount_.groups.erase(group);
-        publish_.groups.erase(group);
-      }
-      for (const auto& [list, allowed] : switchLists_) {
-        mount_.systemFilters.erase(list);
-        publish_.systemFilters.erase(list);
-      }
-      for (const auto& [list, allowed] : versionLists_) {
-        mount_.versionFilters.erase(list);
-        publish_.versionFilters.erase(list);
-      }
+      for (const std::string& group : groups_) eraseFromBoth(&ConfigContents::groups, group);
+      for (const auto& [list, allowed] : switches_.entries) eraseFromBoth(switches_.filters, list);
+      for (const auto& [list, allowed] : versions_.entries) eraseFromBoth(versions_.filters, list);
       forgetService();
       break;
     case AgentCall::restart:
@@ -122,141 +160,60 @@ void CloseModel::apply(const AgentCall& call) {
       publish_.groups.insert(name);
       break;
     case AgentCall::groupDel:
-      if (groups_.erase(name)) {
-        mount_.groups.erase(name);
-        publish_.groups.erase(name);
-      }
-      break;
-    case AgentCall::switchList:
-      // A new list takes over a filter of its name that is already there,
-      // members included.
-      if (switchLists_.emplace(name, std::map<int, bool>{}).second) {
-        mount_.systemFilters[name];
-        publish_.systemFilters[name];
-      }
-      break;
-    case AgentCall::switchListDel:
-      if (switchLists_.erase(name)) {
-        mount_.systemFilters.erase(name);
-        publish_.systemFilters.erase(name);
-      }
-      break;
-    case AgentCall::allowedSwitch: {
-      auto& allowed = switchLists_.at(name);
-      const auto entry = allowed.find(call.switchNumber);
-      if (entry != allowed.end() && entry->second == call.value) break;
-      allowed[call.switchNumber] = call.value;
-      for (ConfigContents* config : {&publish_, &mount_}) {
-        auto& members = config->systemFilters[name];
-        if (call.value) {
-          members.insert(canonicalSpelling(call.switchNumber));
-        } else {
-          members.erase(canonicalSpelling(call.switchNumber));
-        }
-      }
-      break;
-    }
-    case AgentCall::allowedSwitchDel:
-      if (switchLists_.at(name).erase(call.switchNumber)) {
-        mount_.systemFilters[name].erase(canonicalSpelling(call.switchNumber));
-        publish_.systemFilters[name].erase(canonicalSpelling(call.switchNumber));
-      }
-      break;
-    case AgentCall::allowedSwitchDelAll:
-      for (const auto& [number, allowed] : switchLists_.at(name)) {
-        mount_.systemFilters[name].erase(canonicalSpelling(number));
-        publish_.systemFilters[name].erase(canonicalSpelling(number));
-      }
-      switchLists_.at(name).clear();
-      break;
-    case AgentCall::versionList:
-      if (versionLists_.emplace(name, std::map<std::uint32_t, bool>{}).second) {
-        mount_.versionFilters[name];
-        publish_.versionFilters[name];
-      }
-      break;
-    case AgentCall::versionListDel:
-      if (versionLists_.erase(name)) {
-        mount_.versionFilters.erase(name);
-        publish_.versionFilters.erase(name);
-      }
-      break;
-    case AgentCall::allowedVersion: {
-      auto& allowed = versionLists_.at(name);
-      const auto entry = allowed.find(call.version);
-      if (entry != allowed.end() && entry->second == call.value) break;
-      allowed[call.version] = call.value;
-      for (ConfigContents* config : {&publish_, &mount_}) {
-        auto& members = config->versionFilters[name];
-        if (call.value) {
-          members.insert(call.version);
-        } else {
-          members.erase(call.version);
-        }
-      }
-      break;
-    }
-    case AgentCall::allowedVersionDel:
-      if (versionLists_.at(name).erase(call.version)) {
-        mount_.versionFilters[name].erase(call.version);
-        publish_.versionFilters[name].erase(call.version);
-      }
-      break;
-    case AgentCall::allowedVersionDelAll:
-      for (const auto& [version, allowed] : versionLists_.at(name)) {
-        mount_.versionFilters[name].erase(version);
-        publish_.versionFilters[name].erase(version);
-      }
-      versionLists_.at(name).clear();
+      groups_.erase(name);
+      eraseFromBoth(&ConfigContents::groups, name);
       break;
     case AgentCall::staleGroup:
-      (call.side == Side::mount ? mount_ : publish_).groups.insert(name);
+      sideConfig.groups.insert(name);
       break;
     case AgentCall::staleSystem:
-      (call.side == Side::mount ? mount_ : publish_).systemFilters[name].insert(call.spelling);
+      sideConfig.systemFilters[name].insert(call.spelling);
       break;
     case AgentCall::staleVersion:
-      (call.side == Side::mount ? mount_ : publish_).versionFilters[name].insert(call.version);
+      sideConfig.versionFilters[name].insert(call.version);
       break;
     case AgentCall::close:
-      if (!closed_) closeService();
+      // Group configurations without a live group go; a filter goes whole
+      // without a live list of its name, and otherwise keeps only what its
+      // list allows.
+      if (!closed_) {
+        for (ConfigContents* config : {&publish_, &mount_}) {
+          eraseUnless(config->groups, [&](const std::string& group) { return groups_.count(group) > 0; });
+        }
+        prune(switches_, [](const std::map<int, bool>& allowed, const std::string& spelling) {
+          const auto found = allowed.find(switchOf(spelling));
+          return switchOf(spelling) != 0 && found != allowed.end() && found->second;
+        });
+        prune(versions_, [](const std::map<std::uint32_t, bool>& allowed, std::uint32_t version) {
+          const auto found = allowed.find(version);
+          return found != allowed.end() && found->second;
+        });
+      }
       closed_ = true;
       break;
     case AgentCall::reopen:
       closed_ = false;
       break;
+    default:
+      break;
   }
 }
 
-// Group configurations without a live group go; a filter goes whole without
-// a live list of its name, and otherwise keeps only what its list allows.
-void CloseModel::closeService() {
+template <class Part>
+void CloseModel::eraseFromBoth(Part ConfigContents::*part, const std::string& name) {
+  (mount_.*part).erase(name);
+  (publish_.*part).erase(name);
+}
+
+template <class Key, class Member, class Allowed>
+void CloseModel::prune(ModelLists<Key, Member>& lists, Allowed allowed) {
   for (ConfigContents* config : {&publish_, &mount_}) {
-    prune(config->groups, [&](const std::string& group) { return groups_.count(group) > 0; });
-    for (auto filter = config->systemFilters.begin(); filter != config->systemFilters.end();) {
-      const auto list = switchLists_.find(filter->first);
-      if (list == switchLists_.end()) {
-        filter = config->systemFilters.erase(filter);
-        continue;
-      }
-      prune(filter->second, [&](const std::string& spelling) {
-        const auto allowed = list->second.find(switchOf(spelling));
-        return switchOf(spelling) != 0 && allowed != list->second.end() && allowed->second;
-      });
-      ++filter;
-    }
-    for (auto filter = config->versionFilters.begin(); filter != config->versionFilters.end();) {
-      const auto list = versionLists_.find(filter->first);
-      if (list == versionLists_.end()) {
-        filter = config->versionFilters.erase(filter);
-        continue;
-      }
-      prune(filter->second, [&](std::uint32_t version) {
-        const auto allowed = list->second.find(version);
-        return allowed != list->second.end() && allowed->second;
-      });
-      ++filter;
-    }
+    eraseUnless(config->*lists.filters, [&](auto& filter) {
+      const auto list = lists.entries.find(filter.first);
+      if (list == lists.entries.end()) return false;
+      eraseUnless(filter.second, [&](const Member& member) { return allowed(list->second, member); });
+      return true;
+    });
   }
 }
 
@@ -264,8 +221,8 @@ void CloseModel::forgetService() {
   hasService_ = false;
   closed_ = false;
   groups_.clear();
-  switchLists_.clear();
-  versionLists_.clear();
+  switches_.entries.clear();
+  versions_.entries.clear();
 }
 
 }  // namespace hubstore::model

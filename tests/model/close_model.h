@@ -9,7 +9,7 @@
 //   model.apply({.kind = AgentCall::service});
 //   model.apply({.kind = AgentCall::switchList, .name = "L1"});
 //   model.apply({.kind = AgentCall::close});
-//   model.mount().systemFilters.at("L1")   // {}: the list allows nothing
+//   model.config(Side::mount).systemFilters.at("L1")   // {}: the list allows nothing
 //
 // What it follows: which group configurations, system and version filters
 // and filter members exist in the mount and the publish configuration. What
@@ -52,6 +52,7 @@ struct AgentCall {
     restart,     // the service gone without any cleanup
     group,
     groupDel,
+    // The five calls of each kind of list, in the same order.
     switchList,
     switchListDel,
     allowedSwitch,  // name, switchNumber, value
@@ -77,26 +78,37 @@ struct AgentCall {
   std::uint32_t version = 0;
   bool value = false;
 
-  // The call as hubstore-sim lines (after `agent agentB`, `records`).
+  // The call as hubstore-sim lines (after `agent agentB`, `records`): how
+  // close_model_check runs it against the library.
   std::string scenarioLines() const;
+};
+
+// The allow-lists of one kind: each list's entries, and the filters of its
+// name in both configurations, which hold the keys whose entry is true.
+template <class Key, class Member>
+struct ModelLists {
+  std::map<std::string, std::set<Member>> ConfigContents::*filters;
+  Member (*memberOf)(Key);
+  std::map<std::string, std::map<Key, bool>> entries;
 };
 
 class CloseModel {
  public:
   // The call must be legal: a service call needs a service, an allow-list
-  // entry its list, stale state no service; legal() says so.
+  // entry its list, a deletion what it deletes, stale state no service;
+  // legal() says so.
   void apply(const AgentCall& call);
   bool legal(const AgentCall& call) const;
 
   const ConfigContents& config(Side side) const { return side == Side::mount ? mount_ : publish_; }
-  const ConfigContents& mount() const { return mount_; }
-  const ConfigContents& publish() const { return publish_; }
-  bool hasService() const { return hasService_; }
-  bool hasSwitchList(const std::string& name) const { return switchLists_.count(name) > 0; }
-  bool hasVersionList(const std::string& name) const { return versionLists_.count(name) > 0; }
 
  private:
-  void closeService();
+  template <class Key, class Member>
+  void applyList(ModelLists<Key, Member>& lists, int op, const std::string& name, Key key, bool value);
+  template <class Key, class Member, class Allowed>
+  void prune(ModelLists<Key, Member>& lists, Allowed allowed);
+  template <class Part>
+  void eraseFromBoth(Part ConfigContents::*part, const std::string& name);
   void forgetService();
 
   ConfigContents mount_;
@@ -104,8 +116,9 @@ class CloseModel {
   bool hasService_ = false;
   bool closed_ = false;
   std::set<std::string> groups_;
-  std::map<std::string, std::map<int, bool>> switchLists_;
-  std::map<std::string, std::map<std::uint32_t, bool>> versionLists_;
+  ModelLists<int, std::string> switches_{&ConfigContents::systemFilters, &canonicalSpelling, {}};
+  ModelLists<std::uint32_t, std::uint32_t> versions_{
+      &ConfigContents::versionFilters, [](std::uint32_t version) { return version; }, {}};
 };
 
 }  // namespace hubstore::model

@@ -23,8 +23,10 @@ std::optional<std::string> checkArity(std::string_view verb,
   } else {
     count = std::to_string(shape.required) + " or " + wordCount(max);
   }
-  return "'" + std::string(verb) + "' takes " + count + " (" +
-         synopsis(*findVerb(verb)) + "), got " + std::to_string(got);
+  // Appended: see checkHook in scenario_forms.cpp.
+  std::string message = "'";
+  message.append(verb).append("' takes ").append(count).append(" (").append(synopsis(*findVerb(verb)));
+  return message.append("), got ").append(std::to_string(got));
 }
 
 // Checks one word against its parameter; on failure returns what the word
