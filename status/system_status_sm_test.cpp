@@ -136,18 +136,6 @@ TEST_F(SystemStatusSmTest, AHookMayReleaseItsOwnGroupAndMounterOrTheSwitchOfTheC
   EXPECT_FALSE(service->mountStatusSm()->systemStatusSm(sw));
 }
 
-TEST_F(SystemStatusSmTest, ThrowingHookLeavesLaterChangesReported) {
-  auto service = serviceIs("svcA");
-  service->serviceMountGroupIs("g1", mounter);
-  auto g1 = switchIs(sw, {"g1"})->serviceMountGroupStatusIs("g1");
-  mounter->onMountState = [] { throw Vex::InternalException("hook failed"); };
-  EXPECT_THROW(g1->mountStateIs(mountStateFailed), Vex::InternalException);
-  mounter->onMountState = nullptr;
-  g1->mountStateIs(mountStateMounting);
-  EXPECT_EQ(hooks.size(), 3u);
-  EXPECT_EQ(hooks.back(), "doHandleControllerMountState 00:1c:73:0a:0b:0c g1 mounting");
-}
-
 // Reads the switch it is told about only after removing that switch.
 class RemovingMounter : public HubstoreServiceMounter {
  public:

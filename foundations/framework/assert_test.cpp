@@ -6,9 +6,9 @@
 
 namespace {
 
-// The assertion's line without context is pinned in trace_test.cpp. Each
-// statement runs in the death test's child, so a writer installed there is
-// gone again in the test process.
+// The assertion's line without context is pinned by the service's and the
+// mount group's death tests. Each statement runs in the death test's child,
+// so a writer installed there is gone again in the test process.
 void failWithContext(const char* context, bool failInsideWriter) {
   static bool insideWriterFails;
   insideWriterFails = failInsideWriter;

@@ -50,27 +50,6 @@ TEST(Ptr, AssignmentInstallsTheNewValueBeforeReleasingTheOld) {
   EXPECT_EQ(log, "~a ~b ");
 }
 
-TEST(Ptr, DescribesObjectsByTypeAndCreationNumber) {
-  std::string log;
-  Ptr<Logged> first = make<Logged>("a", &log);
-  Ptr<Logged> second = make<Logged>("b", &log);
-  EXPECT_EQ(describe(second.get()).stdString(),
-            "Vex::testing::Logged#" + std::to_string(first->serialNumber() + 1));
-  EXPECT_EQ(describe(nullptr), "null");
-}
-
-TEST(Ptr, ThreadSafeSwitchKeepsCountsExact) {
-  threadSafePointersIs(true);
-  std::string log;
-  {
-    Ptr<Logged> a = make<Logged>("a", &log);
-    Ptr<Logged> b = a;
-    EXPECT_EQ(a->references(), 2u);
-  }
-  threadSafePointersIs(false);
-  EXPECT_EQ(log, "~a ");
-}
-
 TEST(Ptr, AnObjectReleasedDuringAUseDiesWhenTheOutermostUseEnds) {
   std::string log;
   Ptr<Logged> a = make<Logged>("a", &log);

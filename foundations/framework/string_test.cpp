@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
-
 namespace Vex {
 namespace {
 
@@ -16,26 +14,6 @@ TEST(String, NullAndEmptyAreKeptApart) {
   EXPECT_TRUE(null < empty);
   EXPECT_STREQ(null.c_str(), "");
   EXPECT_TRUE(String(static_cast<const char*>(nullptr)).isNull());
-}
-
-TEST(String, CopiesShareTheBufferAndConcatenationMakesANewString) {
-  String a("switch");
-  String b = a;
-  EXPECT_EQ(a.c_str(), b.c_str());
-  String joined = "a " + a;
-  EXPECT_EQ(joined, "a switch");
-  EXPECT_EQ(a, "switch");
-  EXPECT_EQ(a + "es", "switches");
-  String embedded("x\0y", 3);
-  EXPECT_EQ(embedded.size(), 3u);
-  EXPECT_FALSE(embedded == String("x"));
-}
-
-TEST(String, OrdersByBytesAsCollectionKeys) {
-  std::map<Name, int> m{{"b", 2}, {"a", 1}, {"ab", 3}};
-  std::string order;
-  for (auto& [k, v] : m) order += k.stdString() + ",";
-  EXPECT_EQ(order, "a,ab,b,");
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <hubstore/foundations/framework/assert.h>
 #include <hubstore/foundations/framework/ferrolink.h>
 
 namespace Vex {
@@ -38,12 +37,6 @@ TEST(TraceLevels, ParseListsAndRangesAndRejectTheRest) {
   EXPECT_EQ(parseTraceLevels("5,7-8"), (1u << 5) | (1u << 7) | (1u << 8));
   EXPECT_EQ(parseTraceLevels("off"), 0u);
   for (const char* bad : {"", "10", "8-7", "5,", "a", "1-"}) EXPECT_FALSE(parseTraceLevels(bad)) << bad;
-}
-
-TEST(AssertDeathTest, WritesTheExpressionTextAndAborts) {
-  int* smc = nullptr;
-  EXPECT_DEATH(VEX_ASSERT(smc), "^assertion failed: smc\n$");
-  EXPECT_DEATH(VEX_ASSERT(smc != nullptr && " a note "), "assertion failed: smc != nullptr && \" a note \"");
 }
 
 }  // namespace

@@ -66,7 +66,8 @@ std::string AgentCall::scenarioLines() const {
   if (kind == group) return line + " none";
   const int op = kind < versionList ? kind - switchList : kind - versionList;
   if (op == entry || op == entryDel) {
-    line += " " + (kind < versionList ? canonicalSpelling(switchNumber) : std::to_string(version));
+    line += ' ';
+    line += kind < versionList ? canonicalSpelling(switchNumber) : std::to_string(version);
   }
   return op == entry ? line + (value ? " true" : " false") : line;
 }

@@ -5,15 +5,13 @@ what they render.
 For examples/quickstart.scn and a generated fleet of 1,000 switches x 20
 groups (fleet_scenario.py) it runs the sim with --timeline, then loads each
 page in Chromium, driven over the DevTools protocol on a pipe, and checks:
-  - no exception, console error or log error, and no request for anything
-    but the page itself;
-  - the page's own counts against the run: steps (one per scenario line),
-    group lanes, switch lanes (one per switch and group that had a status),
-    hook marks (one per "hook" line of the transcript);
+  - in every view, no exception, console or log error, and no request for
+    anything but the page itself;
+  - the page's counts against the run: steps (one per scenario line), group
+    lanes, switch lanes (one per switch and group that had a status), hook
+    marks (one per "hook" line of the transcript);
   - with every group opened (#open=*), one lane per group and switch lane,
-    and lanes actually drawn;
-  - with a step shown (#step=N), the tooltip carries that step's scenario
-    line.
+    and lanes drawn; with a step shown (#step=N), its line in the tooltip.
 It prints each page's size and load time, and saves a screenshot of each.
 
     check_timeline.py --sim build/dev/tools/sim/hubstore-sim --out build/timeline
@@ -190,23 +188,13 @@ def load(browser, url, screenshot=None):
     return dataset, elapsed, errors
 
 
-def scenario_lines(path):
-    """The scenario's commands: lines with a word before any comment."""
-    count = 0
-    for line in pathlib.Path(path).read_text().splitlines():
-        words = line.split()
-        if words and not words[0].startswith("#"):
-            count += 1
-    return count
-
-
 def check(condition, message, failures):
     print(("  ok    " if condition else "  FAIL  ") + message)
     if not condition:
         failures.append(message)
 
 
-def check_scenario(browser, sim, scenario, out, expected_groups, expected_switch_lanes, shown_step, screenshot_hash):
+def check_scenario(browser, sim, scenario, out, groups, switch_lanes, shown_step=None, screenshot_hash=None):
     name = pathlib.Path(scenario).stem
     page = out / (name + ".html")
     run = subprocess.run([str(sim), "--timeline", str(page), str(scenario)],
@@ -215,43 +203,37 @@ def check_scenario(browser, sim, scenario, out, expected_groups, expected_switch
     print("%s: %s" % (name, scenario))
     check(run.returncode == 0, "the sim ran the scenario (exit %d) %s" % (run.returncode, run.stderr.strip()),
           failures)
-    hook_lines = sum(1 for line in run.stdout.splitlines() if line.startswith("hook "))
-    steps = scenario_lines(scenario)
-    size = page.stat().st_size
     html = page.read_text()
     check(not re.search(r"<(script|link|img|iframe)[^>]+(src|href)=", html, re.I) and "http" not in html,
           "the page names no external resource", failures)
-    url = page.resolve().as_uri()
-
-    dataset, elapsed, errors = load(browser, url, out / (name + ".png"))
-    print("  page %s: %.1f MB, ready %.2f s after navigation (%s ms by the page's clock)"
-          % (page, size / 1e6, elapsed, dataset.get("renderMs")))
-    check(errors == [] and "error" not in dataset, "no error: %s %s" % (errors, dataset.get("error", "")), failures)
-    check(dataset.get("steps") == str(steps), "steps %s == %d scenario lines" % (dataset.get("steps"), steps), failures)
-    check(dataset.get("groupLanes") == str(expected_groups) and dataset.get("lanes") == str(expected_groups),
-          "group lanes %s, lanes %s == %d groups" % (dataset.get("groupLanes"), dataset.get("lanes"), expected_groups),
-          failures)
-    check(dataset.get("switchLanes") == str(expected_switch_lanes),
-          "switch lanes %s == %d" % (dataset.get("switchLanes"), expected_switch_lanes), failures)
-    check(dataset.get("marks") == str(hook_lines),
-          "hook marks %s == %d hook lines of the transcript" % (dataset.get("marks"), hook_lines), failures)
-
-    dataset, elapsed, errors = load(browser, url + "#open=*")
-    lanes = expected_groups + expected_switch_lanes
-    check(errors == [] and dataset.get("lanes") == str(lanes) and int(dataset.get("lanesDrawn", "0")) > 0,
-          "every group open: lanes %s == %d, %s drawn, %.2f s, errors %s"
-          % (dataset.get("lanes"), lanes, dataset.get("lanesDrawn"), elapsed, errors), failures)
-
+    # The scenario's commands: lines with a word before any comment.
+    commands = [line for line in pathlib.Path(scenario).read_text().splitlines()
+                if line.split() and not line.split()[0].startswith("#")]
     if shown_step is None:
-        shown_step = steps // 2
-    line = [l for l in pathlib.Path(scenario).read_text().splitlines()
-            if l.split() and not l.split()[0].startswith("#")][shown_step]
-    dataset, elapsed, errors = load(browser, url + "#step=%d" % shown_step)
-    check(errors == [] and " ".join(line.split("#")[0].split()) in dataset.get("tip", ""),
-          "step %d's tooltip shows its line %r" % (shown_step, line), failures)
-
+        shown_step = len(commands) // 2
+    hook_lines = sum(1 for line in run.stdout.splitlines() if line.startswith("hook "))
+    # Each view of the page, its screenshot, and the data attributes it must show.
+    views = [("", out / (name + ".png"), {"steps": len(commands), "groupLanes": groups, "lanes": groups,
+                                           "switchLanes": switch_lanes, "marks": hook_lines}),
+             ("#open=*", None, {"lanes": groups + switch_lanes}),
+             ("#step=%d" % shown_step, None, {})]
     if screenshot_hash is not None:
-        load(browser, url + screenshot_hash.format(step=shown_step), out / (name + "-open.png"))
+        views.append((screenshot_hash.format(step=shown_step), out / (name + "-open.png"), {}))
+    shown = {}
+    for fragment, screenshot, expected in views:
+        dataset, elapsed, errors = load(browser, page.resolve().as_uri() + fragment, screenshot)
+        shown[fragment] = dataset
+        print("  page %s%s: %.1f MB, ready %.2f s after navigation (%s ms by the page's clock)"
+              % (page, fragment, len(html) / 1e6, elapsed, dataset.get("renderMs")))
+        check(errors == [] and "error" not in dataset, "no error: %s %s" % (errors, dataset.get("error", "")),
+              failures)
+        for key, value in expected.items():
+            check(dataset.get(key) == str(value), "%s %s == %s" % (key, dataset.get(key), value), failures)
+    drawn = shown["#open=*"].get("lanesDrawn", "0")
+    check(int(drawn) > 0, "every group open: %s lanes drawn" % drawn, failures)
+    line = " ".join(commands[shown_step].split("#")[0].split())
+    check(line in shown["#step=%d" % shown_step].get("tip", ""),
+          "step %d's tooltip shows its line %r" % (shown_step, line), failures)
     return failures
 
 
@@ -276,7 +258,7 @@ def main():
     failures = []
     try:
         # quickstart: one group with one switch; step 14 closes the group.
-        failures += check_scenario(browser, args.sim, ROOT / "examples" / "quickstart.scn", out, 1, 1, 14, None)
+        failures += check_scenario(browser, args.sim, ROOT / "examples" / "quickstart.scn", out, 1, 1, 14)
         # The fleet: every switch has a status for every group. The
         # screenshot opens the last group and shows the middle step.
         failures += check_scenario(browser, args.sim, fleet, out, args.groups, args.switches * args.groups,
