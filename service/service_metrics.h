@@ -1,6 +1,6 @@
 #pragma once
-/// \file
-/// Controller::ServiceMetrics: a service's numbers in the Prometheus text
+/// \class Controller::ServiceMetrics
+/// A service's numbers in the Prometheus text
 /// format, for an agent to serve however its platform serves metrics.
 ///
 ///   std::string text = service->metricsText();
