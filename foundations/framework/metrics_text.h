@@ -1,6 +1,6 @@
 #pragma once
-/// \file
-/// Vex::MetricsText: numbers in the Prometheus text exposition format, the
+/// \class Vex::MetricsText
+/// Numbers in the Prometheus text exposition format, the
 /// format that monitoring systems scrape.
 ///
 ///   Vex::MetricsText metrics;
