@@ -230,7 +230,7 @@ class HubstoreServiceMountGroup : public Vex::PtrInterface {
   /// Mirrors one controller mount entry into the mount group configuration
   /// (written when present, removed when not).
   void handleControllerMount(const Vex::String& key);
-  /// The one-key handler for every entry of the collection.
+  /// Runs the one-key handler for every entry of the collection.
   void handleControllerMount();
   /// Mirrors one publish mount entry into the publish group configuration, or
   /// every entry.

@@ -3,10 +3,10 @@
 /// How often the library called each hook of a
 /// service's mounters and, while hook timing is on, for how long.
 ///
-///   Controller::HookStatistics::timingIs(true);   // the process's choice
-///   ...
-///   const auto& hooks = service->hookStatistics();
-///   hooks.calls[HookStatistics::mountsComplete];
+///     Controller::HookStatistics::timingIs(true);   // the process's choice
+///     ...
+///     const auto& hooks = service->hookStatistics();
+///     hooks.calls[HookStatistics::mountsComplete];
 ///
 /// The statistics of a service live as long as the process, under its name:
 /// a hook that releases its service still counts, and a service made again

@@ -5,10 +5,10 @@
 /// overrides the hooks it cares about, and passes an instance to
 /// HubstoreService::serviceMountGroupIs:
 ///
-///   class MyMounter : public Controller::HubstoreServiceMounter {
-///     void doMountsComplete(Vex::String group, const Vex::Ptr<Mirra::EntityManager>& em) override;
-///   };
-///   service->serviceMountGroupIs("g1", Vex::make<MyMounter>());
+///     class MyMounter : public Controller::HubstoreServiceMounter {
+///       void doMountsComplete(Vex::String group, const Vex::Ptr<Mirra::EntityManager>& em) override;
+///     };
+///     service->serviceMountGroupIs("g1", Vex::make<MyMounter>());
 ///
 /// Hooks are called on the agent's event loop, again each time a condition is
 /// re-checked while it holds: they must tolerate repeated calls. An exception

@@ -6,12 +6,12 @@
 /// in name order, and the fleet's switches with their group statuses counted
 /// by mount state.
 ///
-///   ServiceReport report = service->completionReport();
-///   std::cout << report.text();
-///     service inventory: closed true, warm true, ready false
-///     group g1: complete
-///     group g2: not complete; waits for closing, initial switch mounts
-///     switches: 2, group statuses: 3: unknown 0, mounting 1, mounted 2, unmounted 0, failed 0
+///     ServiceReport report = service->completionReport();
+///     std::cout << report.text();
+///       service inventory: closed true, warm true, ready false
+///       group g1: complete
+///       group g2: not complete; waits for closing, initial switch mounts
+///       switches: 2, group statuses: 3: unknown 0, mounting 1, mounted 2, unmounted 0, failed 0
 
 #include <array>
 #include <cstddef>
