@@ -83,8 +83,8 @@ class HubstoreServiceMountGroup : public Vex::PtrInterface {
   ///@}
   /// The owning service; null once the group is orphaned.
   HubstoreService* service() const { return service_.get(); }
-  /// The mounter whose doMountsComplete the completion check calls; shared with
-  /// the service.
+  /// The mounter whose hooks hear of this group, fixed at creation; the group
+  /// holds a counted reference.
   const Vex::Ptr<HubstoreServiceMounter>& mounter() const { return mounter_; }
 
   /// The service's records the group writes into and reads, set by

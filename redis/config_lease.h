@@ -27,7 +27,8 @@ class ConfigLease {
   /// owned, `held`, or `standby` when another process holds it.
   enum class Hold { none, held, standby };
 
-  /// The lease of `store`, which owns it; held by none.
+  /// The lease of `store`, which owns it; hold() is none until the store owns
+  /// the configuration.
   explicit ConfigLease(RedisStore& store);
 
   /// Whether this process holds the lease.

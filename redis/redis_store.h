@@ -89,13 +89,13 @@ class RedisStore {
   /// agent holds the configuration's lease: this one writes no configuration
   /// (its own declarations wait in its records) until it takes the lease.
   enum class State { closed, connecting, syncing, live, standby, disconnected };
-  /// The state's name in lower case, as traces and metrics print it.
+  /// The state's name: "closed", "connecting", ...
   static const char* stateName(State state);
 
   /// Every limit counts silence, not work: an open or a resynchronisation
   /// that keeps receiving replies goes on however large the agent's records.
   struct Options {
-    /// Where the server is: redis://, rediss:// or redis-sentinel://.
+    /// Where the server is: a redis:// or redis-sentinel:// endpoint.
     RedisEndpoint endpoint;
     /// The agent whose records the store keeps; it names the agent's keys.
     std::string agentName;

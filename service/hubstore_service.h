@@ -205,8 +205,8 @@ class HubstoreService : public Vex::PtrInterface {
 
   /// Passes the flag to the status machine, the groups and the allow-lists.
   void hasNotificationActiveIs(bool active) override;
-  /// Marks the service, its status machine, groups and allow-lists as being
-  /// destroyed, so that they react to nothing more.
+  /// Marks the service itself as being destroyed (or, with false, no longer);
+  /// what it owns is orphaned as the service goes.
   void vexDoZombieReactors(bool zombie) override;
 
  protected:
