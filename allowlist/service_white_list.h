@@ -1,11 +1,11 @@
 #pragma once
 /// \class Controller::ServiceWhiteList
-/// An allow-list owned by a service; Base is
-/// SwitchWhiteListBase or VersionWhiteListBase, and SwitchWhiteList and
-/// VersionWhiteList are this class under their own names. Its constructor
-/// creates (or finds) the filters named after it in the service's publish and
-/// mount configurations and binds them; its destructor removes them, in the
-/// order its kind gives (white_list_kinds.h).
+/// An allow-list owned by a service; Base is SwitchWhiteListBase or
+/// VersionWhiteListBase, and SwitchWhiteList and VersionWhiteList are this
+/// class under their own names. Its constructor creates (or finds) the filters
+/// named after it in the service's publish and mount configurations and binds
+/// them; its destructor removes them, in the order its kind gives
+/// (white_list_kinds.h).
 ///
 /// A list may outlive its service (the agent or a group holds it). When the
 /// service goes, the list is orphaned: its filters leave both configurations

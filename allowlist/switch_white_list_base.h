@@ -1,9 +1,9 @@
 #pragma once
 /// \class Controller::SwitchWhiteListBase
-/// A named set of allowed switches, mirrored
-/// into two MountFilterSystem records (one for mounting, one for publishing)
-/// whose includedSystem sets always equal the switches whose entry is true.
-/// The filters hold a switch by its text form.
+/// A named set of allowed switches, mirrored into two MountFilterSystem records
+/// (one for mounting, one for publishing) whose includedSystem sets always
+/// equal the switches whose entry is true. The filters hold a switch by its
+/// text form.
 ///
 /// The base knows no service: SwitchWhiteList binds the two filters to the
 /// service's configuration records. Both filters must be set before an entry

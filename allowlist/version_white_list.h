@@ -1,10 +1,10 @@
 #pragma once
 /// \class Controller::VersionWhiteList
-/// A version allow-list owned by a service, the
-/// form the service creates. Its constructor creates (or finds) the filters
-/// named after it in the service's publish and mount configurations and binds
-/// them; its destructor removes them, mount configuration first. The binding
-/// and the orphaning rule are ServiceWhiteList's.
+/// A version allow-list owned by a service, the form the service creates. Its
+/// constructor creates (or finds) the filters named after it in the service's
+/// publish and mount configurations and binds them; its destructor removes
+/// them, mount configuration first. The binding and the orphaning rule are
+/// ServiceWhiteList's.
 
 #include <hubstore/allowlist/service_white_list.h>
 #include <hubstore/allowlist/version_white_list_base.h>

@@ -1,9 +1,9 @@
 #pragma once
 /// \class Controller::VersionWhiteListBase
-/// A named set of supported service versions,
-/// mirrored into two MountFilterServiceVersion records (mount and publish)
-/// whose includedServiceVersion sets always equal the versions whose entry is
-/// true. The filters hold a version by its number. The version-list twin of
+/// A named set of supported service versions, mirrored into two
+/// MountFilterServiceVersion records (mount and publish) whose
+/// includedServiceVersion sets always equal the versions whose entry is true.
+/// The filters hold a version by its number. The version-list twin of
 /// SwitchWhiteListBase: the set and its filters are WhiteListCore's, and this
 /// class gives them their version names.
 

@@ -1,12 +1,11 @@
 #pragma once
 /// \class Controller::WhiteListCore
-/// A named set of allowed keys (switches or
-/// service versions), mirrored into two filter records, one for mounting and
-/// one for publishing, whose included sets always equal the keys whose entry
-/// is true. SwitchWhiteListBase and VersionWhiteListBase are this core under
-/// their own names; Kind (white_list_kinds.h) holds what differs between them.
-/// Code written for both kinds (the tests, a sweep over every list) uses the
-/// core's own names below.
+/// A named set of allowed keys (switches or service versions), mirrored into
+/// two filter records, one for mounting and one for publishing, whose included
+/// sets always equal the keys whose entry is true. SwitchWhiteListBase and
+/// VersionWhiteListBase are this core under their own names; Kind
+/// (white_list_kinds.h) holds what differs between them. Code written for both
+/// kinds (the tests, a sweep over every list) uses the core's own names below.
 ///
 /// The core knows no service: ServiceWhiteList binds the two filters to a
 /// service's configuration records. Both filters must be set before an entry

@@ -1,7 +1,7 @@
 #pragma once
 /// \class Controller::ControllerMount
-/// A path on every managed switch that is mounted
-/// into the controller database. Immutable once declared; keyed by remotePath.
+/// A path on every managed switch that is mounted into the controller database.
+/// Immutable once declared; keyed by remotePath.
 
 #include <hubstore/foundations/records/record.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 /// \class Controller::HubstoreServiceMountGroup
-/// One declared mount group of a
-/// service. Created by HubstoreService::serviceMountGroupIs, which owns it.
+/// One declared mount group of a service. Created by
+/// HubstoreService::serviceMountGroupIs, which owns it.
 ///
 /// The group creates its ServicePublishGroupConfig and ServiceMountGroupConfig
 /// (publish side first) under its name, mirrors its entries into them, binds

@@ -1,7 +1,7 @@
 #pragma once
 /// \class Controller::MountGroupReport
-/// Why a mount group is, or is not yet, complete,
-/// read off the records without running anything.
+/// Why a mount group is, or is not yet, complete, read off the records without
+/// running anything.
 ///
 /// HubstoreServiceMountGroup::completionReport() fills it from what the
 /// group's completion check reads: the group's closed flag, its two group

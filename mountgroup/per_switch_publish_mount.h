@@ -1,9 +1,8 @@
 #pragma once
 /// \class Controller::PerSwitchPublishMount
-/// A controller database directory published
-/// to each switch separately. Keyed by hubstorePath; its only mutable
-/// attribute, publishActive, is the event that re-runs the entry's
-/// PerSwitchPublishMountSm.
+/// A controller database directory published to each switch separately. Keyed
+/// by hubstorePath; its only mutable attribute, publishActive, is the event
+/// that re-runs the entry's PerSwitchPublishMountSm.
 
 #include <hubstore/foundations/records/record.h>
 

@@ -1,11 +1,11 @@
 #pragma once
 /// \class Controller::PerSwitchPublishMountSm
-/// Keeps the publish directory of one
-/// per-switch publish mount in line with the mount. While the mount is a
-/// member of its group the directory exists, carries the mount's remote path
-/// and is ready to publish; once the mount is gone, a directory still there is
-/// marked not ready (never deleted). Runs once when created and again on every
-/// change of the mount's publishActive (whose value it does not read).
+/// Keeps the publish directory of one per-switch publish mount in line with the
+/// mount. While the mount is a member of its group the directory exists,
+/// carries the mount's remote path and is ready to publish; once the mount is
+/// gone, a directory still there is marked not ready (never deleted). Runs once
+/// when created and again on every change of the mount's publishActive (whose
+/// value it does not read).
 ///
 /// The group owns the machine; the agent may hold it longer. A machine that
 /// outlives its group is orphaned when the group goes: it stops following the

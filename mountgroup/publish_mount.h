@@ -1,7 +1,7 @@
 #pragma once
 /// \class Controller::PublishMount
-/// A controller database path published to the
-/// switches. Immutable once declared; keyed by hubstorePath.
+/// A controller database path published to the switches. Immutable once
+/// declared; keyed by hubstorePath.
 
 #include <hubstore/foundations/records/record.h>
 

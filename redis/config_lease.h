@@ -1,12 +1,12 @@
 #pragma once
 /// \class hubstore::redis::ConfigLease
-/// The configuration's lease, which says which
-/// process of an agent may write its configuration. The key AGENT:lease holds
-/// the token of the process that holds it, set with an expiry of leaseTime and
-/// renewed at every check, by a script that takes it only when it is free or
-/// already this process's. Each configuration write goes through a second
-/// script that checks the token in the same step, so a process that has lost
-/// the lease has its writes refused (FENCED) whatever their timing.
+/// The configuration's lease, which says which process of an agent may write
+/// its configuration. The key AGENT:lease holds the token of the process that
+/// holds it, set with an expiry of leaseTime and renewed at every check, by a
+/// script that takes it only when it is free or already this process's. Each
+/// configuration write goes through a second script that checks the token in
+/// the same step, so a process that has lost the lease has its writes refused
+/// (FENCED) whatever their timing.
 ///
 /// A part of RedisStore: it asks on the store's data connection and tells the
 /// store when it becomes a standby or takes the lease over.

@@ -1,7 +1,7 @@
 #pragma once
 /// \class hubstore::redis::RecordCodec
-/// What the five records and their members look
-/// like as Redis hashes, and how a hash read back is written into the records.
+/// What the five records and their members look like as Redis hashes, and how a
+/// hash read back is written into the records.
 ///
 /// Each record and each collection member is one key (RedisKeySchema); its
 /// hash holds the member's own values as text: "name" for every record, and

@@ -1,10 +1,9 @@
 #pragma once
 /// \class hubstore::redis::RedisStore
-/// One agent's five records kept in a Redis
-/// database, so that the agent and the mount machinery can run as separate
-/// processes around it. The records stay ordinary in-process records in a
-/// Mirra::EntityManager, which the library uses as always; the store mirrors
-/// them:
+/// One agent's five records kept in a Redis database, so that the agent and the
+/// mount machinery can run as separate processes around it. The records stay
+/// ordinary in-process records in a Mirra::EntityManager, which the library
+/// uses as always; the store mirrors them:
 ///  - the side this process owns (the configuration for an agent, the status
 ///    for the mount machinery) is written through: every change of a record is
 ///    sent, in the order it was made, on one pipelined connection;

@@ -1,9 +1,8 @@
 #pragma once
 /// \class hubstore::redis::ServerCheck
-/// Whether a server answers and takes an
-/// endpoint's login and database, and nothing more (no key, no channel), on a
-/// blocking connection of its own: RedisStore::checkServer. Through
-/// sentinels: the master they name now.
+/// Whether a server answers and takes an endpoint's login and database, and
+/// nothing more (no key, no channel), on a blocking connection of its own:
+/// RedisStore::checkServer. Through sentinels: the master they name now.
 
 #include <chrono>
 

@@ -1,11 +1,11 @@
 #pragma once
 /// \class hubstore::redis::StoreFollower
-/// The followed side follows Redis. A key that
-/// a keyspace notification names is read (HGETALL) and what was read is
-/// applied to the records through their setters, so the library's handlers
-/// run; an owned key that another client may have changed is read and handed
-/// to the writer's repair. What another writer left that cannot be read is a
-/// bad record: traced with what is wrong, counted, and changing nothing.
+/// The followed side follows Redis. A key that a keyspace notification names is
+/// read (HGETALL) and what was read is applied to the records through their
+/// setters, so the library's handlers run; an owned key that another client may
+/// have changed is read and handed to the writer's repair. What another writer
+/// left that cannot be read is a bad record: traced with what is wrong,
+/// counted, and changing nothing.
 ///
 /// A part of RedisStore; its resynchronisation applies what it reads here too.
 

@@ -1,9 +1,9 @@
 #pragma once
 /// \class hubstore::redis::StorePoller
-/// The one descriptor a RedisStore gives the
-/// agent's loop to poll. It is an epoll set over the store's sockets, a timer
-/// (the reconnect back-off, an attempt's deadline, the periodic check) and a
-/// wake-up that makes the descriptor readable when writes or applies wait.
+/// The one descriptor a RedisStore gives the agent's loop to poll. It is an
+/// epoll set over the store's sockets, a timer (the reconnect back-off, an
+/// attempt's deadline, the periodic check) and a wake-up that makes the
+/// descriptor readable when writes or applies wait.
 
 #include <chrono>
 

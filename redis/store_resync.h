@@ -1,12 +1,11 @@
 #pragma once
 /// \class hubstore::redis::StoreResync
-/// The read of every key of the agent (SCAN and
-/// pipelined HGETALL), the first one (the load) and each after a reconnect or
-/// whenever notifications may have been missed. The load applies each key as
-/// it comes, both sides; a later one brings the followed side in line with
-/// Redis (what changed, then what is gone) and writes the owned side again
-/// where Redis differs from the records. Keys of hubstore 0.2's layout are
-/// counted and not read.
+/// The read of every key of the agent (SCAN and pipelined HGETALL), the first
+/// one (the load) and each after a reconnect or whenever notifications may have
+/// been missed. The load applies each key as it comes, both sides; a later one
+/// brings the followed side in line with Redis (what changed, then what is
+/// gone) and writes the owned side again where Redis differs from the records.
+/// Keys of hubstore 0.2's layout are counted and not read.
 ///
 /// A part of RedisStore.
 

@@ -1,12 +1,12 @@
 #pragma once
 /// \class hubstore::redis::StoreWriter
-/// The commands that write the owned side to
-/// Redis, on the store's one pipelined data connection, in the order they are
-/// asked for: a hash written whole or rewritten in one transaction, a field,
-/// a deletion, a record with everything below it. Configuration writes go
-/// through the lease's fence. A write the server refuses is counted and
-/// traced; READONLY from a master the sentinels demoted is a lost connection.
-/// It also repairs an owned key that another client changed or deleted.
+/// The commands that write the owned side to Redis, on the store's one
+/// pipelined data connection, in the order they are asked for: a hash written
+/// whole or rewritten in one transaction, a field, a deletion, a record with
+/// everything below it. Configuration writes go through the lease's fence. A
+/// write the server refuses is counted and traced; READONLY from a master the
+/// sentinels demoted is a lost connection. It also repairs an owned key that
+/// another client changed or deleted.
 ///
 /// A part of RedisStore.
 

@@ -1,10 +1,10 @@
 #pragma once
 /// \class hubstore::redis::WriteThrough
-/// The owned side written through. It watches
-/// every record and record member of the sides the store owns (one
-/// RecordWatcher each) and turns each change into the write of the key, or
-/// the field of a holder's hash, that holds it: a member added is written
-/// whole and watched, a member removed is deleted with everything below it.
+/// The owned side written through. It watches every record and record member of
+/// the sides the store owns (one RecordWatcher each) and turns each change into
+/// the write of the key, or the field of a holder's hash, that holds it: a
+/// member added is written whole and watched, a member removed is deleted with
+/// everything below it.
 ///
 /// A part of RedisStore; the writes go through its StoreWriter.
 

@@ -1,7 +1,7 @@
 #pragma once
 /// \class Controller::HookStatistics
-/// How often the library called each hook of a
-/// service's mounters and, while hook timing is on, for how long.
+/// How often the library called each hook of a service's mounters and, while
+/// hook timing is on, for how long.
 ///
 ///     Controller::HookStatistics::timingIs(true);   // the process's choice
 ///     ...

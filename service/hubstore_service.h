@@ -1,10 +1,9 @@
 #pragma once
 /// \class Controller::HubstoreService
-/// The root object an agent creates once per
-/// service. It finds the service's records by path under the hosting agent's
-/// name, stamps the configuration records with the service name and the leader
-/// generation id, and owns the service's mount groups, allow-lists and mount
-/// status machine.
+/// The root object an agent creates once per service. It finds the service's
+/// records by path under the hosting agent's name, stamps the configuration
+/// records with the service name and the leader generation id, and owns the
+/// service's mount groups, allow-lists and mount status machine.
 ///
 ///     Controller::globalAgent = agent.get();            // before any service
 ///     auto service = Controller::HubstoreService::HubstoreServiceIs("svcA", em, em);

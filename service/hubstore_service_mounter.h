@@ -1,9 +1,8 @@
 #pragma once
 /// \class Controller::HubstoreServiceMounter
-/// The hook object through which the library
-/// tells the agent what happened to a mount group. The agent derives from it,
-/// overrides the hooks it cares about, and passes an instance to
-/// HubstoreService::serviceMountGroupIs:
+/// The hook object through which the library tells the agent what happened to a
+/// mount group. The agent derives from it, overrides the hooks it cares about,
+/// and passes an instance to HubstoreService::serviceMountGroupIs:
 ///
 ///     class MyMounter : public Controller::HubstoreServiceMounter {
 ///       void doMountsComplete(Vex::String group, const Vex::Ptr<Mirra::EntityManager>& em) override;

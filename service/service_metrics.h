@@ -1,7 +1,7 @@
 #pragma once
 /// \class Controller::ServiceMetrics
-/// A service's numbers in the Prometheus text
-/// format, for an agent to serve however its platform serves metrics.
+/// A service's numbers in the Prometheus text format, for an agent to serve
+/// however its platform serves metrics.
 ///
 ///     std::string text = service->metricsText();
 ///       # HELP hubstore_group_complete Whether the group's mounts and publications are complete (1) or not (0).

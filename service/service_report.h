@@ -1,10 +1,9 @@
 #pragma once
 /// \class Controller::ServiceReport
-/// A service at a glance, read off the records
-/// without running anything: its closed flag, whether its mount configuration
-/// is warm and its publish configuration ready, one MountGroupReport per group
-/// in name order, and the fleet's switches with their group statuses counted
-/// by mount state.
+/// A service at a glance, read off the records without running anything: its
+/// closed flag, whether its mount configuration is warm and its publish
+/// configuration ready, one MountGroupReport per group in name order, and the
+/// fleet's switches with their group statuses counted by mount state.
 ///
 ///     ServiceReport report = service->completionReport();
 ///     std::cout << report.text();

@@ -1,9 +1,9 @@
 #pragma once
 /// \class Controller::ServiceMountStatusSm
-/// Follows the service's mount status record.
-/// It keeps one SystemStatusSm per switch entry, and calls a closed group's
-/// mounter (doInitialSwitchMountsComplete) when the record says the group's
-/// initial switch mounts are done. The service owns exactly one.
+/// Follows the service's mount status record. It keeps one SystemStatusSm per
+/// switch entry, and calls a closed group's mounter
+/// (doInitialSwitchMountsComplete) when the record says the group's initial
+/// switch mounts are done. The service owns exactly one.
 ///
 /// Built fully initialized: when the constructor returns, every switch already
 /// in the record has its machine and every closed group already marked

@@ -1,9 +1,9 @@
 #pragma once
 /// \class Controller::SystemStatusSm
-/// Follows one switch's status record and tells the
-/// group's mounter (doHandleControllerMountState) whenever the switch's mount
-/// state for a group is set or changes. Created and owned by the service's
-/// ServiceMountStatusSm, one per switch.
+/// Follows one switch's status record and tells the group's mounter
+/// (doHandleControllerMountState) whenever the switch's mount state for a group
+/// is set or changes. Created and owned by the service's ServiceMountStatusSm,
+/// one per switch.
 ///
 /// Its first report (handleInitialized, which its owner runs once the machine
 /// is listed) covers every group status the record holds, once. A group

@@ -1,10 +1,10 @@
 #pragma once
 /// \class Vex::Collection
-/// A named collection of counted members, ordered by
-/// key, over tree storage; Vex::FlatCollection is the same collection over a
-/// sorted array. Lookup, insertion order and iteration are OrderedEntries':
-/// iteration is in key order and survives any change made while it runs (the
-/// iterator holds the current key and a counted reference to the member).
+/// A named collection of counted members, ordered by key, over tree storage;
+/// Vex::FlatCollection is the same collection over a sorted array. Lookup,
+/// insertion order and iteration are OrderedEntries': iteration is in key order
+/// and survives any change made while it runs (the iterator holds the current
+/// key and a counted reference to the member).
 ///
 /// Members that are entities are told their parent when they join
 /// (Entity::parentIs) and lose it when they leave or the collection dies.

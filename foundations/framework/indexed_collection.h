@@ -1,7 +1,7 @@
 #pragma once
 /// \class Vex::IndexedCollection
-/// A Vex::Collection with a hash index beside it,
-/// for collections that are looked up by key on every event.
+/// A Vex::Collection with a hash index beside it, for collections that are
+/// looked up by key on every event.
 ///
 /// Iteration, parents and removal behave exactly as the Collection's (the
 /// ordered collection is the one that holds the members); member lookups go

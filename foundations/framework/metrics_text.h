@@ -1,7 +1,7 @@
 #pragma once
 /// \class Vex::MetricsText
-/// Numbers in the Prometheus text exposition format, the
-/// format that monitoring systems scrape.
+/// Numbers in the Prometheus text exposition format, the format that monitoring
+/// systems scrape.
 ///
 ///     Vex::MetricsText metrics;
 ///     metrics.family("hubstore_hook_calls_total", Vex::MetricsText::counter, "Hook calls, by hook.");

@@ -1,9 +1,9 @@
 #pragma once
 /// \class Vex::OrderedEntries
-/// The core of every ordered container
-/// (Collection, FlatCollection, ValueMap, FlatValueMap): entries kept in key
-/// order by a storage policy (TreeStorage or SortedVectorStorage), and the one
-/// iterator that survives any change of the container made while it runs.
+/// The core of every ordered container (Collection, FlatCollection, ValueMap,
+/// FlatValueMap): entries kept in key order by a storage policy (TreeStorage or
+/// SortedVectorStorage), and the one iterator that survives any change of the
+/// container made while it runs.
 ///
 /// The iterator holds a copy of the current key and value (for a collection, a
 /// counted reference to the member), so the entry under it, or any other, may

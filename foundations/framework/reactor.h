@@ -1,10 +1,9 @@
 #pragma once
 /// \class Vex::Reactor
-/// The inner reactor of an owner that follows one record,
-/// written once. It holds the record (counted), a plain pointer back to its
-/// owner, and its registration on the record; what differs between reactors is
-/// the record type and which of the owner's handlers run, and both are
-/// template arguments:
+/// The inner reactor of an owner that follows one record, written once. It
+/// holds the record (counted), a plain pointer back to its owner, and its
+/// registration on the record; what differs between reactors is the record type
+/// and which of the owner's handlers run, and both are template arguments:
 ///
 ///     class Machine : public Vex::PtrInterface {
 ///       void handleGroup();                         // the whole record, on binding

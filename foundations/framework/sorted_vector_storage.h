@@ -1,12 +1,11 @@
 #pragma once
 /// \class Vex::SortedVectorStorage
-/// The storage policy of the ordered
-/// containers that keeps the entries in one array sorted by key. An entry
-/// costs its key and value instead of a tree node, a lookup is a binary search
-/// of contiguous memory, and dropping the container frees one block. Adding in
-/// key order is an append; other additions and every removal move the later
-/// entries, which stays cheap up to some thousands of entries and grows with
-/// the square beyond.
+/// The storage policy of the ordered containers that keeps the entries in one
+/// array sorted by key. An entry costs its key and value instead of a tree
+/// node, a lookup is a binary search of contiguous memory, and dropping the
+/// container frees one block. Adding in key order is an append; other additions
+/// and every removal move the later entries, which stays cheap up to some
+/// thousands of entries and grows with the square beyond.
 
 #include <algorithm>
 #include <cstddef>

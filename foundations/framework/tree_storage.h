@@ -1,10 +1,10 @@
 #pragma once
 /// \class Vex::TreeStorage
-/// The storage policy of the ordered containers that
-/// keeps each entry in a node of a balanced tree. Insertions move no entry, so
-/// a position stays valid through them (only its own removal ends it), and a
-/// key keeps its address while its entry lives. Suits large or often-changed
-/// containers, and anything that keeps pointers to keys.
+/// The storage policy of the ordered containers that keeps each entry in a node
+/// of a balanced tree. Insertions move no entry, so a position stays valid
+/// through them (only its own removal ends it), and a key keeps its address
+/// while its entry lives. Suits large or often-changed containers, and anything
+/// that keeps pointers to keys.
 
 #include <cstddef>
 #include <iterator>

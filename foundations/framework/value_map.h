@@ -1,9 +1,9 @@
 #pragma once
 /// \class Vex::ValueMap
-/// A map of plain values, ordered by key, over tree
-/// storage; Vex::FlatValueMap is the same map over a sorted array. Lookup,
-/// insertion order and iteration are OrderedEntries': iteration is in key
-/// order and survives any change made while it runs.
+/// A map of plain values, ordered by key, over tree storage; Vex::FlatValueMap
+/// is the same map over a sorted array. Lookup, insertion order and iteration
+/// are OrderedEntries': iteration is in key order and survives any change made
+/// while it runs.
 
 #include <cstddef>
 #include <utility>

@@ -1,9 +1,8 @@
 #pragma once
 /// \class Controller::GroupConfigRecord
-/// What a mount group's two configuration
-/// records (ServiceMountGroupConfig, ServicePublishGroupConfig) share: the
-/// group's name and the pair of filters its allow-lists hand it, by
-/// reference. A null filter clears it.
+/// What a mount group's two configuration records (ServiceMountGroupConfig,
+/// ServicePublishGroupConfig) share: the group's name and the pair of filters
+/// its allow-lists hand it, by reference. A null filter clears it.
 ///
 /// The pair follows the record's own collections, so its attribute ids come
 /// after theirs: name, two attributes of the record's own, then the filters.

@@ -1,8 +1,8 @@
 #pragma once
 /// \class Hubstore::Status
-/// The controller database's own status, found at
-/// "controller/status". The library copies its leader generation id into the
-/// service configuration records.
+/// The controller database's own status, found at "controller/status". The
+/// library copies its leader generation id into the service configuration
+/// records.
 
 #include <hubstore/foundations/records/record.h>
 

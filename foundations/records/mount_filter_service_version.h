@@ -1,8 +1,7 @@
 #pragma once
 /// \class Controller::MountFilterServiceVersion
-/// A named set of service versions that
-/// the mount machinery applies to a group. Owned by a version allow-list of the
-/// same name.
+/// A named set of service versions that the mount machinery applies to a group.
+/// Owned by a version allow-list of the same name.
 
 #include <cstdint>
 

@@ -1,8 +1,7 @@
 #pragma once
 /// \class Controller::MountFilterSystem
-/// A named set of switches (by the text form of
-/// their system id) that the mount machinery applies to a group. Owned by a
-/// switch allow-list of the same name.
+/// A named set of switches (by the text form of their system id) that the mount
+/// machinery applies to a group. Owned by a switch allow-list of the same name.
 
 #include <hubstore/foundations/records/record.h>
 #include <hubstore/foundations/framework/flat_value_map.h>

@@ -1,8 +1,7 @@
 #pragma once
 /// \enum Controller::MountState
-/// One switch's mount state for one group, as the mount
-/// machinery reports it. The library passes it on and prints it; it never
-/// compares states.
+/// One switch's mount state for one group, as the mount machinery reports it.
+/// The library passes it on and prints it; it never compares states.
 
 #include <optional>
 #include <ostream>

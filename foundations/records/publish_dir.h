@@ -1,7 +1,7 @@
 #pragma once
 /// \class Controller::PublishDir
-/// A controller database directory published to each
-/// switch separately, with the path it lands at and whether it is ready.
+/// A controller database directory published to each switch separately, with
+/// the path it lands at and whether it is ready.
 
 #include <hubstore/foundations/records/record.h>
 

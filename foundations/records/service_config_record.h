@@ -1,10 +1,10 @@
 #pragma once
 /// \class Controller::ServiceConfigRecord
-/// The shape of a service's mount and
-/// publish configurations, read by the mount machinery: the service's name and
-/// the leader generation it was written under, one flag the service raises
-/// when its declarations stand, the groups' configurations, and the switch and
-/// version filters the groups may point at. Both outlive an agent restart.
+/// The shape of a service's mount and publish configurations, read by the mount
+/// machinery: the service's name and the leader generation it was written
+/// under, one flag the service raises when its declarations stand, the groups'
+/// configurations, and the switch and version filters the groups may point at.
+/// Both outlive an agent restart.
 ///
 /// ServiceMountConfig and ServicePublishConfig are this record under their
 /// own names; the kinds below hold what differs between them, side by side.

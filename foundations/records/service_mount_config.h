@@ -1,9 +1,9 @@
 #pragma once
 /// \class Controller::ServiceMountConfig
-/// The service's mount configuration: the
-/// groups to mount from every switch and the filters they may point at. Its
-/// flag `warm` says the service's declarations are closed. The record is
-/// ServiceConfigRecord's; this class gives it its mount names.
+/// The service's mount configuration: the groups to mount from every switch and
+/// the filters they may point at. Its flag `warm` says the service's
+/// declarations are closed. The record is ServiceConfigRecord's; this class
+/// gives it its mount names.
 
 #include <hubstore/foundations/records/service_config_record.h>
 

@@ -1,9 +1,8 @@
 #pragma once
 /// \class Controller::ServiceMountGroupConfig
-/// One mount group's part of the service
-/// mount configuration: the remote paths mounted from every switch, whether the
-/// switches keep them while disconnected, and the group's filters (the pair
-/// is GroupConfigRecord's).
+/// One mount group's part of the service mount configuration: the remote paths
+/// mounted from every switch, whether the switches keep them while
+/// disconnected, and the group's filters (the pair is GroupConfigRecord's).
 
 #include <hubstore/foundations/records/group_config_record.h>
 

@@ -1,7 +1,6 @@
 #pragma once
 /// \class Controller::ServiceMountGroupStatus
-/// One switch's mount state for one group,
-/// written by the mount machinery.
+/// One switch's mount state for one group, written by the mount machinery.
 
 #include <hubstore/foundations/records/mount_state.h>
 #include <hubstore/foundations/records/record.h>

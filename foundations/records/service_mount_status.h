@@ -1,8 +1,8 @@
 #pragma once
 /// \class Controller::ServiceMountStatus
-/// The mount machinery's report on one service:
-/// a status per switch, which groups have finished their initial switch mounts,
-/// and the controller database prefix under which each remote path is mounted.
+/// The mount machinery's report on one service: a status per switch, which
+/// groups have finished their initial switch mounts, and the controller
+/// database prefix under which each remote path is mounted.
 
 #include <hubstore/foundations/records/record.h>
 #include <hubstore/foundations/records/system_status.h>

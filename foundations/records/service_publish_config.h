@@ -1,10 +1,9 @@
 #pragma once
 /// \class Controller::ServicePublishConfig
-/// The service's publish configuration: the
-/// groups whose paths the controller publishes to the switches and the filters
-/// they may point at. Its flag `ready` says the publish mounts are
-/// synchronized. The record is ServiceConfigRecord's; this class gives it its
-/// publish names.
+/// The service's publish configuration: the groups whose paths the controller
+/// publishes to the switches and the filters they may point at. Its flag
+/// `ready` says the publish mounts are synchronized. The record is
+/// ServiceConfigRecord's; this class gives it its publish names.
 
 #include <hubstore/foundations/records/service_config_record.h>
 

@@ -1,9 +1,8 @@
 #pragma once
 /// \class Controller::ServicePublishGroupConfig
-/// One mount group's part of the service
-/// publish configuration: the controller database paths published to the
-/// switches, the directories published per switch, and the group's filters
-/// (the pair is GroupConfigRecord's).
+/// One mount group's part of the service publish configuration: the controller
+/// database paths published to the switches, the directories published per
+/// switch, and the group's filters (the pair is GroupConfigRecord's).
 
 #include <hubstore/foundations/records/group_config_record.h>
 #include <hubstore/foundations/records/publish_dir.h>

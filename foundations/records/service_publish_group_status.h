@@ -1,7 +1,7 @@
 #pragma once
 /// \class Controller::ServicePublishGroupStatus
-/// Which of one group's published paths
-/// the mount machinery has published. Only the keys carry meaning.
+/// Which of one group's published paths the mount machinery has published. Only
+/// the keys carry meaning.
 
 #include <hubstore/foundations/records/record.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 /// \class Controller::ServicePublishStatus
-/// The mount machinery's report on what it
-/// has published for one service, one group status per group.
+/// The mount machinery's report on what it has published for one service, one
+/// group status per group.
 
 #include <hubstore/foundations/records/record.h>
 #include <hubstore/foundations/records/service_publish_group_status.h>

@@ -1,7 +1,7 @@
 #pragma once
 /// \class Controller::SystemId
-/// The identity of one managed switch, its Ethernet
-/// address. Switch records are named by the address's text form.
+/// The identity of one managed switch, its Ethernet address. Switch records are
+/// named by the address's text form.
 
 #include <cstddef>
 #include <functional>

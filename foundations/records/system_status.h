@@ -1,9 +1,9 @@
 #pragma once
 /// \class Controller::SystemStatus
-/// One switch's status within a service, named by the
-/// text form of the switch's Ethernet address; it holds the switch's mount
-/// state for each group, in a sorted array: a fleet holds one per switch and
-/// group, and a switch has tens of groups.
+/// One switch's status within a service, named by the text form of the switch's
+/// Ethernet address; it holds the switch's mount state for each group, in a
+/// sorted array: a fleet holds one per switch and group, and a switch has tens
+/// of groups.
 
 #include <hubstore/foundations/framework/flat_collection.h>
 #include <hubstore/foundations/records/record.h>
