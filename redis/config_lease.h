@@ -31,16 +31,17 @@ class ConfigLease {
   /// the configuration.
   explicit ConfigLease(RedisStore& store);
 
-  /// Whether this process holds the lease.
+  /// Where the lease stands for this process.
   Hold hold() const { return hold_; }
   /// Takes the lease, or renews it; `why` says what asked.
   void acquire(const std::string& why);
   /// Gives it up at once when held; nothing more is written.
   void release();
-  /// The store owns the configuration (once loaded: its writes go at once,
-  /// the lease taken as held until the server says otherwise), or no more.
+  /// Tells the lease whether the store owns the configuration (once loaded,
+  /// its writes go at once, the lease taken as held until the server says
+  /// otherwise).
   void configOwnedIs(bool owned);
-  /// The answer to a request went with the connection.
+  /// Told that the connection went, and the answer to a request with it.
   void connectionLost() { pending_ = false; }
   /// Sends a write of the configuration that the server makes only while this
   /// process holds the lease; nothing while it does not.

@@ -56,15 +56,17 @@ class StoreFollower {
   bool nothingArrived() const { return arrived_.empty(); }
   /// Whether nothing read waits to be applied.
   bool nothingToApply() const { return toApply_.empty(); }
-  /// What was notified or read went with a lost connection: the next
-  /// resynchronisation reads everything.
+  /// Forgets what was notified or read: it went with a lost connection, and
+  /// the next resynchronisation reads everything.
   void clear();
-  /// A resynchronisation reads every key again.
+  /// Told that a resynchronisation starts: it reads every key again.
   void resyncStarted();
-  /// A followed root record deleted in Redis, and emptied here.
+  /// Whether the followed root record in `slot` was deleted in Redis (and
+  /// emptied here).
   bool rootAbsent(RecordSlot slot) const { return absentRoots_.count(slot) > 0; }
 
-  /// A key, or part of one, that another writer left unreadable.
+  /// Traces and counts `key`, or part of it, that another writer left
+  /// unreadable, with what is wrong (`problems`).
   void badRecord(const std::string& key, const std::vector<std::string>& problems);
   /// A read of `key` that the server refused with `error`: a key that holds no
   /// hash is a bad record, a refused permission a refusal of the store; anything

@@ -36,7 +36,7 @@ class StoreResync {
   std::string progress() const;
   /// Whether `key` is of hubstore 0.2's layout; such keys are counted.
   bool isOldLayout(const std::string& key, const RedisKeySchema::Path& path);
-  /// What was read went with a lost connection.
+  /// Forgets what was read: it went with a lost connection.
   void clear();
 
  private:

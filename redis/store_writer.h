@@ -37,7 +37,7 @@ class StoreWriter {
   void eraseField(const std::string& key, const std::string& field);
   /// Deletes `keys`.
   void erase(const std::vector<std::string>& keys);
-  /// `record` at `key` and every member below it.
+  /// Writes the key of `record` at `key` and of every member below it.
   void writeSubtree(const Vex::Entity& record, const std::string& key);
   /// Deletes the key of `record` at `key` and of every member below it.
   void eraseSubtree(const Vex::Entity& record, const std::string& key);
