@@ -30,7 +30,8 @@ class Collection {
   /// Walks the members in key order; see OrderedEntries::Iterator.
   using Iterator = typename Entries::template Iterator<Entries::Yields::value>;
 
-  /// `owner`/`attribute` name the parent of entity members; both may be null.
+  /// An empty collection; `owner` and `attribute` name the parent of entity
+  /// members; both may be null.
   explicit Collection(const Entity* owner = nullptr, const char* attribute = nullptr)
       : owner_(owner), attribute_(attribute) {}
   /// Not copyable: members know their collection's owner.
@@ -43,7 +44,8 @@ class Collection {
 
   /// The member under `key`, or null; a counted reference.
   Ptr<T> member(const K& key) const { return Ptr<T>(memberRaw(key)); }
-  /// Raw lookup for hot paths that take no reference.
+  /// The member under `key`, or null, as a plain pointer: for hot paths that
+  /// take no reference.
   T* memberRaw(const K& key) const {
     const Ptr<T>* found = entries_.find(key);
     return found ? found->get() : nullptr;
@@ -64,12 +66,12 @@ class Collection {
     detach(removed->get());
     return std::move(*removed);
   }
-  /// Each member lets go of its parent as it leaves, and dies (when nothing
+  /// Removes every member: each lets go of its parent as it leaves, and dies (when nothing
   /// else holds it) with the collection consistent without it.
   void deleteAll() {
     while (!entries_.empty()) detach(entries_.takeNextToClear().get());
   }
-  /// Room for `count` members without a reallocation (sorted-array storage).
+  /// Reserves room for `count` members without a reallocation (sorted-array storage).
   void reserve(std::size_t count) { entries_.reserve(count); }
   /// The number of members.
   std::size_t count() const { return entries_.count(); }

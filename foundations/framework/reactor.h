@@ -71,7 +71,9 @@ constexpr Route<void (Owner::*)()> on(AttributeId attribute, void (Owner::*handl
   return {attribute, handler, RouteArgument::nothing};
 }
 
-/// Key is given where the handler's name is overloaded for several key types.
+/// Routes `attribute` to a handler that receives the changed member's key;
+/// `Key` is given where the handler's name is overloaded for several key
+/// types.
 template <class Key, class Owner>
 constexpr Route<void (Owner::*)(const Key&)> onKey(AttributeId attribute, void (Owner::*handler)(const Key&)) {
   return {attribute, handler, RouteArgument::key};
@@ -84,7 +86,7 @@ constexpr Route<void (Owner::*)(const Record&)> onRecord(AttributeId attribute,
   return {attribute, handler, RouteArgument::record};
 }
 
-/// Pick one overload of a handler for the binding handler: the one without
+/// Picks one overload of a handler for the binding handler: the one without
 /// arguments, or the one that takes the record.
 ///@{
 template <class Owner>
@@ -119,7 +121,7 @@ class Reactor : public NotifieeConstOf<Record> {
   /// The descriptor of the reactor's own type (staticType()).
   const TypeDescriptor& fwkType() const override { return staticType(); }
 
-  /// Null once retired.
+  /// The owner; null once retired.
   Owner* owner() const { return owner_; }
 
   /// Binds to `notifier` (cast to the record type): see Binding above.

@@ -75,7 +75,8 @@ class SortedVectorStorage {
     items_.erase(items_.begin() + static_cast<std::ptrdiff_t>(at));
     return value;
   }
-  /// Clearing one by one goes last key first, so that no entry moves.
+  /// The entry to remove next when clearing one by one: the last, so that no
+  /// entry moves.
   Position nextToClear() const { return items_.size() - 1; }
   /// Removes every entry.
   void clear() { items_.clear(); }

@@ -62,7 +62,7 @@ class TreeStorage {
     items_.erase(mutableAt);
     return value;
   }
-  /// Clearing one by one goes in key order.
+  /// The entry to remove next when clearing one by one: the first.
   Position nextToClear() const { return items_.begin(); }
   /// Removes every entry.
   void clear() { items_.clear(); }

@@ -84,7 +84,7 @@ struct SchemaNode {
   bool (*isType)(const Vex::Entity& entity) = nullptr;
 };
 
-/// mountConfig and publishConfig.
+/// The two roots: mountConfig and publishConfig.
 std::span<const SchemaNode> configRoots();
 
 /// The node of the record type of `record`, a configuration record or one of
