@@ -6,9 +6,11 @@
 /// The group creates its ServicePublishGroupConfig and ServiceMountGroupConfig
 /// (publish side first) under its name, mirrors its entries into them, binds
 /// its allow-lists' filters, and watches three records through inner reactors:
+///
 ///     VexMountStatus        the service mount status (mounted path prefixes)
 ///     VexPublishStatus      the service publish status (one status per group)
 ///     VexPublishGroupStatus this group's publish status (published paths)
+///
 /// (each a Vex::Reactor, declared below the handlers it routes to).
 /// Each change re-runs the completion check: once the group is closed, every
 /// controller mount has a mounted path prefix and every publish mount a

@@ -47,7 +47,8 @@ class ServiceMountStatus : public Vex::Entity {
   /// Removes the status of the switch named `system`, if any.
   void systemStatusDel(Vex::Name system);
 
-  /// An absent entry reads as false.
+  /// Whether the group's initial switch mounts are complete; an absent entry
+  /// reads as false.
   bool initialMountsComplete(const Vex::String& group) const {
     const bool* value = initialMountsComplete_.value(group);
     return value && *value;

@@ -39,7 +39,7 @@ class SystemId {
   /// A hash of the address.
   std::size_t hash() const { return addr_.hash(); }
 
-  /// Compare the addresses.
+  /// Compares the addresses.
   ///@{
   friend bool operator==(const SystemId& a, const SystemId& b) { return a.addr_ == b.addr_; }
   friend bool operator<(const SystemId& a, const SystemId& b) { return a.addr_ < b.addr_; }

@@ -31,7 +31,8 @@ class SystemStatus : public Vex::Entity {
   Vex::Ptr<const ServiceMountGroupStatus> serviceMountGroupStatus(const Vex::Name& group) const {
     return serviceMountGroupStatus_.member(group);
   }
-  /// Lookup without taking a reference, for the per-event path.
+  /// The same as a plain pointer, for the per-event path that takes no
+  /// reference.
   const ServiceMountGroupStatus* serviceMountGroupStatusRaw(const Vex::Name& group) const {
     return serviceMountGroupStatus_.memberRaw(group);
   }
@@ -44,7 +45,7 @@ class SystemStatus : public Vex::Entity {
                                                               MountState state = mountStateUnknown);
   /// Removes the group status named `group`, if any.
   void serviceMountGroupStatusDel(Vex::Name group);
-  /// Room for `count` group statuses: a switch read whole knows how many.
+  /// Reserves room for `count` group statuses: a switch read whole knows how many.
   void serviceMountGroupStatusReserve(std::size_t count) { serviceMountGroupStatus_.reserve(count); }
 
  protected:
