@@ -1,7 +1,7 @@
 #pragma once
-/// \file
-/// hubstore::redis::StoreMetrics: a RedisStore's numbers in the Prometheus
-/// text format, each family labelled by `agent`:
+/// \class hubstore::redis::StoreMetrics
+/// A RedisStore's numbers in the Prometheus text format, each family labelled
+/// by `agent`:
 /// - `hubstore_store_state` by `state` (1 for the store's state, 0 for the
 ///   others), `hubstore_store_lease_held`, `hubstore_store_connections`,
 ///   `hubstore_store_pending_replies`;

@@ -1,13 +1,13 @@
 #pragma once
-// hubstore::redis::StoreResync: the read of every key of the agent (SCAN and
-// pipelined HGETALL), the first one (the load) and each after a reconnect or
-// whenever notifications may have been missed. The load applies each key as
-// it comes, both sides; a later one brings the followed side in line with
-// Redis (what changed, then what is gone) and writes the owned side again
-// where Redis differs from the records. Keys of hubstore 0.2's layout are
-// counted and not read.
-//
-// A part of RedisStore.
+/// \class hubstore::redis::StoreResync
+/// The read of every key of the agent (SCAN and pipelined HGETALL), the first
+/// one (the load) and each after a reconnect or whenever notifications may have
+/// been missed. The load applies each key as it comes, both sides; a later one
+/// brings the followed side in line with Redis (what changed, then what is
+/// gone) and writes the owned side again where Redis differs from the records.
+/// Keys of hubstore 0.2's layout are counted and not read.
+///
+/// A part of RedisStore.
 
 #include <chrono>
 #include <cstddef>
@@ -26,15 +26,17 @@ class RedisStore;
 
 class StoreResync {
  public:
+  /// The resynchronisation of `store`, which owns it.
   explicit StoreResync(RedisStore& store) : store_(store) {}
 
+  /// Starts reading every key of the agent (SCAN, then HGETALL of each).
   void start();
-  // What it has done so far, for an error message: "reading 230,000 of
-  // 510,000 keys".
+  /// What it has done so far, for an error message: "reading 230,000 of
+  /// 510,000 keys".
   std::string progress() const;
-  // Whether `key` is of hubstore 0.2's layout; such keys are counted.
+  /// Whether `key` is of hubstore 0.2's layout; such keys are counted.
   bool isOldLayout(const std::string& key, const RedisKeySchema::Path& path);
-  // What was read went with a lost connection.
+  /// Forgets what was read: it went with a lost connection.
   void clear();
 
  private:

@@ -1,11 +1,12 @@
 #pragma once
-// hubstore::redis::WriteThrough: the owned side written through. It watches
-// every record and record member of the sides the store owns (one
-// RecordWatcher each) and turns each change into the write of the key, or
-// the field of a holder's hash, that holds it: a member added is written
-// whole and watched, a member removed is deleted with everything below it.
-//
-// A part of RedisStore; the writes go through its StoreWriter.
+/// \class hubstore::redis::WriteThrough
+/// The owned side written through. It watches every record and record member of
+/// the sides the store owns (one RecordWatcher each) and turns each change into
+/// the write of the key, or the field of a holder's hash, that holds it: a
+/// member added is written whole and watched, a member removed is deleted with
+/// everything below it.
+///
+/// A part of RedisStore; the writes go through its StoreWriter.
 
 #include <map>
 #include <string>
@@ -20,12 +21,14 @@ class RedisStore;
 
 class WriteThrough : private RecordWatcher::Owner {
  public:
+  /// The write-through of `store`, which owns it; watches nothing yet.
   explicit WriteThrough(RedisStore& store) : store_(store) {}
 
-  // Watches `record`, held at `key`, and every member below it.
+  /// Watches `record`, held at `key`, and every member below it.
   void watch(const Vex::Entity& record, const std::string& key);
-  // Drops the watchers of the record at `address` and of everything below it.
+  /// Drops the watchers of the record at `address` and of everything below it.
   void unwatch(const std::string& address);
+  /// Drops every watcher.
   void clear() { watchers_.clear(); }
 
  private:

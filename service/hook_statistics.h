@@ -1,12 +1,12 @@
 #pragma once
-/// \file
-/// Controller::HookStatistics: how often the library called each hook of a
-/// service's mounters and, while hook timing is on, for how long.
+/// \class Controller::HookStatistics
+/// How often the library called each hook of a service's mounters and, while
+/// hook timing is on, for how long.
 ///
-///   Controller::HookStatistics::timingIs(true);   // the process's choice
-///   ...
-///   const auto& hooks = service->hookStatistics();
-///   hooks.calls[HookStatistics::mountsComplete];
+///     Controller::HookStatistics::timingIs(true);   // the process's choice
+///     ...
+///     const auto& hooks = service->hookStatistics();
+///     hooks.calls[HookStatistics::mountsComplete];
 ///
 /// The statistics of a service live as long as the process, under its name:
 /// a hook that releases its service still counts, and a service made again
@@ -52,17 +52,22 @@ struct HookStatistics {
 /// it is destroyed, also when the hook throws.
 class HookCall {
  public:
+  /// Counts the call of `hook` in `statistics`, which must outlive it.
   HookCall(HookStatistics& statistics, HookStatistics::Hook hook) : statistics_(statistics), hook_(hook) {
     ++statistics.calls[hook];
     if (HookStatistics::timing()) start_ = std::chrono::steady_clock::now();
   }
+  /// Adds the time since construction while timing was on then.
   ~HookCall() {
     if (start_ != std::chrono::steady_clock::time_point{}) {
       statistics_.seconds[hook_] += std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
     }
   }
+  /// Not copyable: it counts one call.
+  ///@{
   HookCall(const HookCall&) = delete;
   HookCall& operator=(const HookCall&) = delete;
+  ///@}
 
  private:
   HookStatistics& statistics_;

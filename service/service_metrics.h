@@ -1,13 +1,13 @@
 #pragma once
-/// \file
-/// Controller::ServiceMetrics: a service's numbers in the Prometheus text
-/// format, for an agent to serve however its platform serves metrics.
+/// \class Controller::ServiceMetrics
+/// A service's numbers in the Prometheus text format, for an agent to serve
+/// however its platform serves metrics.
 ///
-///   std::string text = service->metricsText();
-///     # HELP hubstore_group_complete Whether the group's mounts and publications are complete (1) or not (0).
-///     # TYPE hubstore_group_complete gauge
-///     hubstore_group_complete{service="inventory",group="g1"} 1
-///     ...
+///     std::string text = service->metricsText();
+///       # HELP hubstore_group_complete Whether the group's mounts and publications are complete (1) or not (0).
+///       # TYPE hubstore_group_complete gauge
+///       hubstore_group_complete{service="inventory",group="g1"} 1
+///       ...
 ///
 /// The families, each labelled by `service`:
 /// - `hubstore_service_closed`, `hubstore_service_switches` (switch statuses

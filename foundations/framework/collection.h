@@ -1,12 +1,13 @@
 #pragma once
-// Vex::Collection<K, T>: a named collection of counted members, ordered by
-// key, over tree storage; Vex::FlatCollection is the same collection over a
-// sorted array. Lookup, insertion order and iteration are OrderedEntries':
-// iteration is in key order and survives any change made while it runs (the
-// iterator holds the current key and a counted reference to the member).
-//
-// Members that are entities are told their parent when they join
-// (Entity::parentIs) and lose it when they leave or the collection dies.
+/// \class Vex::Collection
+/// A named collection of counted members, ordered by key, over tree storage;
+/// Vex::FlatCollection is the same collection over a sorted array. Lookup,
+/// insertion order and iteration are OrderedEntries': iteration is in key order
+/// and survives any change made while it runs (the iterator holds the current
+/// key and a counted reference to the member).
+///
+/// Members that are entities are told their parent when they join
+/// (Entity::parentIs) and lose it when they leave or the collection dies.
 
 #include <cstddef>
 #include <type_traits>
@@ -24,23 +25,32 @@ class Collection {
   using Entries = OrderedEntries<Storage<K, Ptr<T>>>;
 
  public:
+  /// The members as the storage holds them, in key order.
   using Members = typename Entries::Items;
+  /// Walks the members in key order; see OrderedEntries::Iterator.
   using Iterator = typename Entries::template Iterator<Entries::Yields::value>;
 
-  // `owner`/`attribute` name the parent of entity members; both may be null.
+  /// An empty collection; `owner` and `attribute` name the parent of entity
+  /// members; both may be null.
   explicit Collection(const Entity* owner = nullptr, const char* attribute = nullptr)
       : owner_(owner), attribute_(attribute) {}
+  /// Not copyable: members know their collection's owner.
+  ///@{
   Collection(const Collection&) = delete;
   Collection& operator=(const Collection&) = delete;
+  ///@}
+  /// Lets every member go, as deleteAll() does.
   ~Collection() { deleteAll(); }
 
+  /// The member under `key`, or null; a counted reference.
   Ptr<T> member(const K& key) const { return Ptr<T>(memberRaw(key)); }
-  // Raw lookup for hot paths that take no reference.
+  /// The member under `key`, or null, as a plain pointer: for hot paths that
+  /// take no reference.
   T* memberRaw(const K& key) const {
     const Ptr<T>* found = entries_.find(key);
     return found ? found->get() : nullptr;
   }
-  // Inserts `value` under `key`, replacing (and detaching) a previous member.
+  /// Inserts `value` under `key`, replacing (and detaching) a previous member.
   const Ptr<T>& newMember(const K& key, Ptr<T> value) {
     attach(value.get());
     auto [slot, inserted] = entries_.tryEmplace(key, std::move(value));
@@ -49,25 +59,30 @@ class Collection {
     if (previous && previous != slot) detach(previous.get());
     return slot;
   }
-  // Removes the member under `key` and returns it; null when absent.
+  /// Removes the member under `key` and returns it; null when absent.
   Ptr<T> deleteMember(const K& key) {
     auto removed = entries_.take(key);
     if (!removed) return Ptr<T>();
     detach(removed->get());
     return std::move(*removed);
   }
-  // Each member lets go of its parent as it leaves, and dies (when nothing
-  // else holds it) with the collection consistent without it.
+  /// Removes every member: each lets go of its parent as it leaves, and dies (when nothing
+  /// else holds it) with the collection consistent without it.
   void deleteAll() {
     while (!entries_.empty()) detach(entries_.takeNextToClear().get());
   }
-  // Room for `count` members without a reallocation (sorted-array storage).
+  /// Reserves room for `count` members without a reallocation (sorted-array storage).
   void reserve(std::size_t count) { entries_.reserve(count); }
+  /// The number of members.
   std::size_t count() const { return entries_.count(); }
+  /// Whether there are no members.
   bool empty() const { return entries_.empty(); }
+  /// The members, in key order.
   const Members& members() const { return entries_.items(); }
 
+  /// An iterator at the first member; loops run while `it != end()`.
   Iterator begin() const { return Iterator(&entries_); }
+  /// The end, as the iterator compares with it.
   std::nullptr_t end() const { return nullptr; }
 
  private:

@@ -1,16 +1,17 @@
 #pragma once
-// Vex::IndexedCollection<K, T>: a Vex::Collection with a hash index beside it,
-// for collections that are looked up by key on every event.
-//
-// Iteration, parents and removal behave exactly as the Collection's (the
-// ordered collection is the one that holds the members); member lookups go
-// through the index instead of the ordered tree. The index follows every
-// change before any member can run code, so a member that dies during a
-// removal finds the collection consistent.
-//
-// The index is open addressing over a power-of-two table: each slot keeps the
-// key's hash, a pointer to the key held by the ordered collection, and the
-// member, so a lookup hashes once and compares one key in the usual case.
+/// \class Vex::IndexedCollection
+/// A Vex::Collection with a hash index beside it, for collections that are
+/// looked up by key on every event.
+///
+/// Iteration, parents and removal behave exactly as the Collection's (the
+/// ordered collection is the one that holds the members); member lookups go
+/// through the index instead of the ordered tree. The index follows every
+/// change before any member can run code, so a member that dies during a
+/// removal finds the collection consistent.
+///
+/// The index is open addressing over a power-of-two table: each slot keeps the
+/// key's hash, a pointer to the key held by the ordered collection, and the
+/// member, so a lookup hashes once and compares one key in the usual case.
 
 #include <algorithm>
 #include <cstddef>
@@ -25,18 +26,28 @@ namespace Vex {
 template <class K, class T>
 class IndexedCollection {
  public:
+  /// An empty collection; `owner` and `attribute` name the parent of entity
+  /// members, as for Collection; both may be null.
   explicit IndexedCollection(const Entity* owner = nullptr, const char* attribute = nullptr)
       : members_(owner, attribute) {}
+  /// Not copyable: the index points into the ordered collection.
+  ///@{
   IndexedCollection(const IndexedCollection&) = delete;
   IndexedCollection& operator=(const IndexedCollection&) = delete;
+  ///@}
+  /// Lets every member go, as deleteAll() does.
   ~IndexedCollection() { deleteAll(); }
 
+  /// The member under `key`, or null: a counted reference, or a plain pointer
+  /// for hot paths that take no reference; found through the index.
+  ///@{
   Ptr<T> member(const K& key) const { return Ptr<T>(memberRaw(key)); }
   T* memberRaw(const K& key) const {
+  ///@}
     const std::size_t at = slotOf(key);
     return at == absent ? nullptr : slots_[at].member;
   }
-  // Inserts `value` under `key`, replacing (and detaching) a previous member.
+  /// Inserts `value` under `key`, replacing (and detaching) a previous member.
   const Ptr<T>& newMember(const K& key, Ptr<T> value) {
     T* raw = value.get();
     if (const std::size_t at = slotOf(key); at != absent) {
@@ -53,21 +64,27 @@ class IndexedCollection {
     if (raw) index(&members_.members().find(key)->first, raw);
     return slot;
   }
-  // Removes the member under `key` and returns it; null when absent.
+  /// Removes the member under `key` and returns it; null when absent.
   Ptr<T> deleteMember(const K& key) {
     unindex(key);
     return members_.deleteMember(key);
   }
+  /// Removes every member, one at a time, index first.
   void deleteAll() {
     while (!members_.empty()) deleteMember(members_.begin().key());
   }
+  /// The number of members.
   std::size_t count() const { return members_.count(); }
+  /// Whether there are no members.
   bool empty() const { return members_.empty(); }
-  // The members in key order.
+  /// The members in key order.
   const Collection<K, T>& ordered() const { return members_; }
 
+  /// Walks the members in key order; see Collection::Iterator.
   using Iterator = typename Collection<K, T>::Iterator;
+  /// An iterator at the first member; loops run while `it != end()`.
   Iterator begin() const { return members_.begin(); }
+  /// The end, as the iterator compares with it.
   std::nullptr_t end() const { return nullptr; }
 
  private:

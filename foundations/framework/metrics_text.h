@@ -1,15 +1,15 @@
 #pragma once
-/// \file
-/// Vex::MetricsText: numbers in the Prometheus text exposition format, the
-/// format that monitoring systems scrape.
+/// \class Vex::MetricsText
+/// Numbers in the Prometheus text exposition format, the format that monitoring
+/// systems scrape.
 ///
-///   Vex::MetricsText metrics;
-///   metrics.family("hubstore_hook_calls_total", Vex::MetricsText::counter, "Hook calls, by hook.");
-///   metrics.sample("hubstore_hook_calls_total", {{"hook", "doMountsComplete"}}, 3);
-///   std::string text = metrics.text();
-///     # HELP hubstore_hook_calls_total Hook calls, by hook.
-///     # TYPE hubstore_hook_calls_total counter
-///     hubstore_hook_calls_total{hook="doMountsComplete"} 3
+///     Vex::MetricsText metrics;
+///     metrics.family("hubstore_hook_calls_total", Vex::MetricsText::counter, "Hook calls, by hook.");
+///     metrics.sample("hubstore_hook_calls_total", {{"hook", "doMountsComplete"}}, 3);
+///     std::string text = metrics.text();
+///       # HELP hubstore_hook_calls_total Hook calls, by hook.
+///       # TYPE hubstore_hook_calls_total counter
+///       hubstore_hook_calls_total{hook="doMountsComplete"} 3
 ///
 /// Samples follow their family's header, all samples of one family together;
 /// the writer escapes help texts and label values and writes numbers in

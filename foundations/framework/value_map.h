@@ -1,8 +1,9 @@
 #pragma once
-// Vex::ValueMap<K, V>: a map of plain values, ordered by key, over tree
-// storage; Vex::FlatValueMap is the same map over a sorted array. Lookup,
-// insertion order and iteration are OrderedEntries': iteration is in key
-// order and survives any change made while it runs.
+/// \class Vex::ValueMap
+/// A map of plain values, ordered by key, over tree storage; Vex::FlatValueMap
+/// is the same map over a sorted array. Lookup, insertion order and iteration
+/// are OrderedEntries': iteration is in key order and survives any change made
+/// while it runs.
 
 #include <cstddef>
 #include <utility>
@@ -17,13 +18,18 @@ class ValueMap {
   using Core = OrderedEntries<Storage<K, V>>;
 
  public:
+  /// The entries as the storage holds them, in key order.
   using Entries = typename Core::Items;
+  /// One entry, as the iterator yields it.
   using Entry = typename Core::Entry;
+  /// Walks the entries in key order; see OrderedEntries::Iterator.
   using Iterator = typename Core::template Iterator<Core::Yields::entry>;
 
+  /// The value under `key`, or null; valid until the map next changes.
   const V* value(const K& key) const { return core_.find(key); }
+  /// Whether `key` has an entry.
   bool contains(const K& key) const { return core_.find(key) != nullptr; }
-  // Stores `value`; returns whether the map changed.
+  /// Stores `value`; returns whether the map changed.
   bool valueIs(const K& key, V value) {
     auto [slot, inserted] = core_.tryEmplace(key, std::move(value));
     if (inserted) return true;
@@ -31,14 +37,20 @@ class ValueMap {
     slot = std::move(value);
     return true;
   }
-  // Returns whether an entry was removed.
+  /// Removes the entry under `key`; returns whether there was one.
   bool valueDel(const K& key) { return core_.take(key).has_value(); }
+  /// Removes every entry.
   void clear() { core_.clear(); }
+  /// The number of entries.
   std::size_t count() const { return core_.count(); }
+  /// Whether there are no entries.
   bool empty() const { return core_.empty(); }
+  /// The entries, in key order.
   const Entries& entries() const { return core_.items(); }
 
+  /// An iterator at the first entry; loops run while `it != end()`.
   Iterator begin() const { return Iterator(&core_); }
+  /// The end, as the iterator compares with it.
   std::nullptr_t end() const { return nullptr; }
 
  private:
@@ -56,11 +68,11 @@ int compareKeys(const K& a, const K& b) {
 }
 }  // namespace detail
 
-// The first key of `wanted`, in key order, that `held` lacks; null when
-// `held` has them all. Both are walked side by side, one comparison a step;
-// when `held` runs far ahead (it holds many keys `wanted` lacks) a step
-// falls back to a lookup, so the cost stays within that of one lookup per
-// key. Neither map may change during the call.
+/// The first key of `wanted`, in key order, that `held` lacks; null when
+/// `held` has them all. Both are walked side by side, one comparison a step;
+/// when `held` runs far ahead (it holds many keys `wanted` lacks) a step
+/// falls back to a lookup, so the cost stays within that of one lookup per
+/// key. Neither map may change during the call.
 template <class K, class V, class W>
 const K* firstMissingKey(const ValueMap<K, V>& wanted, const ValueMap<K, W>& held) {
   constexpr int stepsBeforeLookup = 8;
