@@ -50,12 +50,9 @@ def expected(ctx, name):
 
 def status_side(server):
     """One line per status key: KEY FIELD=VALUE..., fields sorted."""
-    lines = []
-    for key in server.keys("A:*Status*") + server.keys("A:status"):
-        words = server.cli("HGETALL", key).splitlines()
-        fields = sorted(f"{words[i]}={words[i + 1]}" for i in range(0, len(words), 2))
-        lines.append(" ".join([key] + fields))
-    return sorted(lines)
+    hashes = server.hashes("A:*Status*") | server.hashes("A:status")
+    return sorted(" ".join([key] + sorted(f"{name}={value}" for name, value in fields.items()))
+                  for key, fields in hashes.items())
 
 
 def wait_until(condition, what):
