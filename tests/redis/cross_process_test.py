@@ -53,8 +53,7 @@ groupClosed g2 true
 
 def test_transcripts(ctx):
     """Every scenario prints the same with and without --store."""
-    server = RedisServer(ctx.redis_server, unix_socket=os.path.join(ctx.tmp, "redis.sock"))
-    try:
+    with RedisServer(ctx.redis_server, unix_socket=os.path.join(ctx.tmp, "redis.sock")) as server:
         scenarios = []
         for folder in ("tests/scenarios", "examples"):
             directory = os.path.join(ctx.source, folder)
@@ -73,8 +72,6 @@ def test_transcripts(ctx):
         if not server.keys("agentB:*"):
             raise Failure("the scenarios left no record in Redis")
         return f"{len(scenarios)} scenarios"
-    finally:
-        server.kill(signal.SIGTERM)
 
 
 def test_records(ctx):
@@ -85,8 +82,7 @@ def test_records(ctx):
     a third agent, of which Redis holds nothing, gets a controller status. A
     record of another type than its path's, which the store does not keep in
     Redis, is replaced."""
-    server = RedisServer(ctx.redis_server)
-    try:
+    with RedisServer(ctx.redis_server) as server:
         Sim(ctx.sim, server.url(),
             "agent A\nrecord controller/status Hubstore::Status\nleaderGenId gen-5\n"
             "record controller/mount/status/service/A Controller::ServiceMountStatus\n"
@@ -112,15 +108,12 @@ def test_records(ctx):
             if generation not in server.cli("HGETALL", key):
                 raise Failure(f"{key} holds {server.cli('HGETALL', key)!r}, not the generation {generation}")
         return f"{len(statuses)} status keys kept, the configuration created"
-    finally:
-        server.kill(signal.SIGTERM)
 
 
 def test_metrics(ctx):
     """--metrics writes the service's and the store's numbers; promtool, when
     installed, accepts them."""
-    server = RedisServer(ctx.redis_server)
-    try:
+    with RedisServer(ctx.redis_server) as server:
         path = os.path.join(ctx.tmp, "metrics.prom")
         Sim(ctx.sim, server.url(), "agent A\nrecords\n" + DECLARE_G1
             + f"systemStatus {SWITCH} g1=mounted\n", options=["--metrics", path]).finish("agent")
@@ -139,16 +132,13 @@ def test_metrics(ctx):
             if check.returncode != 0 or check.stdout.strip() or check.stderr.strip():
                 raise Failure(f"promtool: {check.stdout}{check.stderr}")
         return f"{len(lines)} lines" + (", promtool accepts them" if promtool else ", promtool not installed")
-    finally:
-        server.kill(signal.SIGTERM)
 
 
 def test_fleet_reports(ctx):
     """Another process writes 2,000 switches with 20 group statuses each: the
     following agent hears every one of the 40,000 statuses once, in every
     run, as the same scenario does in one process."""
-    server = RedisServer(ctx.redis_server)
-    try:
+    with RedisServer(ctx.redis_server) as server:
         groups = "".join(f"group g{g:02} m1\n" for g in range(1, 21))
         agent = Sim(ctx.sim, server.url(), "agent A\nrecords\nmounter m1\nservice svcA\n" + groups + "echo ready\n",
                     follow=True)
@@ -161,8 +151,6 @@ def test_fleet_reports(ctx):
         if len(hooks) != 40000 or len(set(hooks)) != 40000:
             raise Failure(f"{len(hooks)} reports, {len(set(hooks))} different, of 40,000")
         return "40,000 reports, each once"
-    finally:
-        server.kill(signal.SIGTERM)
 
 
 def test_warm_restart(ctx):
@@ -223,8 +211,7 @@ def test_standby(ctx):
     within the lease (3 s) and a check (1 s), and another process then reads
     from Redis exactly what it declares. The old one, continued, learns it
     lost the lease, ends with status 3 and writes nothing."""
-    server = RedisServer(ctx.redis_server)
-    try:
+    with RedisServer(ctx.redis_server) as server:
         active = Sim(ctx.sim, server.url(), "agent A\nrecords\n" + DECLARE_G1 + DECLARE_G2 + "closed true\necho ready\n",
                      follow=True)
         active.wait_for(["# ready"], "active")
@@ -261,22 +248,17 @@ def test_standby(ctx):
         standby.process.send_signal(signal.SIGTERM)
         standby.finish("new active")
         return f"took over in {took_over:.2f} s; the old active ended with status 3, writing nothing"
-    finally:
-        server.kill(signal.SIGTERM)
 
 
 def test_login(ctx):
     """AUTH with a password; a wrong one and an absent server are clear errors."""
-    server = RedisServer(ctx.redis_server, password="s3cret")
-    try:
+    with RedisServer(ctx.redis_server, password="s3cret") as server:
         good = run_sim(ctx.sim, ["--store", server.url(), "-"], "agent A\nrecords\ndump\n")
         if good.returncode != 0 or not server.keys("A:*"):
             raise Failure(f"with the password: exit {good.returncode} {good.stderr}")
         wrong = run_sim(ctx.sim, ["--store", server.url("wrong"), "-"], "agent A\n")
         if wrong.returncode != 2 or "refused the login" not in wrong.stderr:
             raise Failure(f"wrong password: exit {wrong.returncode}, {wrong.stderr!r}")
-    finally:
-        server.kill(signal.SIGTERM)
     start = time.monotonic()
     absent = run_sim(ctx.sim, ["--store", f"redis://127.0.0.1:{free_port()}", "-"], "agent A\n")
     elapsed = time.monotonic() - start

@@ -40,6 +40,12 @@ class RedisServer:
         self.process = None
         self.start()
 
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *error):
+        self.kill(signal.SIGTERM)
+
     def url(self, password=None):
         password = password if password is not None else self.password
         credentials = f":{password}@" if password else ""
