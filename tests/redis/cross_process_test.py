@@ -50,6 +50,8 @@ groupVersionWhiteList g2 V2
 groupClosed g2 true
 """
 
+DECLARE_G3 = DECLARE_G2.replace("g2", "g3").replace("L2", "L3").replace("V2", "V3")
+
 
 def test_transcripts(ctx):
     """Every scenario prints the same with and without --store."""
@@ -174,9 +176,8 @@ def test_warm_restart(ctx):
         monitor = subprocess.Popen(["redis-cli", "-h", "127.0.0.1", "-p", str(server.port), "monitor"],
                                    stdout=log, stderr=subprocess.DEVNULL)
         time.sleep(0.2)
-        declare_g3 = DECLARE_G2.replace("g2", "g3").replace("L2", "L3").replace("V2", "V3")
         run_sim(ctx.sim, ["--store", server.url(), "--leave-config", "-"],
-                "agent A\nrecords\n" + DECLARE_G1 + declare_g3 + "closed true\n")
+                "agent A\nrecords\n" + DECLARE_G1 + DECLARE_G3 + "closed true\n")
         time.sleep(0.2)
         monitor.terminate()
         monitor.wait(timeout=WAIT)
@@ -206,24 +207,26 @@ def test_warm_restart(ctx):
 
 
 def test_standby(ctx):
-    """A second agent process of the same name, declaring less, waits as a
-    standby; the active one stopped with SIGSTOP, the standby takes over
-    within the lease (3 s) and a check (1 s), and another process then reads
-    from Redis exactly what it declares. The old one, continued, learns it
-    lost the lease, ends with status 3 and writes nothing."""
+    """A second agent process of the same name, declaring g3 instead of g2,
+    waits as a standby, writing nothing; the active one stopped with SIGSTOP,
+    the standby takes over within the lease (3 s) and a check (1 s), and
+    another process then reads from Redis exactly what it declares. The old
+    one, continued, learns it lost the lease, ends with status 3 and writes
+    nothing."""
     with RedisServer(ctx.redis_server) as server:
         active = Sim(ctx.sim, server.url(), "agent A\nrecords\n" + DECLARE_G1 + DECLARE_G2 + "closed true\necho ready\n",
                      follow=True)
         active.wait_for(["# ready"], "active")
-        standby = Sim(ctx.sim, server.url(), "agent A\n" + DECLARE_G1 + "closed true\ndump\necho ready\n", follow=True)
+        standby = Sim(ctx.sim, server.url(), "agent A\n" + DECLARE_G1 + DECLARE_G3 + "closed true\ndump\necho ready\n",
+                      follow=True)
         standby.wait_for(["# ready"], "standby")
         live = dump_block(standby.lines)
         if any("g2" in line or "L2" in line or "V2" in line for line in live):
             raise Failure(f"the standby kept what it does not declare: {live}")
         time.sleep(0.5)
-        g2 = "A:mountConfig.mountGroupConfig[[]g2]"
-        if not server.keys(g2):
-            raise Failure("the standby removed g2 while the active one held the lease")
+        g2, g3 = "A:mountConfig.mountGroupConfig[[]g2]", "A:mountConfig.mountGroupConfig[[]g3]"
+        if server.keys(g3) or not server.keys(g2):
+            raise Failure("the standby wrote its configuration while the active one held the lease")
         active.process.send_signal(signal.SIGSTOP)
         stopped = time.monotonic()
         while server.keys(g2):
