@@ -151,8 +151,9 @@ TEST_F(RedisStoreTest, TheConfigurationFollowsItsRecordsAlsoWhenConnectionsAreKi
 // A status written by the machinery or by hand reaches the hooks; its removal
 // calls none. A followed root deleted in Redis is emptied once and read again
 // when it comes back: the switches Redis still holds return as new switches,
-// reported, and later writes reach the hooks. More states written by a mount
-// machinery's process are the follow case of tests/redis/cross_process_test.py.
+// reported, and later writes reach the hooks. States written by a mount
+// machinery's process are tests/redis/machinery_test.py's and fleet_reports'
+// in tests/redis/cross_process_test.py.
 TEST_F(RedisStoreTest, StatusWrittenElsewhereReachesTheHooksAndItsRemovalNone) {
   machinery.mountStatus().systemStatusIs("00:1c:73:00:00:01")->serviceMountGroupStatusIs("g1",
                                                                                         Controller::mountStateMounting);
