@@ -48,33 +48,9 @@ bool waitFor(const std::function<bool()>& done, Clock::duration limit) {
   return true;
 }
 
-bool isConfig(const std::string& key) {
-  return key.rfind("agentB:mountConfig", 0) == 0 || key.rfind("agentB:publishConfig", 0) == 0;
-}
-
-// The agent's configuration as the server at `port` holds it.
-std::map<std::string, Fields> configAt(int port) {
-  std::map<std::string, Fields> config;
-  redisContext* context = redisConnectWithTimeout("127.0.0.1", port, timeval{1, 0});
-  if (!context || context->err) {
-    if (context) redisFree(context);
-    return config;
-  }
-  auto* keys = static_cast<redisReply*>(redisCommand(context, "KEYS agentB:*"));
-  for (std::size_t i = 0; keys && keys->type == REDIS_REPLY_ARRAY && i < keys->elements; ++i) {
-    const std::string key(keys->element[i]->str, keys->element[i]->len);
-    if (!isConfig(key)) continue;
-    auto* hash = static_cast<redisReply*>(redisCommand(context, "HGETALL %b", key.data(), key.size()));
-    Fields& fields = config[key];
-    for (std::size_t j = 0; hash && j + 1 < hash->elements; j += 2) {
-      fields[std::string(hash->element[j]->str, hash->element[j]->len)] =
-          std::string(hash->element[j + 1]->str, hash->element[j + 1]->len);
-    }
-    if (hash) freeReplyObject(hash);
-  }
-  if (keys) freeReplyObject(keys);
-  redisFree(context);
-  return config;
+// The agent's configuration as `server` holds it.
+std::map<std::string, Fields> configAt(const TestRedisServer& server) {
+  return testing::configIn(server.hashes("agentB:*"));
 }
 
 // Replication without files: the full sync goes over the socket at once and
@@ -130,16 +106,13 @@ class RedisStoreFailoverTest : public ::testing::Test {
     });
     store->ownedIs(Side::config, true);
     store->open();
-    for (RecordSlot slot : kRecordSlots) {
-      store->recordIs(Vex::String(store->keys().recordPath(slot)),
-                      RecordCodec::newRecord(slot, slot == RecordSlot::status ? "status" : "agentB"));
-    }
+    testing::createRecords(*store);
     hostingAgent = Mirra::Agent::AgentIs("agentB");
     Controller::globalAgent = hostingAgent.get();
     mounter = Vex::make<RecordingMounter>();
     service = testing::declareTestService(em, mounter);
     ASSERT_TRUE(store->flush(kWait));
-    ASSERT_EQ(configAt(master->port()), config());
+    ASSERT_EQ(configAt(*master), config());
   }
   void TearDown() override {
     service = nullptr;
@@ -147,14 +120,7 @@ class RedisStoreFailoverTest : public ::testing::Test {
   }
 
   std::map<std::string, Fields> config() const {
-    std::map<std::string, Fields> keys;
-    for (RecordSlot slot : {RecordSlot::mountConfig, RecordSlot::publishConfig}) {
-      if (auto record = em->getEntity(Vex::String(store->keys().recordPath(slot)))) {
-        RecordCodec::flatten(*record, store->keys().recordKey(slot),
-                             [&keys](const std::string& key, const Fields& fields) { keys.emplace(key, fields); });
-      }
-    }
-    return keys;
+    return testing::recordKeys(*em, store->keys(), {RecordSlot::mountConfig, RecordSlot::publishConfig});
   }
 
   // Runs the agent until it is live on the new master, subscribed there,
@@ -164,7 +130,7 @@ class RedisStoreFailoverTest : public ::testing::Test {
       store->process();
       if (store->state() == RedisStore::State::live &&
           commandText(newMaster.port(), {"CLIENT", "LIST", "TYPE", "pubsub"}).find(" psub=1 ") != std::string::npos &&
-          configAt(newMaster.port()) == config()) {
+          configAt(newMaster) == config()) {
         const auto took = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - fault);
         std::cout << "[ recovery ] " << took.count() << " ms\n";
         RecordProperty("recovery_ms", static_cast<int>(took.count()));
@@ -225,23 +191,49 @@ TEST_F(RedisStoreFailoverTest, AKilledMasterIsReplacedAndTheAgentWritesItsConfig
   master->kill();
   service->serviceMountGroup("g1")->controllerMountIs("/remote/after", "/db/after", "t", "f");
   ASSERT_TRUE(recoveryOn(*replica, fault)) << history;
-  EXPECT_EQ(configAt(replica->port()).count("agentB:mountConfig.mountGroupConfig[g1].mountConfig[/remote/after]"),
+  EXPECT_EQ(configAt(*replica).count("agentB:mountConfig.mountGroupConfig[g1].mountConfig[/remote/after]"),
             1u);
   statusReachesTheHookThrough(*replica);
 }
 
 std::string at(int port) { return "127.0.0.1:" + std::to_string(port); }
 
+// A port that accepts connections (the kernel's backlog does) and never
+// answers.
+class SilentPort {
+ public:
+  SilentPort() : fd_(socket(AF_INET, SOCK_STREAM, 0)) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    bind(fd_, reinterpret_cast<sockaddr*>(&address), sizeof address);
+    listen(fd_, 8);
+    getsockname(fd_, reinterpret_cast<sockaddr*>(&address), &length);
+    port_ = ntohs(address.sin_port);
+  }
+  ~SilentPort() { close(fd_); }
+  int port() const { return port_; }
+
+ private:
+  int fd_;
+  int port_ = 0;
+};
+
 // What the store says when the sentinels cannot name a master, or name a
-// replica: open() raises it once openTimeout passes without progress, and the
-// state handler and the trace say it at each attempt.
+// replica: each sentinel that cannot say is skipped with its reason, in the
+// order given (refused, silent for the sentinel timeout, no sentinel, not
+// knowing the name); open() raises it once openTimeout passes without
+// progress, and the state handler and the trace say it at each attempt.
 TEST(RedisStoreSentinelTest, SentinelsThatNameNoMasterAreClearErrors) {
   if (!haveSentinel()) GTEST_SKIP() << "redis-sentinel is not installed";
   TestRedisServer server;
+  TestRedisServer noSentinel;
   TestRedisServer replica("", {"--replicaof", "127.0.0.1", std::to_string(TestRedisServer::freePort())});
   TestSentinel sentinel("main", server.port(), 1);
   TestSentinel stale("main", replica.port(), 1);
-  const int refused = TestRedisServer::freePort();
+  SilentPort silent;
+  const std::string refused = at(TestRedisServer::freePort());
   Vex::CapturingTraceSink sink;
   Vex::traceSinkIs(&sink);
   redisStoreTrace.levelsIs(1u << 5);
@@ -249,6 +241,7 @@ TEST(RedisStoreSentinelTest, SentinelsThatNameNoMasterAreClearErrors) {
     sink.clear();
     RedisStore::Options options{RedisEndpoint::parse(url), "agentB"};
     options.openTimeout = 500ms;
+    options.sentinelTimeout = 100ms;
     RedisStore store(Mirra::EntityManager::EntityManagerIs(), options);
     std::string said;
     store.stateHandlerIs([&said](RedisStore::State state, const std::string& why) {
@@ -270,18 +263,28 @@ TEST(RedisStoreSentinelTest, SentinelsThatNameNoMasterAreClearErrors) {
       return error.what();
     }
   };
-  EXPECT_EQ(openError("redis-sentinel://" + at(refused) + "#main"),
-            "no answer from redis at master main via sentinels " + at(refused) +
-                " within 500 ms (no sentinel answered for master main (" + at(refused) + ": Connection refused))");
-  EXPECT_EQ(openError("redis-sentinel://" + at(refused) + "," + sentinel.address() + "#other"),
-            "no answer from redis at master other via sentinels " + at(refused) + "," + sentinel.address() +
-                " within 500 ms (no sentinel knows master other (" + at(refused) + ": Connection refused; " +
-                sentinel.address() + ": no such master))");
+  const std::string silentAt = at(silent.port());
+  const std::string noSentinelAt = at(noSentinel.port());
+  EXPECT_EQ(openError("redis-sentinel://" + refused + "," + silentAt + "#main"),
+            "no answer from redis at master main via sentinels " + refused + "," + silentAt +
+                " within 500 ms (no sentinel answered for master main (" + refused + ": Connection refused; " +
+                silentAt + ": no answer within 100 ms))");
+  // The server's own text for an unknown command goes on after its name.
+  const std::string unknown = openError("redis-sentinel://" + refused + "," + sentinel.address() + "," + noSentinelAt + "#other");
+  EXPECT_EQ(unknown.rfind("no answer from redis at master other via sentinels " + refused + "," + sentinel.address() + "," +
+                              noSentinelAt + " within 500 ms (no sentinel knows master other (" + refused +
+                              ": Connection refused; " + sentinel.address() + ": no such master; " + noSentinelAt +
+                              ": ERR unknown command 'SENTINEL'",
+                          0),
+            0u)
+      << unknown;
   // A replica answers every attempt, which is no progress.
   EXPECT_EQ(openError("redis-sentinel://" + stale.address() + "#main"),
             "no answer from redis at master main at " + at(replica.port()) + " within 500 ms (ROLE of master main at " +
                 at(replica.port()) + " says slave, not master)");
-  EXPECT_EQ(openError("redis-sentinel://" + at(refused) + "," + sentinel.address() + "#main"), "opened");
+  EXPECT_EQ(openError("redis-sentinel://" + refused + "," + silentAt + "," + noSentinelAt + "," + sentinel.address() +
+                      "#main"),
+            "opened");
   redisStoreTrace.levelsIs(0);
   Vex::traceSinkIs(nullptr);
 }

@@ -27,6 +27,7 @@
 #include <hubstore/service/hubstore_service.h>
 #include <hubstore/testing/fake_controller.h>
 #include <hubstore/testing/recording_mounter.h>
+#include "redis/test_agent_service.h"
 #include "redis/test_redis_server.h"
 
 namespace hubstore::redis {
@@ -95,24 +96,14 @@ std::map<Pair, std::vector<std::string>> reportsOf(const Log& log) {
   return reports;
 }
 
-// What Redis holds of the switch statuses.
-Levels levelsIn(const testing::TestRedisServer& server, std::map<std::string, Fields>* hashes) {
+// The state of each group status in the switch statuses Redis holds.
+Levels levelsIn(const std::map<std::string, Fields>& hashes) {
   Levels levels;
-  redisContext* context = server.connect();
-  for (const std::string& system : kSwitches) {
-    auto* hash = static_cast<redisReply*>(redisCommand(context, "HGETALL %s", switchKey(system).c_str()));
-    if (hash->elements > 0) {
-      Fields& fields = (*hashes)[switchKey(system)];
-      for (std::size_t i = 0; i + 1 < hash->elements; i += 2) {
-        const std::string field(hash->element[i]->str, hash->element[i]->len);
-        const std::string value(hash->element[i + 1]->str, hash->element[i + 1]->len);
-        fields[field] = value;
-        if (auto group = RecordCodec::fieldKey(field)) levels[{system, *group}] = value;
-      }
+  for (const auto& [key, fields] : hashes) {
+    for (const auto& [field, value] : fields) {
+      if (auto group = RecordCodec::fieldKey(field)) levels[{fields.at("name"), *group}] = value;
     }
-    freeReplyObject(hash);
   }
-  redisFree(context);
   return levels;
 }
 
@@ -146,10 +137,7 @@ Outcome runSchedule(const testing::TestRedisServer& server, unsigned seed, int* 
   RedisStore store(em, {RedisEndpoint::parse(server.url()), "agentB"});
   store.ownedIs(Side::config, true);
   store.open();
-  for (RecordSlot slot : kRecordSlots) {
-    store.recordIs(Vex::String(store.keys().recordPath(slot)),
-                   RecordCodec::newRecord(slot, slot == RecordSlot::status ? "status" : "agentB"));
-  }
+  testing::createRecords(store);
   auto hostingAgent = Mirra::Agent::AgentIs("agentB");
   Controller::globalAgent = hostingAgent.get();
   Log log;
@@ -221,11 +209,8 @@ Outcome runSchedule(const testing::TestRedisServer& server, unsigned seed, int* 
   for (auto& writer : writers) writer->drain();
   EXPECT_TRUE(store.sync(5000ms));
   outcome.reports = reportsOf(log);
-  if (auto status = em->getEntity(Vex::String(store.keys().recordPath(RecordSlot::mountStatus)))) {
-    RecordCodec::flatten(*status, store.keys().recordKey(RecordSlot::mountStatus),
-                         [&](const std::string& key, const Fields& fields) {
-                           if (key.find(".systemStatus[") != std::string::npos) outcome.recordsHeld.emplace(key, fields);
-                         });
+  for (auto& [key, fields] : testing::recordKeys(*em, store.keys(), {RecordSlot::mountStatus})) {
+    if (key.find(".systemStatus[") != std::string::npos) outcome.recordsHeld.emplace(key, fields);
   }
   service = nullptr;
   Controller::globalAgent = nullptr;
@@ -250,9 +235,10 @@ TEST(RedisStorePropertyTest, AfterRandomWritersTheRecordsEqualRedisAndTheLastRep
     flush.append({"FLUSHALL"});
     flush.drain();
     const Outcome cross = runSchedule(server, seed, &operations);
-    std::map<std::string, Fields> hashes;
-    const Levels levels = levelsIn(server, &hashes);
+    // A switch written without its name has it in the records.
+    auto hashes = server.hashes("agentB:mountStatus.systemStatus\\[*");
     for (auto& [key, fields] : hashes) fields["name"] = key.substr(key.find('[') + 1, key.size() - key.find('[') - 2);
+    const Levels levels = levelsIn(hashes);
     ASSERT_EQ(cross.recordsHeld, hashes);
 
     const auto inProcess = inProcessReports(levels);

@@ -27,31 +27,10 @@ namespace {
 using namespace std::chrono_literals;
 using Controller::testing::Log;
 using Controller::testing::RecordingMounter;
+using testing::configIn;
 using testing::TestRedisServer;
 
 constexpr auto kWait = 5000ms;
-
-// What Redis holds under the agent's prefix, read with a plain connection.
-std::map<std::string, Fields> redisContent(const TestRedisServer& server, const std::string& agent) {
-  std::map<std::string, Fields> content;
-  redisContext* context = server.connect();
-  if (!context) return content;
-  auto* keys = static_cast<redisReply*>(redisCommand(context, "KEYS %s:*", agent.c_str()));
-  for (std::size_t i = 0; keys && i < keys->elements; ++i) {
-    const std::string key(keys->element[i]->str, keys->element[i]->len);
-    if (key == agent + ":lease") continue;  // no record: the configuration's lease
-    auto* hash = static_cast<redisReply*>(redisCommand(context, "HGETALL %b", key.data(), key.size()));
-    Fields& fields = content[key];
-    for (std::size_t j = 0; j + 1 < hash->elements; j += 2) {
-      fields[std::string(hash->element[j]->str, hash->element[j]->len)] =
-          std::string(hash->element[j + 1]->str, hash->element[j + 1]->len);
-    }
-    freeReplyObject(hash);
-  }
-  if (keys) freeReplyObject(keys);
-  redisFree(context);
-  return content;
-}
 
 void command(const TestRedisServer& server, const std::vector<std::string>& args) {
   testing::commandText(server.port(), args);
@@ -68,33 +47,18 @@ bool eventually(const std::vector<RedisStore*>& stores, const std::function<bool
   return true;
 }
 
-// One process's view: an entity manager and a store over it.
+// One process's view: an entity manager and a store over it, its options
+// tuned by `tune`.
 struct Process {
-  Process(const TestRedisServer& server, Side owns, std::chrono::milliseconds openTimeout = kWait)
+  Process(const TestRedisServer& server, Side owns, void (*tune)(RedisStore::Options&) = nullptr)
       : em(Mirra::EntityManager::EntityManagerIs()) {
     RedisStore::Options options{RedisEndpoint::parse(server.url()), "agentB"};
-    options.openTimeout = openTimeout;
+    if (tune) tune(options);
     store = std::make_unique<RedisStore>(em, options);
     store->stateHandlerIs([this](RedisStore::State state, const std::string&) { states.push_back(state); });
     store->ownedIs(owns, true);
   }
-  std::map<std::string, Fields> keys() const {
-    std::map<std::string, Fields> keys;
-    for (RecordSlot slot : kRecordSlots) {
-      if (auto record = em->getEntity(Vex::String(store->keys().recordPath(slot)))) {
-        RecordCodec::flatten(*record, store->keys().recordKey(slot),
-                             [&keys](const std::string& key, const Fields& fields) { keys.emplace(key, fields); });
-      }
-    }
-    return keys;
-  }
-  // The five records, empty, as a controller creates them.
-  void records() {
-    for (RecordSlot slot : kRecordSlots) {
-      store->recordIs(Vex::String(store->keys().recordPath(slot)),
-                      RecordCodec::newRecord(slot, slot == RecordSlot::status ? "status" : "agentB"));
-    }
-  }
+  std::map<std::string, Fields> keys() const { return testing::recordKeys(*em, store->keys()); }
   Controller::ServiceMountStatus& mountStatus() const {
     return static_cast<Controller::ServiceMountStatus&>(
         *em->getEntity("controller/mount/status/service/agentB"));
@@ -116,7 +80,7 @@ class RedisStoreTest : public ::testing::Test {
  protected:
   void SetUp() override {
     agent.store->open();
-    agent.records();
+    testing::createRecords(*agent.store);
     ASSERT_TRUE(agent.store->flush(kWait));
     hostingAgent = Mirra::Agent::AgentIs("agentB");
     Controller::globalAgent = hostingAgent.get();
@@ -128,15 +92,6 @@ class RedisStoreTest : public ::testing::Test {
   void TearDown() override {
     service = nullptr;
     Controller::globalAgent = nullptr;
-  }
-  std::map<std::string, Fields> configIn(const std::map<std::string, Fields>& keys) const {
-    std::map<std::string, Fields> config;
-    for (const auto& [key, fields] : keys) {
-      if (key.rfind("agentB:mountConfig", 0) == 0 || key.rfind("agentB:publishConfig", 0) == 0) {
-        config.emplace(key, fields);
-      }
-    }
-    return config;
   }
 
   TestRedisServer server;
@@ -151,8 +106,8 @@ class RedisStoreTest : public ::testing::Test {
 // of each burst or not: Redis ends where the records are, the agent lives on,
 // and a later status write reaches its hook.
 TEST_F(RedisStoreTest, TheConfigurationFollowsItsRecordsAlsoWhenConnectionsAreKilledWithWritesPending) {
-  EXPECT_EQ(redisContent(server, "agentB"), agent.keys());
-  EXPECT_EQ(redisContent(server, "agentB").at("agentB:mountConfig.mountGroupConfig[g1].mountConfig[/remote/a]"),
+  EXPECT_EQ(server.hashes("agentB:*"), agent.keys());
+  EXPECT_EQ(server.hashes("agentB:*").at("agentB:mountConfig.mountGroupConfig[g1].mountConfig[/remote/a]"),
             (Fields{{"vexcType", "type"}, {"vexcFlags", "flags"}, {"hubstorePath", "/db/a"}}));
   auto group = service->serviceMountGroup("g1");
   redisContext* killer = server.connect();
@@ -175,7 +130,7 @@ TEST_F(RedisStoreTest, TheConfigurationFollowsItsRecordsAlsoWhenConnectionsAreKi
       mount += 200;
       ASSERT_TRUE(agent.store->flush(kWait)) << "round " << round;
     }
-    EXPECT_EQ(configIn(redisContent(server, "agentB")), configIn(agent.keys()));
+    EXPECT_EQ(configIn(server.hashes("agentB:*")), configIn(agent.keys()));
   }
   redisFree(killer);
   command(server, {"HSET", "agentB:mountStatus.systemStatus[00:1c:73:00:00:01]", "name", "00:1c:73:00:00:01", "[g1]",
@@ -186,7 +141,7 @@ TEST_F(RedisStoreTest, TheConfigurationFollowsItsRecordsAlsoWhenConnectionsAreKi
   service->serviceMountGroupDel("g1");
   service->serviceMountGroupIs("g2", mounter)->controllerMountIs("/remote/b", "/db/b", "t", "f");
   ASSERT_TRUE(agent.store->flush(kWait));
-  const auto content = redisContent(server, "agentB");
+  const auto content = server.hashes("agentB:*");
   EXPECT_EQ(configIn(content), configIn(agent.keys()));
   EXPECT_EQ(content.count("agentB:mountConfig.mountGroupConfig[g1]"), 0u);
   EXPECT_EQ(content.count("agentB:mountConfig.mountGroupConfig[g2].mountConfig[/remote/b]"), 1u);
@@ -196,8 +151,9 @@ TEST_F(RedisStoreTest, TheConfigurationFollowsItsRecordsAlsoWhenConnectionsAreKi
 // A status written by the machinery or by hand reaches the hooks; its removal
 // calls none. A followed root deleted in Redis is emptied once and read again
 // when it comes back: the switches Redis still holds return as new switches,
-// reported, and later writes reach the hooks. More states written by a mount
-// machinery's process are the follow case of tests/redis/cross_process_test.py.
+// reported, and later writes reach the hooks. States written by a mount
+// machinery's process are tests/redis/machinery_test.py's and fleet_reports'
+// in tests/redis/cross_process_test.py.
 TEST_F(RedisStoreTest, StatusWrittenElsewhereReachesTheHooksAndItsRemovalNone) {
   machinery.mountStatus().systemStatusIs("00:1c:73:00:00:01")->serviceMountGroupStatusIs("g1",
                                                                                         Controller::mountStateMounting);
@@ -217,7 +173,7 @@ TEST_F(RedisStoreTest, StatusWrittenElsewhereReachesTheHooksAndItsRemovalNone) {
   ASSERT_TRUE(agent.store->sync(kWait));
   EXPECT_TRUE(eventually({agent.store.get()}, [&] { return agent.store->state() == RedisStore::State::live; }));
   ASSERT_TRUE(agent.store->sync(kWait));
-  EXPECT_EQ(agent.keys(), redisContent(server, "agentB"));
+  EXPECT_EQ(agent.keys(), server.hashes("agentB:*"));
   command(server, {"HSET", system, "[g1]", "mounted"});
   ASSERT_TRUE(agent.store->sync(kWait));
   command(server, {"HDEL", system, "[g1]"});
@@ -226,7 +182,7 @@ TEST_F(RedisStoreTest, StatusWrittenElsewhereReachesTheHooksAndItsRemovalNone) {
   EXPECT_EQ(mounter->calls(), (Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 failed",
                                    "doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted"}));
   EXPECT_FALSE(agent.mountStatus().systemStatus("00:1c:73:00:00:01"));
-  EXPECT_EQ(agent.keys(), redisContent(server, "agentB"));
+  EXPECT_EQ(agent.keys(), server.hashes("agentB:*"));
 }
 
 // Keys of hubstore 0.2's layout beside: counted, by a live store and by the
@@ -244,7 +200,7 @@ TEST_F(RedisStoreTest, AStartingProcessLoadsWhatRedisHoldsButKeysOfTheOldLayout)
   Process restarted(server, Side::config);
   restarted.store->open();
   EXPECT_EQ(restarted.store->statistics().oldLayoutKeys, 1u);
-  auto inRedis = redisContent(server, "agentB");
+  auto inRedis = server.hashes("agentB:*");
   inRedis.erase(old);
   EXPECT_EQ(restarted.keys(), inRedis);
   EXPECT_EQ(restarted.mountStatus().systemStatus("00:1c:73:00:00:02")->serviceMountGroupStatus("g1")->mountState(),
@@ -267,15 +223,18 @@ TEST_F(RedisStoreTest, AServerRestartedEmptyGetsTheConfigurationBackWithItsChang
   EXPECT_NE(std::find(agent.states.begin(), agent.states.end(), RedisStore::State::disconnected),
             agent.states.end());
   EXPECT_EQ(agent.states.back(), RedisStore::State::live);
-  const auto content = redisContent(server, "agentB");
+  const auto content = server.hashes("agentB:*");
   EXPECT_EQ(configIn(content), configIn(agent.keys()));
   EXPECT_EQ(content.count("agentB:mountConfig.mountGroupConfig[g1].mountConfig[/remote/late]"), 1u);
   EXPECT_NE(configIn(content), config);
   // The status the server lost has left the agent's records; the status
   // record stays the same object, emptied.
   EXPECT_FALSE(agent.mountStatus().systemStatus("00:1c:73:00:00:01"));
-  // That a new mount machinery's writes reach the hooks again is the
-  // server_restart case of tests/redis/cross_process_test.py.
+  // The agent listens to the restarted server: a later status reaches the hook.
+  mounter->callsDelAll();
+  command(server, {"HSET", "agentB:mountStatus.systemStatus[00:1c:73:00:00:01]", "[g1]", "failed"});
+  ASSERT_TRUE(agent.store->sync(kWait));
+  EXPECT_EQ(mounter->calls(), (Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 failed"}));
 }
 
 // What another client does to a side a process owns is undone, however the
@@ -289,7 +248,7 @@ TEST_F(RedisStoreTest, WhatAnotherClientDoesToAnOwnedSideIsWrittenBack) {
                                                                                         Controller::mountStateMounted);
   ASSERT_TRUE(machinery.store->flush(kWait));
   ASSERT_TRUE(agent.store->sync(kWait));
-  const auto declared = redisContent(server, "agentB");
+  const auto declared = server.hashes("agentB:*");
   const std::string system = "agentB:mountStatus.systemStatus[00:1c:73:00:00:01]";
   struct Case {
     const char* what;
@@ -310,7 +269,7 @@ TEST_F(RedisStoreTest, WhatAnotherClientDoesToAnOwnedSideIsWrittenBack) {
     const std::uint64_t repairs = agent.store->statistics().repairs;
     for (const auto& args : c.commands) command(server, args);
     EXPECT_TRUE(eventually({agent.store.get(), machinery.store.get()},
-                           [&] { return redisContent(server, "agentB") == declared && agent.keys() == declared; }));
+                           [&] { return server.hashes("agentB:*") == declared && agent.keys() == declared; }));
     EXPECT_EQ(agent.store->statistics().repairs - repairs, c.repairs);
   }
 }
@@ -463,57 +422,46 @@ TEST(RedisStoreOpenTest, AServerLostDuringTheFirstReadLeavesNothingHalfLoaded) {
 // the lease's check, learns it lost the lease and writes nothing more.
 TEST(RedisStoreLeaseTest, AStandbyTakesOverAndTheOldActiveIsFenced) {
   TestRedisServer server;
-  auto process = [&](const char* group) {
-    struct Agent {
-      Vex::Ptr<Mirra::EntityManager> em = Mirra::EntityManager::EntityManagerIs();
-      std::unique_ptr<RedisStore> store;
-      Controller::ServiceMountConfig* config = nullptr;
-    };
-    auto agent = std::make_unique<Agent>();
-    RedisStore::Options options{RedisEndpoint::parse(server.url()), "agentB"};
+  const auto shortLease = [](RedisStore::Options& options) {
     options.leaseTime = 600ms;
     options.checkInterval = 100ms;
-    agent->store = std::make_unique<RedisStore>(agent->em, options);
-    agent->store->ownedIs(Side::config, true);
-    agent->store->open();
-    auto config = RecordCodec::newRecord(RecordSlot::mountConfig, "agentB");
-    agent->config = static_cast<Controller::ServiceMountConfig*>(config.get());
-    agent->store->recordIs(Vex::String(agent->store->keys().recordPath(RecordSlot::mountConfig)), config);
-    agent->config->mountGroupConfigIs(group);
-    return agent;
   };
-  auto first = process("g1");
-  ASSERT_TRUE(first->store->flush(kWait));
-  EXPECT_TRUE(first->store->leaseHeld());
-  auto second = process("g2");
-  ASSERT_TRUE(second->store->flush(kWait));
-  EXPECT_EQ(second->store->state(), RedisStore::State::standby);
-  EXPECT_EQ(redisContent(server, "agentB").count("agentB:mountConfig.mountGroupConfig[g2]"), 0u);
+  Process first(server, Side::config, shortLease);
+  Process second(server, Side::config, shortLease);
+  for (auto [process, group] : {std::pair{&first, "g1"}, std::pair{&second, "g2"}}) {
+    process->store->open();
+    testing::createRecords(*process->store);
+    process->mountConfig().mountGroupConfigIs(group);
+    ASSERT_TRUE(process->store->flush(kWait));
+  }
+  EXPECT_TRUE(first.store->leaseHeld());
+  EXPECT_EQ(second.store->state(), RedisStore::State::standby);
+  EXPECT_EQ(server.hashes("agentB:*").count("agentB:mountConfig.mountGroupConfig[g2]"), 0u);
   // While the first runs, it renews its lease: the second stays a standby
   // well past the lease time.
   const auto renewing = std::chrono::steady_clock::now() + 1500ms;
-  ASSERT_TRUE(eventually({first->store.get(), second->store.get()},
-                         [&] { return second->store->leaseHeld() || std::chrono::steady_clock::now() > renewing; }));
-  EXPECT_FALSE(second->store->leaseHeld());
+  ASSERT_TRUE(eventually({first.store.get(), second.store.get()},
+                         [&] { return second.store->leaseHeld() || std::chrono::steady_clock::now() > renewing; }));
+  EXPECT_FALSE(second.store->leaseHeld());
 
   // The first stops; the standby takes over and writes what differs.
   const auto stopped = std::chrono::steady_clock::now();
-  ASSERT_TRUE(eventually({second->store.get()}, [&] { return second->store->leaseHeld(); }));
+  ASSERT_TRUE(eventually({second.store.get()}, [&] { return second.store->leaseHeld(); }));
   const auto tookOver = std::chrono::steady_clock::now() - stopped;
   EXPECT_LT(tookOver, 600ms + 100ms + 500ms);
-  ASSERT_TRUE(second->store->flush(kWait));
-  auto inRedis = redisContent(server, "agentB");
+  ASSERT_TRUE(second.store->flush(kWait));
+  auto inRedis = server.hashes("agentB:*");
   EXPECT_EQ(inRedis.count("agentB:mountConfig.mountGroupConfig[g2]"), 1u);
   EXPECT_EQ(inRedis.count("agentB:mountConfig.mountGroupConfig[g1]"), 0u);
 
   // The first runs again with a write queued before it learns anything.
-  first->config->mountGroupConfigIs("late");
-  ASSERT_TRUE(eventually({first->store.get()}, [&] { return first->store->statistics().leasesLost == 1; }));
-  EXPECT_EQ(first->store->statistics().fencedWrites, 1u);
-  EXPECT_EQ(first->store->state(), RedisStore::State::standby);
-  first->config->mountGroupConfigIs("later");
-  ASSERT_TRUE(first->store->flush(kWait));
-  EXPECT_EQ(redisContent(server, "agentB"), inRedis);
+  first.mountConfig().mountGroupConfigIs("late");
+  ASSERT_TRUE(eventually({first.store.get()}, [&] { return first.store->statistics().leasesLost == 1; }));
+  EXPECT_EQ(first.store->statistics().fencedWrites, 1u);
+  EXPECT_EQ(first.store->state(), RedisStore::State::standby);
+  first.mountConfig().mountGroupConfigIs("later");
+  ASSERT_TRUE(first.store->flush(kWait));
+  EXPECT_EQ(server.hashes("agentB:*"), inRedis);
   std::printf("standby took over in %lld ms (lease 600 ms, check 100 ms)\n",
               static_cast<long long>(std::chrono::duration_cast<std::chrono::milliseconds>(tookOver).count()));
 }

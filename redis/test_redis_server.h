@@ -6,6 +6,7 @@
 //   TestRedisServer replica("", {"--replicaof", "127.0.0.1", std::to_string(server.port())});
 //   server.url();                           // "redis://127.0.0.1:PORT"
 //   server.kill();  server.start();         // a restart that loses everything
+//   server.hashes("agentB:*");              // each hash key and its fields
 //
 // Every wait is bounded; a server that does not come up fails the test.
 
@@ -17,12 +18,15 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <map>
 #include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include <hiredis/hiredis.h>
+
+#include <hubstore/redis/fields.h>
 
 namespace hubstore::redis::testing {
 
@@ -111,6 +115,27 @@ class TestRedisServer {
       if (reply) freeReplyObject(reply);
     }
     return context;
+  }
+
+  // Each hash whose key matches `pattern` (other types are left out); none
+  // when the server is not up.
+  std::map<std::string, Fields> hashes(const std::string& pattern) const {
+    std::map<std::string, Fields> hashes;
+    redisContext* context = connect();
+    if (!context) return hashes;
+    auto* keys = static_cast<redisReply*>(redisCommand(context, "KEYS %s", pattern.c_str()));
+    for (std::size_t i = 0; keys && keys->type == REDIS_REPLY_ARRAY && i < keys->elements; ++i) {
+      const std::string key(keys->element[i]->str, keys->element[i]->len);
+      auto* hash = static_cast<redisReply*>(redisCommand(context, "HGETALL %b", key.data(), key.size()));
+      for (std::size_t j = 0; hash && hash->type == REDIS_REPLY_ARRAY && j + 1 < hash->elements; j += 2) {
+        hashes[key][std::string(hash->element[j]->str, hash->element[j]->len)] =
+            std::string(hash->element[j + 1]->str, hash->element[j + 1]->len);
+      }
+      if (hash) freeReplyObject(hash);
+    }
+    if (keys) freeReplyObject(keys);
+    redisFree(context);
+    return hashes;
   }
 
  private:

@@ -15,6 +15,7 @@ The seed is printed first, so that a failure can be replayed with --seed.
 """
 
 import argparse
+import collections
 import os
 import random
 import signal
@@ -68,13 +69,11 @@ class Chaos:
         return last
 
     def levels(self):
-        levels = {}
-        for key in self.client().scan_iter(match="A:mountStatus.systemStatus[[]*", count=1000):
+        client, levels = self.client(), {}
+        for key in client.scan_iter(match="A:mountStatus.systemStatus[[]*", count=1000):
             switch = key.decode()[len("A:mountStatus.systemStatus["):-1]
-            for field, value in self.client().hgetall(key).items():
-                field = field.decode()
-                if field.startswith("[") and field.endswith("]"):
-                    levels[(switch, field[1:-1])] = value.decode()
+            levels.update({(switch, field.decode()[1:-1]): value.decode() for field, value in client.hgetall(key).items()
+                           if field.startswith(b"[") and field.endswith(b"]")})
         return levels
 
     def converged(self):
@@ -195,10 +194,7 @@ def main():
                 process.kill()
         if chaos:
             chaos.server.kill(signal.SIGTERM)
-    kinds = {}
-    for fault in faults:
-        kind = fault.split(" ")[0] if not fault.startswith("burst") else "burst"
-        kinds[kind] = kinds.get(kind, 0) + 1
+    kinds = collections.Counter("burst" if fault.startswith("burst") else fault.split(" ")[0] for fault in faults)
     print(f"chaos: passed, {len(faults)} faults in {time.monotonic() - start:.0f} s "
           f"({', '.join(f'{k} {v}' for k, v in sorted(kinds.items()))}), seed {args.seed}")
     return 0

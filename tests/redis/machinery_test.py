@@ -22,27 +22,6 @@ import time
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 from store_processes import SPAWNED, WAIT, Failure, RedisServer, Sim, run_tests  # noqa: E402
 
-# What Redis holds once the machinery has served the agent's change.
-STATUS = """\
-A:mountStatus name=A
-A:mountStatus.initialMountsComplete[g1] value=true
-A:mountStatus.initialMountsComplete[g2] value=true
-A:mountStatus.initialMountsComplete[g3] value=true
-A:mountStatus.mountedPathPrefix[/counters] value=/db/counters
-A:mountStatus.mountedPathPrefix[/interfaces] value=/db/interfaces
-A:mountStatus.mountedPathPrefix[/inventory] value=/db/inventory
-A:mountStatus.mountedPathPrefix[/lldp] value=/db/lldp
-A:mountStatus.systemStatus[00:1c:73:00:00:01] [g1]=unmounted [g2]=mounted name=00:1c:73:00:00:01
-A:mountStatus.systemStatus[00:1c:73:00:00:02] [g1]=mounted [g2]=mounted [g3]=mounted name=00:1c:73:00:00:02
-A:mountStatus.systemStatus[00:1c:73:00:00:03] [g1]=mounted [g2]=mounted [g3]=mounted name=00:1c:73:00:00:03
-A:publishStatus name=A
-A:publishStatus.publishGroupStatus[g1] [/db/routes]=true name=g1
-A:publishStatus.publishGroupStatus[g2] name=g2
-A:publishStatus.publishGroupStatus[g3] [/db/acl]=true name=g3
-A:status leaderGenId=gen-1 name=status
-"""
-
-
 def expected(ctx, name):
     with open(os.path.join(ctx.source, "tests", "redis", name)) as f:
         return f.read().splitlines()
@@ -50,12 +29,9 @@ def expected(ctx, name):
 
 def status_side(server):
     """One line per status key: KEY FIELD=VALUE..., fields sorted."""
-    lines = []
-    for key in server.keys("A:*Status*") + server.keys("A:status"):
-        words = server.cli("HGETALL", key).splitlines()
-        fields = sorted(f"{words[i]}={words[i + 1]}" for i in range(0, len(words), 2))
-        lines.append(" ".join([key] + fields))
-    return sorted(lines)
+    hashes = server.hashes("A:*Status*") | server.hashes("A:status")
+    return sorted(" ".join([key] + sorted(f"{name}={value}" for name, value in fields.items()))
+                  for key, fields in hashes.items())
 
 
 def wait_until(condition, what):
@@ -72,8 +48,7 @@ def compare(what, actual, wanted):
 
 
 def test_machinery(ctx):
-    server = RedisServer(ctx.redis_server)
-    try:
+    with RedisServer(ctx.redis_server) as server:
         with open(os.path.join(ctx.source, "examples", "machinery", "agent.scn")) as f:
             agent = Sim(ctx.sim, server.url(), f.read(), follow=True)
         agent.wait_for(["# waiting for the mount machinery"], "agent")
@@ -92,7 +67,9 @@ def test_machinery(ctx):
 
         agent_lines = expected(ctx, "machinery_agent.expected")
         agent.wait_for([line for line in agent_lines if line.startswith("hook ")], "agent")
-        wait_until(lambda: status_side(server) == STATUS.splitlines(), "the status side:\n" + STATUS)
+        # What Redis holds once the machinery has served the agent's change.
+        status = expected(ctx, "machinery_status.expected")
+        wait_until(lambda: status_side(server) == status, "the status side:\n" + "\n".join(status))
 
         # The agent's teardown withdraws its configuration; the machinery
         # takes the statuses of the withdrawn groups away.
@@ -108,8 +85,6 @@ def test_machinery(ctx):
             raise Failure(f"the machinery ended with {machinery.returncode}: {err}")
         compare("what the machinery wrote", out.splitlines(), expected(ctx, "machinery_writes.expected"))
         return f"{len(agent_lines)} agent lines, {len(out.splitlines())} machinery lines"
-    finally:
-        server.kill(signal.SIGTERM)
 
 
 if __name__ == "__main__":

@@ -40,6 +40,12 @@ class RedisServer:
         self.process = None
         self.start()
 
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *error):
+        self.kill(signal.SIGTERM)
+
     def url(self, password=None):
         password = password if password is not None else self.password
         credentials = f":{password}@" if password else ""
@@ -108,27 +114,19 @@ class Sim:
     def wait_for(self, wanted, what):
         """Reads lines until every line of `wanted` has come, in order."""
         deadline = time.monotonic() + WAIT
-        remaining = list(wanted)
-        while remaining:
-            if all(line in self.lines for line in remaining) and self._in_order(wanted):
-                return
+        while not self._in_order(wanted):
             try:
                 line = self.arrived.get(timeout=max(0.0, deadline - time.monotonic()))
             except queue.Empty:
-                raise Failure(f"{what}: waited {WAIT}s for {remaining}; printed {self.lines}")
+                raise Failure(f"{what}: waited {WAIT}s for {wanted}; printed {self.lines}")
             if line is None:
-                if not (all(l in self.lines for l in remaining) and self._in_order(wanted)):
-                    raise Failure(f"{what}: ended without {remaining}; printed {self.lines}; "
-                                  f"stderr {self.process.stderr.read()}")
-                return
+                raise Failure(f"{what}: ended without {wanted}; printed {self.lines}; "
+                              f"stderr {self.process.stderr.read()}")
             self.lines.append(line)
 
     def _in_order(self, wanted):
-        at = 0
-        for line in self.lines:
-            if at < len(wanted) and line == wanted[at]:
-                at += 1
-        return at == len(wanted)
+        printed = iter(self.lines)
+        return all(line in printed for line in wanted)  # each found after the one before
 
     def drain(self):
         """Takes in what the process has printed so far, without waiting."""
@@ -166,11 +164,7 @@ class Sim:
         except subprocess.TimeoutExpired:
             self.process.kill()
             raise Failure(f"{what}: did not end")
-        while True:
-            line = self.arrived.get(timeout=WAIT)
-            if line is None:
-                break
-            self.lines.append(line)
+        self.lines += iter(lambda: self.arrived.get(timeout=WAIT), None)
         if status != expect_status:
             raise Failure(f"{what}: exit {status}, expected {expect_status}; printed {self.lines}; "
                           f"stderr {self.process.stderr.read()}")
@@ -178,9 +172,7 @@ class Sim:
 
 
 def run_sim(sim, args, scenario=None, cwd=None):
-    result = subprocess.run([sim] + args, input=scenario, capture_output=True, text=True, timeout=WAIT * 4,
-                            cwd=cwd)
-    return result
+    return subprocess.run([sim] + args, input=scenario, capture_output=True, text=True, timeout=WAIT * 4, cwd=cwd)
 
 
 def dump_block(lines):
