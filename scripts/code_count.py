@@ -5,9 +5,9 @@ and the rest.
 
   scripts/code_count.py [--files]
 
-Tests are the *_test.cpp and *_test.py files, everything under tests/ (unit
-harnesses, scenarios, the fuzzer, the model check, the timeline check, the
-store's process tests). The rest is the code: the library, the store, the
+Tests are the *_test.cpp and *_test.py files, the fixtures they share
+(test_*.h), everything under tests/ (unit harnesses, scenarios, the fuzzer,
+the model check, the timeline check, the store's process tests). The rest is the code: the library, the store, the
 sim, the test kit, the examples and the benchmarks. The figure is given for
 the whole tree and without the store (redis/, bench/redis/, tests/redis/),
 the way it was counted before the store existed.
@@ -20,7 +20,7 @@ import subprocess
 import sys
 
 SOURCE = re.compile(r"\.(h|cpp|py|scn)$")
-TEST = re.compile(r"(^tests/|_test\.(cpp|py)$)")
+TEST = re.compile(r"(^tests/|_test\.(cpp|py)$|(^|/)test_[^/]+\.h$)")
 STORE = re.compile(r"^(redis/|bench/redis/|tests/redis/)")
 
 
