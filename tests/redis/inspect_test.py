@@ -12,6 +12,7 @@ follows (through keyspace notifications, and by polling when they are off).
 """
 
 import collections
+import queue
 import os
 import re
 import signal
@@ -78,7 +79,7 @@ class Inspector(Sim):
     """hubstore-sim --inspect: the arguments alone, no scenario."""
 
     def __init__(self, sim, url, *options):
-        import queue
+
         self.process = subprocess.Popen([sim, "--store", url, "--inspect", "A", *options], stdin=subprocess.DEVNULL,
                                         stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
         SPAWNED.append(self.process)
