@@ -79,7 +79,6 @@ class Inspector(Sim):
     """hubstore-sim --inspect: the arguments alone, no scenario."""
 
     def __init__(self, sim, url, *options):
-
         self.process = subprocess.Popen([sim, "--store", url, "--inspect", "A", *options], stdin=subprocess.DEVNULL,
                                         stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
         SPAWNED.append(self.process)
