@@ -31,8 +31,8 @@ bool isPush(const redisReply& reply) {
 // The commands a read-only connection sends: none of them changes a key or
 // the server's configuration.
 bool readsOnly(const std::vector<std::string_view>& args) {
-  static constexpr std::string_view reads[] = {"AUTH", "SELECT", "ROLE",    "PING",      "EXISTS",    "SCAN",
-                                               "GET",  "TYPE",   "HGETALL", "SUBSCRIBE", "PSUBSCRIBE"};
+  static constexpr std::string_view reads[] = {"AUTH", "SELECT",  "ROLE",      "PING",      "EXISTS",
+                                               "SCAN", "HGETALL", "SUBSCRIBE", "PSUBSCRIBE"};
   if (args.empty()) return false;
   if (args[0] == "CONFIG") return args.size() > 1 && args[1] == "GET";
   if (args[0] == "CLIENT") return args.size() > 1 && args[1] == "SETNAME";

@@ -71,8 +71,8 @@ class RedisConnection {
   void command(const std::vector<std::string_view>& args, Callback onReply);
   /// A read-only connection refuses, by raising std::logic_error before
   /// anything is buffered, every command that could change the database:
-  /// it sends only AUTH, SELECT, ROLE, PING, EXISTS, SCAN, HGETALL, GET,
-  /// TYPE, SUBSCRIBE, PSUBSCRIBE, CONFIG GET and CLIENT SETNAME.
+  /// it sends only AUTH, SELECT, ROLE, PING, EXISTS, SCAN, HGETALL,
+  /// SUBSCRIBE, PSUBSCRIBE, CONFIG GET and CLIENT SETNAME.
   void readOnlyIs(bool readOnly) { readOnly_ = readOnly; }
   /// Installs the handler of messages that answer no command.
   void pushHandlerIs(Callback handler) { pushHandler_ = std::move(handler); }
