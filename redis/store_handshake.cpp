@@ -111,7 +111,8 @@ void StoreHandshake::send() {
       return;
     }
     if (store_.options_.readOnly) {
-      VEX_TRACE(redisStoreTrace, 5) << "RedisStore::keyspaceNotifications off (notify-keyspace-events '" << std::string_view(current)
+      VEX_TRACE(redisStoreTrace, 5) << "RedisStore::keyspaceNotifications off (notify-keyspace-events '"
+                                    << std::string_view(current)
                                     << "' lacks some of 'Kghxe$lszt'), not set by a read-only store: polling";
       stepDone();
       return;
