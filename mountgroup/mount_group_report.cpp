@@ -61,6 +61,35 @@ void countSwitches(MountGroupReport& report, const ServiceMountStatus& status, c
   }
 }
 
+// The group's configurations against the statuses: what each side has and
+// which of its paths still lack a status. As the check does, the group status
+// is looked up by name each time.
+void readSides(MountGroupReport& report, const ServiceMountGroupConfig* mountGroupConfig,
+               const ServiceMountStatus* mountStatus, const ServicePublishGroupConfig* publishGroupConfig,
+               const ServicePublishStatus* publishStatus, const Vex::Name& name, std::size_t listLimit) {
+  report.mountStatusWatched = mountStatus != nullptr;
+  if (mountGroupConfig) {
+    report.hasMountGroupConfig = true;
+    for (const auto& [remotePath, mount] : mountGroupConfig->mountConfigMembers().entries()) {
+      ++report.controllerMounts;
+      if (!mountStatus || !mountStatus->mountedPathPrefix(remotePath)) {
+        report.withoutPathPrefix.add(remotePath.stdString(), listLimit);
+      }
+    }
+  }
+  report.publishStatusWatched = publishStatus != nullptr;
+  const Vex::Ptr<const ServicePublishGroupStatus> groupStatus =
+      publishStatus ? publishStatus->publishGroupStatus(name) : nullptr;
+  report.hasPublishGroupStatus = static_cast<bool>(groupStatus);
+  if (publishGroupConfig) {
+    report.hasPublishGroupConfig = true;
+    for (const auto& [path, publish] : publishGroupConfig->publishConfigMembers().entries()) {
+      ++report.publishMounts;
+      if (!groupStatus || !groupStatus->publishStatus(path)) report.withoutPublishStatus.add(path.stdString(), listLimit);
+    }
+  }
+}
+
 }  // namespace
 
 std::string reportQuoted(const std::string& text) {
@@ -114,6 +143,31 @@ MountGroupReport MountGroupReport::of(const HubstoreServiceMountGroup& group, st
 
 MountGroupReport MountGroupReport::withoutSwitches(const HubstoreServiceMountGroup& group) { return read(group, 0); }
 
+MountGroupReport MountGroupReport::ofRecords(const Records& records, const std::string& groupName,
+                                             std::size_t listLimit) {
+  MountGroupReport report;
+  const Vex::Name name(groupName);
+  report.groupName = groupName;
+  report.agentKnown = false;
+  report.closed = true;
+  report.hasMounter = true;
+  const Vex::Ptr<ServiceMountGroupConfig> mountGroupConfig =
+      records.mountConfig ? records.mountConfig->mountGroupConfig(name) : nullptr;
+  const Vex::Ptr<ServicePublishGroupConfig> publishGroupConfig =
+      records.publishConfig ? records.publishConfig->publishGroupConfig(name) : nullptr;
+  // The list a group is bound to writes the filter of its own name.
+  if (mountGroupConfig && mountGroupConfig->versionFilter()) {
+    report.versionWhiteList = mountGroupConfig->versionFilter()->name().stdString();
+  }
+  readSides(report, mountGroupConfig.get(), records.mountStatus, publishGroupConfig.get(), records.publishStatus, name,
+            listLimit);
+  if (records.mountStatus) {
+    report.initialMountsComplete = records.mountStatus->initialMountsComplete(Vex::String(groupName));
+    countSwitches(report, *records.mountStatus, name, listLimit);
+  }
+  return report;
+}
+
 MountGroupReport MountGroupReport::read(const HubstoreServiceMountGroup& group, std::size_t listLimit) {
   MountGroupReport report;
   const Vex::String& name = group.groupName();
@@ -126,32 +180,8 @@ MountGroupReport MountGroupReport::read(const HubstoreServiceMountGroup& group, 
   if (group.versionWhiteList()) report.versionWhiteList = group.versionWhiteList()->name().stdString();
   report.hasMounter = static_cast<bool>(group.mounter());
 
-  const Vex::Ptr<const ServiceMountStatus> mountStatus = group.mountStatus();
-  report.mountStatusWatched = static_cast<bool>(mountStatus);
-  if (const ServiceMountGroupConfig* config = group.mountGroupConfig().get()) {
-    report.hasMountGroupConfig = true;
-    for (const auto& [remotePath, mount] : config->mountConfigMembers().entries()) {
-      ++report.controllerMounts;
-      if (!mountStatus || !mountStatus->mountedPathPrefix(remotePath)) {
-        report.withoutPathPrefix.add(remotePath.stdString(), listLimit);
-      }
-    }
-  }
-
-  // As the check does, the group status is looked up by name each time.
-  const Vex::Ptr<const ServicePublishStatus> publishStatus = group.publishStatus();
-  report.publishStatusWatched = static_cast<bool>(publishStatus);
-  const Vex::Ptr<const ServicePublishGroupStatus> groupStatus =
-      publishStatus ? publishStatus->publishGroupStatus(name) : nullptr;
-  report.hasPublishGroupStatus = static_cast<bool>(groupStatus);
-  if (const ServicePublishGroupConfig* config = group.publishGroupConfig().get()) {
-    report.hasPublishGroupConfig = true;
-    for (const auto& [path, publish] : config->publishConfigMembers().entries()) {
-      ++report.publishMounts;
-      if (!groupStatus || !groupStatus->publishStatus(path)) report.withoutPublishStatus.add(path.stdString(), listLimit);
-    }
-  }
-
+  readSides(report, group.mountGroupConfig().get(), group.mountStatus().get(), group.publishGroupConfig().get(),
+            group.publishStatus().get(), name, listLimit);
   if (report.orphaned) return report;
   // What the status machine reads for doInitialSwitchMountsComplete.
   const Vex::Ptr<ServiceMountStatusSm> machine = service->mountStatusSm();
@@ -196,7 +226,7 @@ std::size_t MountGroupReport::switches() const {
 std::string MountGroupReport::summary() const {
   std::string out = "group " + reportQuoted(groupName) + ": ";
   if (orphaned) return out + "orphaned; its service is gone, it never completes";
-  out += complete() ? "complete" : "not complete";
+  out += complete() ? (agentKnown ? "complete" : "complete if closed") : "not complete";
   const std::vector<Wait> waits = waitsFor();
   for (std::size_t i = 0; i < waits.size(); ++i) {
     out += i == 0 ? "; waits for " : ", ";
@@ -209,7 +239,8 @@ std::string MountGroupReport::summary() const {
 
 std::string MountGroupReport::text() const {
   std::string out = summary() + "\n";
-  out += "closed: " + std::string(boolText(closed)) + "\n";
+  const char* unknown = "unknown (the agent's)";
+  out += "closed: " + std::string(agentKnown ? boolText(closed) : unknown) + "\n";
   out += "version allow-list: " + (versionWhiteList ? reportQuoted(*versionWhiteList) : std::string("none")) + "\n";
   if (hasMountGroupConfig) {
     const char* note = mountStatusWatched || withoutPathPrefix.total == 0 ? "" : " (no mount status)";
@@ -227,7 +258,7 @@ std::string MountGroupReport::text() const {
   out += "publish group status: ";
   out += !publishStatusWatched ? "no publish status" : hasPublishGroupStatus ? "present" : "absent";
   out += "\n";
-  out += "mounter: " + std::string(hasMounter ? "set" : "none") + "\n";
+  out += "mounter: " + std::string(!agentKnown ? unknown : hasMounter ? "set" : "none") + "\n";
   out += "initial switch mounts: " + std::string(initialMountsComplete ? "complete" : "not complete") + "\n";
   out += "switches: " + std::to_string(switches());
   for (std::size_t state = 0; state < mountStateCount; ++state) {

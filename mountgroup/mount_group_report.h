@@ -25,6 +25,11 @@
 /// the group's switches counted by mount state, with those not mounted listed.
 /// Lists are bounded: the first `listLimit` items in key order, and how many
 /// there are in all.
+///
+/// ofRecords() reads the same from the five records alone, as a process that
+/// holds no service (an inspector) sees them. Closing and the mounter are the
+/// agent's and in no record: such a report judges the group as if closed, and
+/// its text says that these two are unknown.
 
 #include <array>
 #include <cstddef>
@@ -37,6 +42,10 @@
 namespace Controller {
 
 class HubstoreServiceMountGroup;
+class ServiceMountConfig;
+class ServicePublishConfig;
+class ServiceMountStatus;
+class ServicePublishStatus;
 
 struct MountGroupReport {
   /// How many items each list holds unless the caller says otherwise.
@@ -91,8 +100,23 @@ struct MountGroupReport {
   /// one walk of its switch statuses, not one walk per group.
   static MountGroupReport withoutSwitches(const HubstoreServiceMountGroup& group);
 
+  /// A service's records, any of them null when absent.
+  struct Records {
+    const ServiceMountConfig* mountConfig = nullptr;      ///< the mount configuration
+    const ServicePublishConfig* publishConfig = nullptr;  ///< the publish configuration
+    const ServiceMountStatus* mountStatus = nullptr;      ///< the mount status
+    const ServicePublishStatus* publishStatus = nullptr;  ///< the publish status
+  };
+  /// The report of group `groupName` read from `records` alone: closed is
+  /// taken as true and agentKnown is false (see the top of this file).
+  static MountGroupReport ofRecords(const Records& records, const std::string& groupName,
+                                    std::size_t listLimit = defaultListLimit);
+
   /// The group's name.
   std::string groupName;
+  /// Closed and hasMounter are the agent's own; false for a report read from
+  /// the records alone, where closed is assumed and both print as unknown.
+  bool agentKnown = true;
   /// Its service is gone (service() is null): the group is an inert shell.
   bool orphaned = false;
   /// The service holds this group under its name. A group deleted by name but
@@ -142,7 +166,8 @@ struct MountGroupReport {
   /// The switches with a status for the group, in every state.
   std::size_t switches() const;
 
-  /// "group G: complete", "group G: not complete; waits for closing, ...".
+  /// "group G: complete", "group G: not complete; waits for closing, ...";
+  /// from the records alone, "group G: complete if closed".
   std::string summary() const;
   /// The summary, then one line per fact, each ended by a newline:
   ///

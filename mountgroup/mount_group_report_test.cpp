@@ -101,6 +101,18 @@ TEST_F(Report, SaysCompleteExactlyWhenTheCheckReportsAndChangesNothing) {
     std::erase(waits, Wait::initialSwitchMounts);
     EXPECT_EQ(report.complete(), waits.empty());
     completeStates += report.complete();
+    if (state.shape == 0) {
+      // The records alone say the same, but for what only the agent knows.
+      const MountGroupReport fromRecords = MountGroupReport::ofRecords(
+          {mountConfig.get(), publishConfig.get(), mountStatus.get(), publishStatus.get()}, "g1");
+      std::vector<Wait> recordWaits = report.waitsFor();
+      std::erase(recordWaits, Wait::close);
+      std::erase(recordWaits, Wait::versionWhiteList);
+      EXPECT_EQ(fromRecords.waitsFor(), recordWaits);
+      if (state.closed) {
+        EXPECT_EQ(fromRecords.complete(), report.complete());
+      }
+    }
 
     trace.levelsIs("off");
     group->mountGroupConfigIs(mountGroupConfig);

@@ -9,9 +9,11 @@ extern "C" {
 #include <hiredis/hiredis.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <memory>
+#include <stdexcept>
 
 namespace hubstore::redis {
 
@@ -24,6 +26,17 @@ bool isPush(const redisReply& reply) {
   }
   const std::string_view kind(reply.element[0]->str, reply.element[0]->len);
   return kind == "pmessage" || kind == "message";
+}
+
+// The commands a read-only connection sends: none of them changes a key or
+// the server's configuration.
+bool readsOnly(const std::vector<std::string_view>& args) {
+  static constexpr std::string_view reads[] = {"AUTH", "SELECT",  "ROLE",      "PING",      "EXISTS",
+                                               "SCAN", "HGETALL", "SUBSCRIBE", "PSUBSCRIBE"};
+  if (args.empty()) return false;
+  if (args[0] == "CONFIG") return args.size() > 1 && args[1] == "GET";
+  if (args[0] == "CLIENT") return args.size() > 1 && args[1] == "SETNAME";
+  return std::find(std::begin(reads), std::end(reads), args[0]) != std::end(reads);
 }
 
 }  // namespace
@@ -73,6 +86,10 @@ bool RedisConnection::finishConnect() {
 int RedisConnection::fd() const { return context_ ? context_->fd : -1; }
 
 void RedisConnection::command(const std::vector<std::string_view>& args, Callback onReply) {
+  if (readOnly_ && !readsOnly(args)) {
+    throw std::logic_error(name_ + " connection is read-only: refused to send " +
+                           std::string(args.empty() ? std::string_view() : args[0]));
+  }
   if (!context_) return;
   std::vector<const char*> argv;
   std::vector<std::size_t> lengths;

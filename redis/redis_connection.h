@@ -69,6 +69,11 @@ class RedisConnection {
   /// Appends the command `args` to the output buffer; `onReply` gets its
   /// reply. Nothing is sent before flush(); a closed connection ignores it.
   void command(const std::vector<std::string_view>& args, Callback onReply);
+  /// A read-only connection refuses, by raising std::logic_error before
+  /// anything is buffered, every command that could change the database:
+  /// it sends only AUTH, SELECT, ROLE, PING, EXISTS, SCAN, HGETALL,
+  /// SUBSCRIBE, PSUBSCRIBE, CONFIG GET and CLIENT SETNAME.
+  void readOnlyIs(bool readOnly) { readOnly_ = readOnly; }
   /// Installs the handler of messages that answer no command.
   void pushHandlerIs(Callback handler) { pushHandler_ = std::move(handler); }
   /// Writes what the socket takes; false (with error()) when that lost the
@@ -96,6 +101,7 @@ class RedisConnection {
   std::string name_;
   redisContext* context_ = nullptr;
   bool connecting_ = false;
+  bool readOnly_ = false;
   bool bufferedInput_ = false;
   std::deque<Callback> callbacks_;
   Callback pushHandler_;

@@ -3,9 +3,13 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 
+#include <cctype>
 #include <chrono>
+#include <stdexcept>
 #include <string>
+#include <string_view>
 #include <thread>
+#include <vector>
 
 #include "redis/test_redis_server.h"
 
@@ -36,6 +40,41 @@ TEST(RedisConnectionTest, WritingToAConnectionTheServerClosedIsAnErrorNotSigpipe
   EXPECT_FALSE(written);
   EXPECT_EQ(connection.error().rfind("data connection: ", 0), 0u) << connection.error();
   EXPECT_FALSE(connection.isOpen());
+}
+
+// The server's own list of the commands that write, and of its dangerous
+// ones (CONFIG SET, FLUSHALL, ...): a read-only connection sends none of
+// them, and still sends every read a store makes.
+TEST(RedisConnectionTest, AReadOnlyConnectionRefusesEveryCommandThatCouldWrite) {
+  testing::TestRedisServer server;
+  redisContext* context = server.connect();
+  ASSERT_TRUE(context);
+  std::vector<std::string> refused;
+  for (const char* category : {"write", "dangerous"}) {
+    auto* list = static_cast<redisReply*>(redisCommand(context, "COMMAND LIST FILTERBY ACLCAT %s", category));
+    ASSERT_TRUE(list && list->type == REDIS_REPLY_ARRAY);
+    for (std::size_t i = 0; i < list->elements; ++i) refused.emplace_back(list->element[i]->str, list->element[i]->len);
+    freeReplyObject(list);
+  }
+  redisFree(context);
+  ASSERT_GT(refused.size(), 100u);
+  RedisConnection connection("data");
+  connection.readOnlyIs(true);
+  for (std::string name : refused) {
+    // Two dangerous ones only read, and a store sends them.
+    if (name == "role" || name == "config|get") continue;
+    for (char& c : name) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    // "CLIENT|KILL": a command and its subcommand.
+    const std::size_t bar = name.find('|');
+    const std::string command = name.substr(0, bar);
+    const std::string sub = bar == std::string::npos ? "k" : name.substr(bar + 1);
+    EXPECT_THROW(connection.command({command, sub, "v"}, nullptr), std::logic_error) << name;
+  }
+  for (const std::vector<std::string_view>& read :
+       std::vector<std::vector<std::string_view>>{{"HGETALL", "k"}, {"SCAN", "0"}, {"EXISTS", "k"}, {"PING"},
+                                                   {"PSUBSCRIBE", "p"}, {"CONFIG", "GET", "x"}, {"CLIENT", "SETNAME", "n"}}) {
+    EXPECT_NO_THROW(connection.command(read, nullptr)) << read[0];
+  }
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <poll.h>
 
 #include <algorithm>
+#include <stdexcept>
 
 #include <hubstore/redis/redis_replies.h>
 #include <hubstore/redis/redis_store_error.h>
@@ -58,6 +59,8 @@ RedisStore::RedisStore(Vex::Ptr<Mirra::EntityManager> entityManager, Options opt
       server_(options_.endpoint),
       keys_(options_.agentName) {
   if (options_.endpoint.viaSentinels()) sentinels_.emplace(options_.endpoint, options_.sentinelTimeout);
+  data_.readOnlyIs(options_.readOnly);
+  notifications_.readOnlyIs(options_.readOnly);
   notifications_.pushHandlerIs([this](const redisReply& message) {
     // ["pmessage", pattern, "__keyspace@DB__:KEY", event]
     if (message.elements < 4) return;
@@ -338,6 +341,10 @@ void RedisStore::check() {
     return;
   }
   if (owned(Side::config)) lease_.acquire(lease_.hold() == ConfigLease::Hold::held ? "renewal" : "standby");
+  if (options_.readOnly && !notificationsOn_ && state_ == State::live) {
+    resyncNow("polling: the server sends no keyspace notifications");
+    return;
+  }
   if (checkPending_) return;
   // The root records Redis should hold. A key deleted without a notification
   // (FLUSHALL, FLUSHDB) is found missing here.
@@ -386,6 +393,7 @@ Vex::Entity* RedisStore::root(RecordSlot slot) const {
 // The records
 
 void RedisStore::ownedIs(Side side, bool owned) {
+  if (options_.readOnly && owned) throw std::logic_error("a read-only store owns no side");
   owned_[static_cast<int>(side)] = owned;
   if (side == Side::config) lease_.configOwnedIs(owned);
   if (!loaded_) return;
@@ -398,6 +406,7 @@ void RedisStore::ownedIs(Side side, bool owned) {
 }
 
 void RedisStore::recordIs(const Vex::String& path, const Vex::Ptr<Vex::Entity>& record) {
+  if (options_.readOnly) throw std::logic_error("a read-only store places no record");
   const auto slot = keys_.recordAtPath(path.view());
   if (!slot || !record || !RecordCodec::holds(*slot, *record)) {
     em_->entityIs(path, record);
@@ -412,6 +421,7 @@ void RedisStore::recordIs(const Vex::String& path, const Vex::Ptr<Vex::Entity>& 
 }
 
 bool RedisStore::recordDel(const Vex::String& path) {
+  if (options_.readOnly) throw std::logic_error("a read-only store removes no record");
   if (const auto slot = keys_.recordAtPath(path.view())) {
     const std::string key = keys_.recordKey(*slot);
     if (Vex::Entity* old = root(*slot)) writer_.eraseSubtree(*old, key);

@@ -119,6 +119,17 @@ class RedisStore {
     /// A redis-sentinel:// endpoint: how long each sentinel has to answer
     /// where the master is before the next one is asked.
     std::chrono::milliseconds sentinelTimeout{500};
+    /// An observer (hubstore-sim --inspect): both sides follow Redis and
+    /// nothing is ever written. Owning a side, recordIs() and recordDel()
+    /// raise std::logic_error; no lease is taken; the keyspace event classes
+    /// are read, never set; and the connections refuse any command that could
+    /// write (RedisConnection::readOnlyIs). Without the notifications it
+    /// needs, a live read-only store reads every key each checkInterval.
+    bool readOnly = false;
+    /// Given to the server with CLIENT SETNAME on both connections when not
+    /// empty, so that CLIENT LIST and MONITOR tell the process apart; a
+    /// refusal is ignored.
+    std::string clientName{};
   };
   /// Told of every state change, with what caused it ("" when nothing failed).
   /// Must not throw.
@@ -177,6 +188,10 @@ class RedisStore {
 
   /// Where the store stands.
   State state() const { return state_; }
+  /// The server sends the keyspace notifications the store needs, as far as
+  /// it could tell (a user denied CONFIG GET cannot); a read-only store that
+  /// finds them off follows by polling.
+  bool notificationsOn() const { return notificationsOn_; }
   /// This process writes the configuration: it owns it and holds its lease.
   bool leaseHeld() const { return lease_.hold() == ConfigLease::Hold::held; }
   /// Gives the configuration's lease up at once (when held), so that the next
@@ -293,6 +308,7 @@ class RedisStore {
   bool processing_ = false;
   bool leaving_ = false;  // leaveInRedis(): nothing more is written
   bool checkPending_ = false;
+  bool notificationsOn_ = true;
   std::uint64_t lastReplies_ = 0;
   std::chrono::steady_clock::time_point lastAnswer_;
   bool pongPending_ = false;

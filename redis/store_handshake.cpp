@@ -82,6 +82,11 @@ void StoreHandshake::send() {
       }
     });
   }
+  if (!store.options_.clientName.empty()) {
+    for (RedisConnection* connection : {&data, &notifications}) {
+      connection->command({"CLIENT", "SETNAME", store.options_.clientName}, nullptr);
+    }
+  }
   // A user without the agent's keys is told now, not at its first write.
   const std::string statusKey = keys.recordKey(RecordSlot::status);
   data.command({"EXISTS", statusKey}, [&store, statusKey](const redisReply& reply) {
@@ -100,13 +105,22 @@ void StoreHandshake::send() {
     }
     const std::string current(text(*reply.element[1]));
     const std::string needed = neededEventFlags(current);
+    store_.notificationsOn_ = needed == current;
     if (needed == current) {
+      stepDone();
+      return;
+    }
+    if (store_.options_.readOnly) {
+      VEX_TRACE(redisStoreTrace, 5) << "RedisStore::keyspaceNotifications off (notify-keyspace-events '"
+                                    << std::string_view(current)
+                                    << "' lacks some of 'Kghxe$lszt'), not set by a read-only store: polling";
       stepDone();
       return;
     }
     store_.data_.command({"CONFIG", "SET", "notify-keyspace-events", needed}, [this](const redisReply& set) {
       // Without notifications the store still resynchronises on reconnect;
       // say so rather than refuse to run.
+      store_.notificationsOn_ = !isError(set);
       if (isError(set)) {
         VEX_TRACE(redisStoreTrace, 5) << "RedisStore::keyspaceNotifications cannot be enabled: " << text(set);
       }

@@ -6,6 +6,7 @@
 //   hubstore-sim [--trace=LEVELS] [--quiet] [--json] [--timeline PAGE.html] [--metrics FILE]
 //                [--store URL [--follow] [--leave-config]]
 //                [FILE...]   (FILE may be -)
+//   hubstore-sim --store URL --inspect AGENT [--follow]
 //   hubstore-sim help [COMMAND]
 //   hubstore-sim --help | -h | --version | --reference
 //
@@ -43,6 +44,7 @@
 #include "tools/sim/trace_environment.h"
 #include "tools/sim/word_forms.h"
 #ifdef HUBSTORE_SIM_REDIS
+#include "tools/sim/agent_inspector.h"
 #include "tools/sim/redis_record_store.h"
 #endif
 
@@ -53,6 +55,7 @@ using namespace hubstore::sim;
 constexpr std::string_view kUsage =
     "usage: hubstore-sim [--trace=LEVELS] [--quiet] [--json] [--timeline PAGE.html]\n"
     "                    [--metrics FILE] [--store URL [--follow] [--leave-config]] [FILE...]\n"
+    "       hubstore-sim --store URL --inspect AGENT [--follow]\n"
     "       hubstore-sim help [COMMAND]\n"
     "       hubstore-sim --help | -h | --version | --reference\n";
 
@@ -89,6 +92,15 @@ constexpr std::string_view kHelp =
     "  --leave-config  with --store: at the end (the last command, or the signal\n"
     "                  under --follow) leave the configuration in Redis, not\n"
     "                  withdrawn by the teardown, for the next run to take over\n"
+    "  --inspect AGENT with --store, instead of scenarios: print a live agent's\n"
+    "                  state from its records and exit, writing nothing to Redis:\n"
+    "                  per group what it waits for from the mount machinery\n"
+    "                  (judged as if closed: closing and the mounter are the\n"
+    "                  agent's own), then the configuration as `dump` prints it.\n"
+    "                  With --follow, then one line per key that changes and a\n"
+    "                  group's block again when its completion changes, until\n"
+    "                  SIGINT or SIGTERM (exit 0). Exit 2 when Redis holds no\n"
+    "                  record of AGENT\n"
     "  --reference     print the command reference in Markdown (docs/scenarios.md)\n"
     "  --version       print the version\n"
     "  -h, --help      print this text\n"
@@ -152,6 +164,7 @@ struct Options {
   std::optional<std::string> store;
   bool follow = false;
   bool leaveConfig = false;
+  std::optional<std::string> inspect;
 };
 
 // SIGINT and SIGTERM, held back from the start so that a process under
@@ -163,6 +176,35 @@ int stopSignals() {
   sigaddset(&signals, SIGTERM);
   sigprocmask(SIG_BLOCK, &signals, nullptr);
   return signalfd(-1, &signals, SFD_CLOEXEC);
+}
+
+// hubstore-sim --store URL --inspect AGENT [--follow]
+int inspect(const Options& options) {
+  if (!options.store) return usageError("--inspect needs --store");
+  if (!options.files.empty()) return usageError("--inspect runs no scenario");
+  if (options.leaveConfig) return usageError("--inspect writes nothing: --leave-config does not apply");
+#ifdef HUBSTORE_SIM_REDIS
+  const int stopFd = options.follow ? stopSignals() : -1;
+  std::unique_ptr<AgentInspector> inspector;
+  try {
+    inspector = std::make_unique<AgentInspector>(*options.store, *options.inspect);
+  } catch (const std::invalid_argument& error) {
+    return usageError(error.what());
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "hubstore-sim: --store %s: %s\n", options.store->c_str(), error.what());
+    return 2;
+  }
+  if (!inspector->known()) {
+    std::fprintf(stderr, "hubstore-sim: --inspect %s: redis holds no record of this agent\n", options.inspect->c_str());
+    return 2;
+  }
+  print(inspector->view());
+  std::fflush(stdout);
+  if (options.follow) inspector->follow(stdout, stopFd);
+  return 0;
+#else
+  return usageError("--inspect: this hubstore-sim is built without hubstore::redis");
+#endif
 }
 
 }  // namespace
@@ -205,6 +247,10 @@ int main(int argc, char** argv) {
       options.follow = true;
     } else if (arg == "--leave-config") {
       options.leaveConfig = true;
+    } else if (arg == "--inspect" || arg.substr(0, 10) == "--inspect=") {
+      if (arg == "--inspect" && i + 1 == argc) return usageError("--inspect needs an agent");
+      options.inspect = arg == "--inspect" ? std::string(argv[++i]) : std::string(arg.substr(10));
+      if (options.inspect->empty()) return usageError("--inspect needs an agent");
     } else if (arg.substr(0, 8) == "--trace=") {
       options.traceLevels = parseTraceLevels(arg.substr(8));
       if (!options.traceLevels) return usageError("bad trace levels '" + std::string(arg.substr(8)) + "'");
@@ -216,6 +262,7 @@ int main(int argc, char** argv) {
   }
   if (options.follow && !options.store) return usageError("--follow needs --store");
   if (options.leaveConfig && !options.store) return usageError("--leave-config needs --store");
+  if (options.inspect) return inspect(options);
   const bool interactive = options.files.empty() && ::isatty(STDIN_FILENO);
   if (options.files.empty() && !interactive) {
     return usageError("no scenario file (name one, - for standard input, or type commands at a terminal)");
