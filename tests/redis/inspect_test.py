@@ -204,7 +204,8 @@ def test_inspect(ctx):
         # what --inspect does not take.
         for args, message in [(["--inspect", "nobody"], "redis holds no record of this agent"),
                               (["--inspect", "A", "x.scn"], "--inspect runs no scenario"),
-                              (["--inspect", "A", "--leave-config"], "--leave-config does not apply")]:
+                              (["--inspect", "A", "--leave-config"], "--leave-config does not apply"),
+                              (["--inspect", "A", "--json"], "--json, --quiet, --timeline and --metrics do not apply")]:
             result = run_sim(ctx.sim, ["--store", server.url()] + args)
             if result.returncode != 2 or message not in result.stderr:
                 raise Failure(f"{args}: exit {result.returncode}, {result.stderr!r}")

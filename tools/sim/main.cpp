@@ -183,6 +183,8 @@ int inspect(const Options& options) {
   if (!options.store) return usageError("--inspect needs --store");
   if (!options.files.empty()) return usageError("--inspect runs no scenario");
   if (options.leaveConfig) return usageError("--inspect writes nothing: --leave-config does not apply");
+  if (options.json || options.quiet || options.timeline || options.metrics)
+    return usageError("--inspect prints plain text only: --json, --quiet, --timeline and --metrics do not apply");
 #ifdef HUBSTORE_SIM_REDIS
   const int stopFd = options.follow ? stopSignals() : -1;
   std::unique_ptr<AgentInspector> inspector;
