@@ -132,13 +132,15 @@ TEST_F(SimCommandLine, EachRunPrintsItsLinesAndEndsWithItsStatus) {
       {"version", {}, "--version", "", nullptr, 0, versionLine, ""},
       {"VEX_TRACE sets the levels as in an agent", {{"a.scn", kWorld + "group g1 m1\n"}}, "a.scn", "", "Ferrolink/5",
        0, kGroupTraces, ""},
-      {"--trace overrides VEX_TRACE", {}, "--trace=off a.scn", "", "Ferrolink/5", 0, "", ""},
+      {"--trace overrides VEX_TRACE", {}, "--trace=off a.scn", "", " Ferrolink/0-8\t", 0, "", ""},
       {"a trace command overrides VEX_TRACE", {{"b.scn", "trace off\n" + kWorld + "group g1 m1\n"}}, "b.scn", "",
        "Ferrolink/5", 0, "", ""},
       {"VEX_TRACE items that enable nothing are named and the others apply", {}, "a.scn", "",
-       "Ferrolink/x Ferrolink/5 Frolink/5", 0, kGroupTraces,
-       "hubstore-sim: VEX_TRACE: ignored 'Ferrolink/x' (LEVELS is a comma list of levels 0-9 and ranges, or off), "
-       "'Frolink/5' (no facility Frolink); the library's facility is Ferrolink, e.g. Ferrolink/5,7-8\n"},
+       "5 /5 Ferrolink/ Ferrolink/x Other/5 Ferrolink/5 Ferrolink/7", 0, kGroupTraces,
+       "hubstore-sim: VEX_TRACE: ignored '5' (not FACILITY/LEVELS), '/5' (not FACILITY/LEVELS), 'Ferrolink/' (LEVELS "
+       "is a comma list of levels 0-9 and ranges, or off), 'Ferrolink/x' (LEVELS is a comma list of levels 0-9 and "
+       "ranges, or off), 'Other/5' (no facility Other), 'Ferrolink/7' (an earlier item set Ferrolink); the "
+       "library's facility is Ferrolink, e.g. Ferrolink/5,7-8\n"},
       {"--quiet keeps exceptions, errors and the status",
        {{"a.scn", kWorld + "echo hidden\ntrace 8\ngroup g1 m1\nmounter d default\ngroup g1 d\ngroupDel nothing\n"
                            "echo not run\n"}},
