@@ -80,6 +80,12 @@ TEST(ScenarioCommands, RejectsWrongCountsAndForms) {
       {"group g", "'group' takes 2 words (group G M|none), got 1"},
       {"mounter", "'mounter' takes 1 to 3 words (mounter M [default | counting | throwing HOOK]), got 0"},
       {"mounter m x", "'mounter' takes 'default', 'counting' or 'throwing HOOK' after M, got 'x'"},
+      {"mounter m throwing", "after M, got 'throwing'"},
+      {"mounter m default doMountsComplete", "after M, got 'default doMountsComplete'"},
+      {"mounter m throwing doMountComplete",
+       "'mounter' takes HOOK (doHandleControllerMountState, doMountsComplete or "
+       "doInitialSwitchMountsComplete), got 'doMountComplete'"},
+      {"mounter m throwing doMountsComplete x", "takes 1 to 3 words"},
       {"systemStatus", "takes at least 1 word (systemStatus SYS [G=STATE ...]), got 0"},
       {"systemStatus s g=up", "got 'g=up'"},
       {"serviceMountGroupStatus s g x y", "takes 2 or 3 words"},
@@ -95,46 +101,15 @@ TEST(ScenarioCommands, RejectsWrongCountsAndForms) {
   });
 }
 
-TEST(ScenarioHookCommands, ThrowingMounterNamesItsHook) {
-  const Command throwing = one("mounter m throwing doInitialSwitchMountsComplete");
-  EXPECT_EQ(throwing.args, (Args{"m", "throwing", "doInitialSwitchMountsComplete"}));
-  EXPECT_EQ(throwing.hook, MounterHook::InitialSwitchMountsComplete);
-  EXPECT_EQ(one("mounter m").hook, std::nullopt);
-  EXPECT_EQ(one("mounter m default").hook, std::nullopt);
-  expectRejected({
-      {"mounter m throwing", "after M, got 'throwing'"},
-      {"mounter m default doMountsComplete", "after M, got 'default doMountsComplete'"},
-      {"mounter m throwing doMountComplete",
-       "'mounter' takes HOOK (doHandleControllerMountState, doMountsComplete or "
-       "doInitialSwitchMountsComplete), got 'doMountComplete'"},
-      {"mounter m throwing doMountsComplete x", "takes 1 to 3 words"},
-  });
-}
-
-TEST(ScenarioHookCommands, WhenCarriesItsCommandParsedAtItsOwnLine) {
-  ParseResult r = parse(
-      "echo x\n"
-      "when m doHandleControllerMountState * systemStatus sw1 g1=mounted\n"
-      "when m doMountsComplete \"g 1\" mounter n throwing doMountsComplete\n"
-      "whenDel m\n");
-  ASSERT_EQ(r.errors, Args{});
-  ASSERT_EQ(r.commands.size(), 4u);
-  const Command& any = r.commands[1];
-  EXPECT_EQ(any.args, (Args{"m", "doHandleControllerMountState", "*"}));
-  EXPECT_EQ(any.hook, MounterHook::HandleControllerMountState);
-  ASSERT_TRUE(any.action);
-  EXPECT_EQ(any.action->verb, "systemStatus");
-  EXPECT_EQ(any.action->args, (Args{"sw1", "g1=mounted"}));
-  EXPECT_EQ(any.action->fields, (Fields{{"g1", "mounted"}}));
-  // Its errors are reported at the `when` line.
-  EXPECT_EQ(any.action->file, "t.scn");
-  EXPECT_EQ(any.action->line, 2);
-  const Command& quoted = r.commands[2];
-  EXPECT_EQ(quoted.args[2], "g 1");
-  EXPECT_EQ(quoted.hook, MounterHook::MountsComplete);
-  EXPECT_EQ(quoted.action->hook, MounterHook::MountsComplete);
-  EXPECT_EQ(quoted.action->args, (Args{"n", "throwing", "doMountsComplete"}));
-  EXPECT_EQ(r.commands[3].args, Args{"m"});
+// The scenarios run what a hook is given; this is how the words arrive.
+TEST(ScenarioHookCommands, WhenCarriesItsWordsAsTextAndItsCommandParsedAtItsOwnLine) {
+  const ParseResult parsed = parse("echo x\nwhen m doMountsComplete \"g 1\" mounter n throwing doMountsComplete");
+  ASSERT_EQ(parsed.commands.size(), 2u);
+  const Command& when = parsed.commands[1];
+  EXPECT_EQ(when.args, (Args{"m", "doMountsComplete", "g 1"}));
+  ASSERT_TRUE(when.action);
+  EXPECT_EQ(when.action->args, (Args{"n", "throwing", "doMountsComplete"}));
+  EXPECT_EQ(when.action->line, 2);
 }
 
 TEST(ScenarioHookCommands, WhenRejectsWhatAHookCannotRun) {
