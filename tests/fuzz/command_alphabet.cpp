@@ -251,33 +251,27 @@ bool isLeaf(const Kind& kind) {
 // ---------------------------------------------------------------------------
 // Decoding
 
-// Takes the next byte off the input.
-bool nextByte(std::span<const std::uint8_t>& in, std::uint8_t& byte) {
-  if (in.empty()) return false;
-  byte = in.front();
-  in = in.subspan(1);
-  return true;
-}
-
-bool expandPattern(std::string_view pattern, std::span<const std::uint8_t>& in, std::string& out);
-
-bool expandKind(const Kind& kind, std::span<const std::uint8_t>& in, std::string& out) {
-  std::size_t choice = 0;
-  if (kind.alternatives.size() > 1) {
-    std::uint8_t byte = 0;
-    if (!nextByte(in, byte)) return false;
-    choice = byte % kind.alternatives.size();
-  }
-  return expandPattern(kind.alternatives[choice], in, out);
-}
-
+// Appends the line `pattern` stands for, each choice among two or more
+// alternatives read off `in`; false when the bytes run out first.
 bool expandPattern(std::string_view pattern, std::span<const std::uint8_t>& in, std::string& out) {
-  for (const Piece& piece : piecesOf(pattern)) {
+  std::vector<Piece> pending = piecesOf(pattern);  // the next one last
+  std::reverse(pending.begin(), pending.end());
+  while (!pending.empty()) {
+    const Piece piece = pending.back();
+    pending.pop_back();
     if (!piece.placeholder) {
       out += piece.text;
-    } else if (!expandKind(kindNamed(piece.text), in, out)) {
-      return false;
+      continue;
     }
+    const Kind& kind = kindNamed(piece.text);
+    std::size_t choice = 0;
+    if (kind.alternatives.size() > 1) {
+      if (in.empty()) return false;
+      choice = in.front() % kind.alternatives.size();
+      in = in.subspan(1);
+    }
+    const std::vector<Piece> pieces = piecesOf(kind.alternatives[choice]);
+    pending.insert(pending.end(), pieces.rbegin(), pieces.rend());
   }
   return true;
 }
@@ -388,15 +382,13 @@ const std::vector<std::string>& commandTemplates() {
 
 std::string decode(std::span<const std::uint8_t> bytes) {
   const auto& slots = commandTemplates();
-  std::span<const std::uint8_t> in = bytes;
   std::string scenario;
-  std::size_t commands = 0;
-  std::uint8_t byte = 0;
-  while (commands < kMaxCommands && nextByte(in, byte)) {
+  for (std::size_t commands = 0; commands < kMaxCommands && !bytes.empty(); ++commands) {
+    const std::string_view slot = slots[bytes.front() % slots.size()];
+    bytes = bytes.subspan(1);
     std::string line;
-    if (!expandPattern(slots[byte % slots.size()], in, line)) break;
+    if (!expandPattern(slot, bytes, line)) break;
     scenario += line + "\n";
-    ++commands;
   }
   return scenario;
 }
