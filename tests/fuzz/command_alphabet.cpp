@@ -251,33 +251,27 @@ bool isLeaf(const Kind& kind) {
 // ---------------------------------------------------------------------------
 // Decoding
 
-// Takes the next byte off the input.
-bool nextByte(std::span<const std::uint8_t>& in, std::uint8_t& byte) {
-  if (in.empty()) return false;
-  byte = in.front();
-  in = in.subspan(1);
-  return true;
-}
-
-bool expandPattern(std::string_view pattern, std::span<const std::uint8_t>& in, std::string& out);
-
-bool expandKind(const Kind& kind, std::span<const std::uint8_t>& in, std::string& out) {
-  std::size_t choice = 0;
-  if (kind.alternatives.size() > 1) {
-    std::uint8_t byte = 0;
-    if (!nextByte(in, byte)) return false;
-    choice = byte % kind.alternatives.size();
-  }
-  return expandPattern(kind.alternatives[choice], in, out);
-}
-
+// Appends the line `pattern` stands for, each choice among two or more
+// alternatives read off `in`; false when the bytes run out first.
 bool expandPattern(std::string_view pattern, std::span<const std::uint8_t>& in, std::string& out) {
-  for (const Piece& piece : piecesOf(pattern)) {
+  std::vector<Piece> pending = piecesOf(pattern);  // the next one last
+  std::reverse(pending.begin(), pending.end());
+  while (!pending.empty()) {
+    const Piece piece = pending.back();
+    pending.pop_back();
     if (!piece.placeholder) {
       out += piece.text;
-    } else if (!expandKind(kindNamed(piece.text), in, out)) {
-      return false;
+      continue;
     }
+    const Kind& kind = kindNamed(piece.text);
+    std::size_t choice = 0;
+    if (kind.alternatives.size() > 1) {
+      if (in.empty()) return false;
+      choice = in.front() % kind.alternatives.size();
+      in = in.subspan(1);
+    }
+    const std::vector<Piece> pieces = piecesOf(kind.alternatives[choice]);
+    pending.insert(pending.end(), pieces.rbegin(), pieces.rend());
   }
   return true;
 }
@@ -313,69 +307,50 @@ std::size_t indexFor(const Kind& kind, const std::string& word, Renaming& renami
 }
 
 struct Match {
-  std::size_t end;
   std::vector<std::uint8_t> bytes;
   Renaming renaming;
 };
 
-std::vector<Match> matchPattern(std::string_view pattern, std::string_view line, std::size_t at, char stop,
-                                const Renaming& renaming);
-
-// Every way `kind` can match `line` from `at`; a word ends at a blank, at the
-// end, or at `stop` (the first character of the literal that follows).
-std::vector<Match> matchKind(const Kind& kind, std::string_view line, std::size_t at, char stop,
-                             const Renaming& renaming) {
-  std::vector<Match> matches;
+// Whether the pieces still to match (`pending`, the next one last) match
+// `line` from `at` to its end. The first way that does, depth first in the
+// order decode() reads the bytes, extends `match`. A word ends at a blank, at
+// the end, or at the first character of the piece that follows.
+bool matchRest(std::string_view line, std::size_t at, std::vector<Piece> pending, Match& match) {
+  if (pending.empty()) return at == line.size();
+  const Piece piece = pending.back();
+  pending.pop_back();
+  if (!piece.placeholder) {
+    return line.substr(at, piece.text.size()) == piece.text && matchRest(line, at + piece.text.size(), pending, match);
+  }
+  const Kind& kind = kindNamed(piece.text);
   const bool choose = kind.alternatives.size() > 1;
   if (isLeaf(kind)) {
+    const char stop = pending.empty() ? '\0' : pending.back().text.front();
     std::size_t end = at;
     while (end < line.size() && line[end] != ' ' && line[end] != stop) ++end;
-    if (end == at) return matches;
     const std::string word(line.substr(at, end - at));
-    Match match{end, {}, renaming};
-    std::size_t index = 0;
-    if (kind.renamable) {
-      index = indexFor(kind, word, match.renaming);
-    } else {
-      const auto found = std::find(kind.alternatives.begin(), kind.alternatives.end(), word);
-      if (found == kind.alternatives.end()) return matches;
-      index = static_cast<std::size_t>(found - kind.alternatives.begin());
-    }
-    if (choose) match.bytes.push_back(static_cast<std::uint8_t>(index));
-    matches.push_back(std::move(match));
-    return matches;
+    const auto own = std::find(kind.alternatives.begin(), kind.alternatives.end(), word);
+    if (word.empty() || (!kind.renamable && own == kind.alternatives.end())) return false;
+    Match tried = match;
+    const std::size_t index = kind.renamable ? indexFor(kind, word, tried.renaming)
+                                             : static_cast<std::size_t>(own - kind.alternatives.begin());
+    if (choose) tried.bytes.push_back(static_cast<std::uint8_t>(index));
+    if (!matchRest(line, end, pending, tried)) return false;
+    match = std::move(tried);
+    return true;
   }
   for (std::size_t index = 0; index < kind.alternatives.size(); ++index) {
-    for (Match& match : matchPattern(kind.alternatives[index], line, at, stop, renaming)) {
-      if (choose) match.bytes.insert(match.bytes.begin(), static_cast<std::uint8_t>(index));
-      matches.push_back(std::move(match));
+    Match tried = match;
+    if (choose) tried.bytes.push_back(static_cast<std::uint8_t>(index));
+    std::vector<Piece> next = pending;
+    const std::vector<Piece> pieces = piecesOf(kind.alternatives[index]);
+    next.insert(next.end(), pieces.rbegin(), pieces.rend());
+    if (matchRest(line, at, std::move(next), tried)) {
+      match = std::move(tried);
+      return true;
     }
   }
-  return matches;
-}
-
-std::vector<Match> matchPieces(const std::vector<Piece>& pieces, std::size_t next, std::string_view line,
-                               std::size_t at, char stop, const Renaming& renaming) {
-  if (next == pieces.size()) return {Match{at, {}, renaming}};
-  const Piece& piece = pieces[next];
-  if (!piece.placeholder) {
-    if (line.substr(at, piece.text.size()) != piece.text) return {};
-    return matchPieces(pieces, next + 1, line, at + piece.text.size(), stop, renaming);
-  }
-  const char wordStop = next + 1 < pieces.size() ? pieces[next + 1].text.front() : stop;
-  std::vector<Match> matches;
-  for (Match& head : matchKind(kindNamed(piece.text), line, at, wordStop, renaming)) {
-    for (Match& tail : matchPieces(pieces, next + 1, line, head.end, stop, head.renaming)) {
-      tail.bytes.insert(tail.bytes.begin(), head.bytes.begin(), head.bytes.end());
-      matches.push_back(std::move(tail));
-    }
-  }
-  return matches;
-}
-
-std::vector<Match> matchPattern(std::string_view pattern, std::string_view line, std::size_t at, char stop,
-                                const Renaming& renaming) {
-  return matchPieces(piecesOf(pattern), 0, line, at, stop, renaming);
+  return false;
 }
 
 // The line without its comment, its words joined by single blanks.
@@ -407,15 +382,13 @@ const std::vector<std::string>& commandTemplates() {
 
 std::string decode(std::span<const std::uint8_t> bytes) {
   const auto& slots = commandTemplates();
-  std::span<const std::uint8_t> in = bytes;
   std::string scenario;
-  std::size_t commands = 0;
-  std::uint8_t byte = 0;
-  while (commands < kMaxCommands && nextByte(in, byte)) {
+  for (std::size_t commands = 0; commands < kMaxCommands && !bytes.empty(); ++commands) {
+    const std::string_view slot = slots[bytes.front() % slots.size()];
+    bytes = bytes.subspan(1);
     std::string line;
-    if (!expandPattern(slots[byte % slots.size()], in, line)) break;
+    if (!expandPattern(slot, bytes, line)) break;
     scenario += line + "\n";
-    ++commands;
   }
   return scenario;
 }
@@ -424,23 +397,18 @@ Encoding encode(std::string_view scenario) {
   const auto& slots = commandTemplates();
   Encoding encoding;
   Renaming renaming;
-  std::size_t at = 0;
-  while (at < scenario.size()) {
-    std::size_t end = scenario.find('\n', at);
-    if (end == std::string_view::npos) end = scenario.size();
-    const std::string line = normalized(scenario.substr(at, end - at));
-    at = end + 1;
+  std::istringstream lines{std::string(scenario)};
+  for (std::string text; std::getline(lines, text);) {
+    const std::string line = normalized(text);
     if (line.empty()) continue;
     bool encoded = false;
     for (std::size_t slot = 0; slot < slots.size() && !encoded; ++slot) {
-      for (Match& match : matchPattern(slots[slot], line, 0, '\0', renaming)) {
-        if (match.end != line.size()) continue;
-        encoding.bytes.push_back(static_cast<std::uint8_t>(slot));
-        encoding.bytes.insert(encoding.bytes.end(), match.bytes.begin(), match.bytes.end());
-        renaming = std::move(match.renaming);
-        encoded = true;
-        break;
-      }
+      Match match{{static_cast<std::uint8_t>(slot)}, renaming};
+      const std::vector<Piece> pieces = piecesOf(slots[slot]);
+      encoded = matchRest(line, 0, {pieces.rbegin(), pieces.rend()}, match);
+      if (!encoded) continue;
+      encoding.bytes.insert(encoding.bytes.end(), match.bytes.begin(), match.bytes.end());
+      renaming = std::move(match.renaming);
     }
     if (!encoded) encoding.droppedLines.push_back(line);
   }

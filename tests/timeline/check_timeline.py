@@ -1,18 +1,11 @@
 #!/usr/bin/env python3
-"""Opens the timeline pages of hubstore-sim in headless Chromium and checks
-what they render.
-
-For examples/quickstart.scn and a generated fleet of 1,000 switches x 20
-groups (fleet_scenario.py) it runs the sim with --timeline, then loads each
-page in Chromium, driven over the DevTools protocol on a pipe, and checks:
-  - in every view, no exception, console or log error, and no request for
-    anything but the page itself;
-  - the page's counts against the run: steps (one per scenario line), group
-    lanes, switch lanes (one per switch and group that had a status), hook
-    marks (one per "hook" line of the transcript);
-  - with every group opened (#open=*), one lane per group and switch lane,
-    and lanes drawn; with a step shown (#step=N), its line in the tooltip.
-It prints each page's size and load time, and saves a screenshot of each.
+"""Opens hubstore-sim's --timeline pages of examples/quickstart.scn and of a
+fleet of 1,000 switches x 20 groups (fleet_scenario.py) in headless Chromium,
+over the DevTools protocol on a pipe, and checks in every view: no exception,
+console or log error, no request but the page; the page's counts of steps,
+group and switch lanes and hook marks against the run; with every group open
+(#open=*) every lane; with a step shown (#step=N) its line in the tooltip.
+It prints each page's size and load time and saves screenshots.
 
     check_timeline.py --sim build/dev/tools/sim/hubstore-sim --out build/timeline
 """

@@ -1,13 +1,9 @@
 #!/usr/bin/env python3
-"""Writes a scenario of a fleet: SWITCHES switches and GROUPS groups, each
-group declared, closed and then brought up switch by switch, one group after
-the other, with a few failed mounts that recover and a few switches that
-leave. Each group completes (doMountsComplete) when its publication lands and
-finishes its initial switch mounts when its switches have mounted.
-
-    fleet_scenario.py [--switches N] [--groups N] > fleet.scn
-"""
-import argparse
+"""The scenario of a fleet for check_timeline.py: each group declared, closed
+and then brought up switch by switch, one group after the other, with a few
+failed mounts that recover and a few switches that leave. Each group completes
+(doMountsComplete) when its publication lands and finishes its initial switch
+mounts when its switches have mounted."""
 
 
 def switch_name(index):
@@ -63,14 +59,3 @@ def scenario(switches, groups):
     out += ["publishMountsSynchronized true", "explain"]
     return "\n".join(out) + "\n"
 
-
-def main():
-    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--switches", type=int, default=1000)
-    parser.add_argument("--groups", type=int, default=20)
-    args = parser.parse_args()
-    print(scenario(args.switches, args.groups), end="")
-
-
-if __name__ == "__main__":
-    main()

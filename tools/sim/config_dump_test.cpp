@@ -4,14 +4,12 @@
 
 #include <hubstore/foundations/framework/type_descriptor.h>
 #include <hubstore/foundations/records/service_mount_config.h>
-#include <hubstore/foundations/records/service_publish_config.h>
 
 namespace hubstore::sim {
 namespace {
 
 using Controller::MountFilterSystem;
 using Controller::ServiceMountConfig;
-using Controller::ServicePublishConfig;
 
 // A dump line says only `detached L` of a filter record that is no member of
 // its configuration; a restart must still bring back that very record, with
@@ -38,32 +36,6 @@ TEST(ConfigDumpRestore, KeepsTheDetachedFilterRecordsTheGroupsPointAt) {
     // Two detached records of the same name stay two records.
     EXPECT_NE(fresh->mountGroupConfig("g2")->systemFilter(), detached);
     EXPECT_EQ(config.lines(), snapshot.lines);
-  }
-  em = nullptr;
-  for (const auto& [type, live] : Vex::liveObjects()) EXPECT_EQ(live, 0) << type;
-}
-
-// The dump lists the mount configuration before the publish one, so a mount
-// group bound to a publish filter names a record that a rebuild has not made
-// yet when it reaches that line.
-TEST(ConfigDumpRestore, RebuildsAMountGroupBoundToAPublishFilter) {
-  auto em = Mirra::EntityManager::EntityManagerIs();
-  {
-    auto mount = ServiceMountConfig::ServiceMountConfigIs("agentB");
-    auto publish = ServicePublishConfig::ServicePublishConfigIs("agentB");
-    em->entityIs(ConfigDump::mountConfigPath("agentB"), mount);
-    em->entityIs(ConfigDump::publishConfigPath("agentB"), publish);
-    publish->versionFilterIs("V1")->includedServiceVersionIs(2, true);
-    mount->mountGroupConfigIs("g1")->versionFilterIs(publish->versionFilter("V1"));
-
-    ConfigDump config(*em, "agentB");
-    const ConfigDump::Snapshot snapshot = config.snapshot();
-    config.restore(snapshot);
-
-    EXPECT_EQ(config.lines(), snapshot.lines);
-    auto rebuilt = Vex::ptr_cast<ServicePublishConfig>(em->getEntity(ConfigDump::publishConfigPath("agentB")));
-    ASSERT_TRUE(rebuilt);
-    EXPECT_TRUE(rebuilt->versionFilter("V1")->includedServiceVersion(2));
   }
   em = nullptr;
   for (const auto& [type, live] : Vex::liveObjects()) EXPECT_EQ(live, 0) << type;

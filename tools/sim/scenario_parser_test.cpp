@@ -67,12 +67,9 @@ TEST(ScenarioCommands, OptionalWordsAndNameValueWords) {
   EXPECT_EQ(s.fields, (Fields{{"a=b", "mounted"}, {"g2", "failed"}}));
   EXPECT_EQ(one("record p ServiceMountConfig").scalar, "Controller::ServiceMountConfig");
   EXPECT_EQ(one("record p Hubstore::Status").scalar, "Hubstore::Status");
-  for (const char* line :
-       {"mounter m default", "mounter m", "mounter m counting", "hookCounts m", "serviceMountGroupStatus s g",
-        "serviceMountGroupStatus s g failed", "allowedSwitch l 00:1C:73:00:00:0a true",
-        "allowedSwitchDel l 001c.7300.00AB", "allowedSwitch l 00-1c-73-00-00-01 false",
-        "allowedVersion v 4294967295 true", "trace 0-2,5", "trace off", "echo",
-        R"(controllerMount g /r /h nfs "")", "restart", "explain", "explain g"}) {
+  // The fuzzer's alphabet test parses the other forms of every verb.
+  for (const char* line : {"allowedVersion v 4294967295 true", "echo", R"(controllerMount g /r /h nfs "")", "explain",
+                           "explain g"}) {
     one(line);
   }
 }
@@ -83,16 +80,19 @@ TEST(ScenarioCommands, RejectsWrongCountsAndForms) {
       {"group g", "'group' takes 2 words (group G M|none), got 1"},
       {"mounter", "'mounter' takes 1 to 3 words (mounter M [default | counting | throwing HOOK]), got 0"},
       {"mounter m x", "'mounter' takes 'default', 'counting' or 'throwing HOOK' after M, got 'x'"},
+      {"mounter m throwing", "after M, got 'throwing'"},
+      {"mounter m default doMountsComplete", "after M, got 'default doMountsComplete'"},
+      {"mounter m throwing doMountComplete",
+       "'mounter' takes HOOK (doHandleControllerMountState, doMountsComplete or "
+       "doInitialSwitchMountsComplete), got 'doMountComplete'"},
+      {"mounter m throwing doMountsComplete x", "takes 1 to 3 words"},
       {"systemStatus", "takes at least 1 word (systemStatus SYS [G=STATE ...]), got 0"},
       {"systemStatus s g=up", "got 'g=up'"},
       {"serviceMountGroupStatus s g x y", "takes 2 or 3 words"},
       {"mountState s g Mounted", "takes STATE (unknown, mounting, mounted, "},
-      {"allowedSwitch l 00:1c:73:00:00 true", "as an Ethernet address"},
       {"allowedSwitch l 00:1c:73-00:00:01 true", "got '00:1c:73-00:00:01'"},
-      {"allowedSwitchDel l 001c.7300.00ag", "got '001c.7300.00ag'"},
       {"allowedVersion v 4294967296 true", "takes N as a decimal number"},
       {"allowedVersionDel v -1", "got '-1'"},
-      {"trace 10", "'trace' takes LEVELS"},
       {"trace 5 7", "'trace' takes 1 word"},
       {"record p Controller::Status", "takes TYPE, one of"},
       {"records genId=x", "'records' takes leaderGenId=ID, got 'genId=x'"},
@@ -101,46 +101,15 @@ TEST(ScenarioCommands, RejectsWrongCountsAndForms) {
   });
 }
 
-TEST(ScenarioHookCommands, ThrowingMounterNamesItsHook) {
-  const Command throwing = one("mounter m throwing doInitialSwitchMountsComplete");
-  EXPECT_EQ(throwing.args, (Args{"m", "throwing", "doInitialSwitchMountsComplete"}));
-  EXPECT_EQ(throwing.hook, MounterHook::InitialSwitchMountsComplete);
-  EXPECT_EQ(one("mounter m").hook, std::nullopt);
-  EXPECT_EQ(one("mounter m default").hook, std::nullopt);
-  expectRejected({
-      {"mounter m throwing", "after M, got 'throwing'"},
-      {"mounter m default doMountsComplete", "after M, got 'default doMountsComplete'"},
-      {"mounter m throwing doMountComplete",
-       "'mounter' takes HOOK (doHandleControllerMountState, doMountsComplete or "
-       "doInitialSwitchMountsComplete), got 'doMountComplete'"},
-      {"mounter m throwing doMountsComplete x", "takes 1 to 3 words"},
-  });
-}
-
-TEST(ScenarioHookCommands, WhenCarriesItsCommandParsedAtItsOwnLine) {
-  ParseResult r = parse(
-      "echo x\n"
-      "when m doHandleControllerMountState * systemStatus sw1 g1=mounted\n"
-      "when m doMountsComplete \"g 1\" mounter n throwing doMountsComplete\n"
-      "whenDel m\n");
-  ASSERT_EQ(r.errors, Args{});
-  ASSERT_EQ(r.commands.size(), 4u);
-  const Command& any = r.commands[1];
-  EXPECT_EQ(any.args, (Args{"m", "doHandleControllerMountState", "*"}));
-  EXPECT_EQ(any.hook, MounterHook::HandleControllerMountState);
-  ASSERT_TRUE(any.action);
-  EXPECT_EQ(any.action->verb, "systemStatus");
-  EXPECT_EQ(any.action->args, (Args{"sw1", "g1=mounted"}));
-  EXPECT_EQ(any.action->fields, (Fields{{"g1", "mounted"}}));
-  // Its errors are reported at the `when` line.
-  EXPECT_EQ(any.action->file, "t.scn");
-  EXPECT_EQ(any.action->line, 2);
-  const Command& quoted = r.commands[2];
-  EXPECT_EQ(quoted.args[2], "g 1");
-  EXPECT_EQ(quoted.hook, MounterHook::MountsComplete);
-  EXPECT_EQ(quoted.action->hook, MounterHook::MountsComplete);
-  EXPECT_EQ(quoted.action->args, (Args{"n", "throwing", "doMountsComplete"}));
-  EXPECT_EQ(r.commands[3].args, Args{"m"});
+// The scenarios run what a hook is given; this is how the words arrive.
+TEST(ScenarioHookCommands, WhenCarriesItsWordsAsTextAndItsCommandParsedAtItsOwnLine) {
+  const ParseResult parsed = parse("echo x\nwhen m doMountsComplete \"g 1\" mounter n throwing doMountsComplete");
+  ASSERT_EQ(parsed.commands.size(), 2u);
+  const Command& when = parsed.commands[1];
+  EXPECT_EQ(when.args, (Args{"m", "doMountsComplete", "g 1"}));
+  ASSERT_TRUE(when.action);
+  EXPECT_EQ(when.action->args, (Args{"n", "throwing", "doMountsComplete"}));
+  EXPECT_EQ(when.action->line, 2);
 }
 
 TEST(ScenarioHookCommands, WhenRejectsWhatAHookCannotRun) {
@@ -158,8 +127,8 @@ TEST(ScenarioHookCommands, WhenRejectsWhatAHookCannotRun) {
   });
 }
 
-// The commands a repeat line stands for, each as its source with its
-// bindings and args, or the error that ended them.
+// The commands a repeat line stands for, at most 5, each as its source with
+// its bindings and args, or the error that ended them.
 Args repeated(const std::string& line) {
   const Command repeat = one(line);
   Args out;
@@ -169,31 +138,57 @@ Args repeated(const std::string& line) {
     std::string args;
     for (const std::string& arg : c.args) args += " " + arg;
     out.push_back(c.bindings + ": " + c.source + " ->" + args);
-    return true;
+    return out.size() < 5;
   });
   if (error) out.push_back(*error);
   return out;
 }
 
-TEST(ScenarioRepeat, EachCommandIsParsedAsItIsReached) {
-  EXPECT_EQ(repeated(R"(repeat 1..2 systemStatus 00:1c:73:{i:xx:xx:xx} g{1..2}="mount"ing)"),
-            (Args{"i=1: systemStatus 00:1c:73:00:00:01 g1=\"mount\"ing g2=\"mount\"ing -> 00:1c:73:00:00:01 "
-                  "g1=mounting g2=mounting",
-                  "i=2: systemStatus 00:1c:73:00:00:02 g1=\"mount\"ing g2=\"mount\"ing -> 00:1c:73:00:00:02 "
-                  "g1=mounting g2=mounting"}));
+TEST(ScenarioRepeat, LoopsNestOuterFirstCountEitherWayAndStopWhenTold) {
+  const std::pair<std::string, Args> cases[] = {
+      {"repeat 3 echo {i}", {"i=0: echo 0 -> 0", "i=1: echo 1 -> 1", "i=2: echo 2 -> 2"}},
+      {"repeat 0 echo {i}", {}},
+      {"repeat 10 echo", {"i=0: echo ->", "i=1: echo ->", "i=2: echo ->", "i=3: echo ->", "i=4: echo ->"}},
+      {"repeat 4294967295..4294967295 echo {i}", {"i=4294967295: echo 4294967295 -> 4294967295"}},
+      {"repeat g=2..1 repeat 1..2 mountState s{i} g{g} mounted",
+       {"g=2, i=1: mountState s1 g2 mounted -> s1 g2 mounted", "g=2, i=2: mountState s2 g2 mounted -> s2 g2 mounted",
+        "g=1, i=1: mountState s1 g1 mounted -> s1 g1 mounted", "g=1, i=2: mountState s2 g1 mounted -> s2 g1 mounted"}},
+      // The checks before the run see the first and the last command; a
+      // value between them may still make a command that does not parse,
+      // and ends the expansion there.
+      {"repeat i=0..2 repeat j=0..2 trace {i}-{j}",
+       {"i=0, j=0: trace 0-0 -> 0-0", "i=0, j=1: trace 0-1 -> 0-1", "i=0, j=2: trace 0-2 -> 0-2",
+        "in 'trace 1-0' (i=1, j=0): 'trace' takes LEVELS (levels 0-9 as a comma list of levels and ranges, e.g. 5,7 "
+        "or 0-8) or off, got '1-0'"}},
+  };
+  for (const auto& [line, commands] : cases) EXPECT_EQ(repeated(line), commands) << line;
   const Command when = one("repeat 2 when m doMountsComplete g{i} groupDel g{i}");
   forEachRepeated(when, [](const Command& c) {
     EXPECT_EQ(c.action->source, "groupDel " + c.args[2]);
     EXPECT_EQ(c.action->line, 1);
     return false;
   });
-  // The checks before the run see the first and the last command; a value
-  // between them may still make a command that does not parse, and ends the
-  // expansion there.
-  EXPECT_EQ(repeated("repeat i=0..2 repeat j=0..2 trace {i}-{j}"),
-            (Args{"i=0, j=0: trace 0-0 -> 0-0", "i=0, j=1: trace 0-1 -> 0-1", "i=0, j=2: trace 0-2 -> 0-2",
-                  "in 'trace 1-0' (i=1, j=0): 'trace' takes LEVELS (levels 0-9 as a comma list of levels and "
-                  "ranges, e.g. 5,7 or 0-8) or off, got '1-0'"}));
+}
+
+// A word per number of a range, the leftmost stepping last; padded when an
+// end has a leading 0. Quotes keep braces and stay in the source as written.
+TEST(ScenarioRepeat, FormatsWordRangesAndQuotes) {
+  const std::pair<std::string, Args> cases[] = {
+      {R"(repeat 1..2 systemStatus 00:1c:73:{i:xx:xx:xx} g{1..2}="mount"ing)",
+       {"i=1: systemStatus 00:1c:73:00:00:01 g1=\"mount\"ing g2=\"mount\"ing -> 00:1c:73:00:00:01 g1=mounting "
+        "g2=mounting",
+        "i=2: systemStatus 00:1c:73:00:00:02 g1=\"mount\"ing g2=\"mount\"ing -> 00:1c:73:00:00:02 g1=mounting "
+        "g2=mounting"}},
+      {"repeat 41..42 echo {i:xxxx.xxxx.xxxx} {i:xx-xx} {i:000}",
+       {"i=41: echo 0000.0000.0029 00-29 041 -> 0000.0000.0029 00-29 041",
+        "i=42: echo 0000.0000.002a 00-2a 042 -> 0000.0000.002a 00-2a 042"}},
+      {"repeat 1 echo g{1..2}{08..10} {3..1} {0..0}",
+       {"i=0: echo g108 g109 g110 g208 g209 g210 3 2 1 0 -> g108 g109 g110 g208 g209 g210 3 2 1 0"}},
+      {R"(repeat 1 echo "{i} x"{i} "" a"#"b "{j}")", {R"(i=0: echo "{i} x"0 "" a"#"b "{j}" -> {i} x0  a#b {j})"}},
+  };
+  for (const auto& [line, commands] : cases) EXPECT_EQ(repeated(line), commands) << line;
+  // Braces mean nothing outside a repeat.
+  EXPECT_EQ(one("echo {i} {0..1}").args, (Args{"{i}", "{0..1}"}));
 }
 
 TEST(ScenarioRepeat, RejectsBadRangesBracesAndCommands) {
@@ -218,16 +213,13 @@ TEST(ScenarioRepeat, RejectsBadRangesBracesAndCommands) {
       {"repeat 257 echo {i:xx}", "'{i:xx}' holds numbers up to 255, and i goes up to 256"},
       {"repeat n=100..0 echo {n:00}", "'{n:00}' holds numbers up to 99, and n goes up to 100"},
       {"repeat 3 echo {0..9999} {0..1}", "the command of 'repeat' expands to more than 10000 words"},
-      {"repeat 3 mountState s{i} g", "in 'mountState s0 g' (i=0): 'mountState' takes 3 words"},
+      {"repeat 0 mountState s{i} g", "in 'mountState s0 g' (i=0): 'mountState' takes 3 words"},
       {"repeat 5..15 allowedSwitch l 00:1c:73:00:00:{i} true",
        "in 'allowedSwitch l 00:1c:73:00:00:5 true' (i=5): 'allowedSwitch' takes SYS as an Ethernet address"},
       {"repeat 8..10 trace {i}", "in 'trace 10' (i=10): 'trace' takes LEVELS"},
       {"when m doMountsComplete g repeat 2 closed true",
        "a hook runs an agent or mount machinery command, not 'repeat'"},
   });
-  // Braces mean nothing outside a repeat, and a quoted one nothing inside.
-  EXPECT_EQ(one("echo {i} {0..1}").args, (Args{"{i}", "{0..1}"}));
-  EXPECT_EQ(repeated(R"(repeat 1 echo "{j}")"), Args{R"(i=0: echo "{j}" -> {j})"});
 }
 
 TEST(ScenarioSet, FilterValues) {
@@ -264,7 +256,6 @@ TEST(ScenarioSet, RejectsLhsAndValueThatDoNotFit) {
        "'mountConfig.warm' takes BOOL (true or false), got 'yes'"},
       {"set mountConfig.serviceName = a b", "takes one word"},
       {group + " = none", "takes the type name ServiceMountGroupConfig, got 'none'"},
-      {group + " = ServicePublishGroupConfig", "takes the type name"},
       {group + ".mountConfig[r] = vexcFlags=f vexcType=t hubstorePath=p",
        "takes vexcType=TYPE vexcFlags=FLAGS hubstorePath=PATH, got"},
       {group + ".mountConfig[r] = vexcType=t vexcFlags=f", "takes vexcType=TYPE"},
@@ -280,8 +271,9 @@ TEST(ScenarioSet, RejectsLhsAndValueThatDoNotFit) {
 TEST(ScenarioSet, QuotedKeysAndValuesReadBack) {
   EXPECT_EQ(quoteIfNeeded("/mnt/a-b_c.d:1,2#"), "/mnt/a-b_c.d:1,2#");
   EXPECT_EQ(quoteIfNeeded(R"(a"b\)"), R"("a\"b\\")");
-  for (const std::string s : {"", "a b", "x]y", "[", "a.b", "k=v", "#hash", "tab\there",
-                              "q\"uote", "back\\slash", "a\"\\\"b", "\\"}) {
+  // Which words are quoted, and how, the hooks_quoted_names scenario shows.
+  for (const std::string s : {"", "a b", "x]y", "[", "a.b", "k=v", "#hash", "x#y", "tab\there", "q\"uote",
+                              "\"", "back\\slash", "a\"\\\"b", "\\"}) {
     const ConfigPath lhs{{"publishConfig", {}}, {"publishGroupConfig", s}, {"publishDir", s}};
     const std::string line = "set " + formatConfigPath(lhs) + " = vexcType=" +
                              quoteIfNeeded(s) + " remoteTargetPath=" + quoteIfNeeded(s) +

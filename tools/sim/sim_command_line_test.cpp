@@ -2,7 +2,6 @@
 // (bare file, no options) cannot reach, and at a terminal.
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
@@ -75,7 +74,13 @@ const std::string kClosableGroup = kWorld +
                                    "versionWhiteList v\ngroup g1 m1\ngroupVersionWhiteList g1 v\n"
                                    "publishGroupStatus g1\n";
 
-// One run of the sim: the files it is given, and all it prints.
+// What the default mounter's second instantiation of g1 throws.
+const std::string kReinstantiation =
+    "cannot reinstantiate serviceMountGroup[g1]: attribute mounter (272) is hubstore::sim::RecordingMounter#1, new "
+    "value Controller::HubstoreServiceMounter#1";
+
+// One run of the sim: the files it is given, and all it prints. The files
+// stay in the folder for the runs that follow.
 struct SimCase {
   std::string what;
   std::vector<std::pair<std::string, std::string>> files;
@@ -91,6 +96,16 @@ TEST_F(SimCommandLine, EachRunPrintsItsLinesAndEndsWithItsStatus) {
   fs::create_directory(dir_ / "folder");
   const std::string versionLine = "hubstore-sim " HUBSTORE_VERSION_STRING "\n";
   const std::string echoHelp = hubstore::sim::commandHelp(*hubstore::sim::findVerb("echo"));
+  std::string quitHelp;
+  std::istringstream quitLines(hubstore::sim::commandHelp(*hubstore::sim::findVerb("quit")));
+  for (std::string line; std::getline(quitLines, line);) quitHelp += R"({"kind":"help","line":")" + line + "\"}\n";
+  const std::string countingWorld = kWorld + "mounter m2 counting\ngroup g1 m2\n"
+                                             "repeat 1..3 systemStatus 00:1c:73:00:00:0{i} g1=mounting\n"
+                                             "mountState 00:1c:73:00:00:01 g1 failed\nhookCounts m2\n";
+  // Each true calls the hook, whose second action writes true again: stopped
+  // once 100 calls are under way.
+  std::string nestedHooks = "hook m1 doMountsComplete g1\n";
+  for (int call = 0; call < 101; ++call) nestedHooks += "hook m1 doInitialSwitchMountsComplete g1\n";
   const std::vector<SimCase> runs = {
       {"files and standard input run in one world, traced from the start", {{"a.scn", kWorld}},
        "--trace=5 a.scn - ", "group g1 m1\n", nullptr, 0, kGroupTraces, ""},
@@ -115,15 +130,33 @@ TEST_F(SimCommandLine, EachRunPrintsItsLinesAndEndsWithItsStatus) {
        "c.scn:1: error: 'help' takes the name of a command, got 'frobnicate'\n"},
       {"help of no command", {}, "help frobnicate", "", nullptr, 2, "",
        "hubstore-sim: no command 'frobnicate' ('hubstore-sim help' lists them)\n"},
+      {"help of a command", {}, "help when", "", nullptr, 0,
+       hubstore::sim::commandHelp(*hubstore::sim::findVerb("when")), ""},
+      {"help alone lists the commands", {}, "help", "", nullptr, 0, hubstore::sim::commandList(), ""},
       {"version", {}, "--version", "", nullptr, 0, versionLine, ""},
       {"VEX_TRACE sets the levels as in an agent", {{"a.scn", kWorld + "group g1 m1\n"}}, "a.scn", "", "Ferrolink/5",
        0, kGroupTraces, ""},
-      {"--trace overrides VEX_TRACE", {}, "--trace=off a.scn", "", "Ferrolink/5", 0, "", ""},
+      {"--trace overrides VEX_TRACE", {}, "--trace=off a.scn", "", " Ferrolink/0-8\t", 0, "", ""},
       {"a trace command overrides VEX_TRACE", {{"b.scn", "trace off\n" + kWorld + "group g1 m1\n"}}, "b.scn", "",
        "Ferrolink/5", 0, "", ""},
-      {"a VEX_TRACE item that enables nothing is named and the run goes on", {}, "a.scn", "", "Ferrolink/5-x", 0, "",
-       "hubstore-sim: VEX_TRACE: ignored 'Ferrolink/5-x' (LEVELS is a comma list of levels 0-9 and ranges, or "
-       "off); the library's facility is Ferrolink, e.g. Ferrolink/5,7-8\n"},
+      {"VEX_TRACE items that enable nothing are named and the others apply", {}, "a.scn", "",
+       "5 /5 Ferrolink/ Ferrolink/x Other/5 Ferrolink/5 Ferrolink/7", 0, kGroupTraces,
+       "hubstore-sim: VEX_TRACE: ignored '5' (not FACILITY/LEVELS), '/5' (not FACILITY/LEVELS), 'Ferrolink/' (LEVELS "
+       "is a comma list of levels 0-9 and ranges, or off), 'Ferrolink/x' (LEVELS is a comma list of levels 0-9 and "
+       "ranges, or off), 'Other/5' (no facility Other), 'Ferrolink/7' (an earlier item set Ferrolink); the "
+       "library's facility is Ferrolink, e.g. Ferrolink/5,7-8\n"},
+      {"--quiet keeps exceptions, errors and the status",
+       {{"a.scn", kWorld + "echo hidden\ntrace 8\ngroup g1 m1\nmounter d default\ngroup g1 d\ngroupDel nothing\n"
+                           "echo not run\n"}},
+       "--quiet a.scn", "", nullptr, 1, "error Vex::MutatorReinstantiatingException: " + kReinstantiation + "\n",
+       "a.scn:10: error: unknown group nothing\n"},
+      {"hooks that set each other off without end are stopped",
+       {{"n.scn", kClosableGroup + "when m1 doInitialSwitchMountsComplete g1 initialMountsComplete g1 false\n"
+                                   "when m1 doInitialSwitchMountsComplete g1 initialMountsComplete g1 true\n"
+                                   "groupClosed g1 true\ninitialMountsComplete g1 true\necho done\n"}},
+       "n.scn", "", nullptr, 1, nestedHooks + "# done\n",
+       "n.scn:9: error: not run: commands run by hooks nest 100 deep\n"
+       "n.scn:10: error: not run: commands run by hooks nest 100 deep\n"},
       {"a failed assertion is preceded by the line that was running",
        {{"a.scn", "agent agentB\nmounter m1\n  service   svcA  # no records\n"}}, "a.scn", "", nullptr, -1, "",
        "a.scn:3: while running: service svcA\nassertion failed: smc\n"},
@@ -134,6 +167,60 @@ TEST_F(SimCommandLine, EachRunPrintsItsLinesAndEndsWithItsStatus) {
        "<stdin>:2: while running: groupClosed g1 true\n"
        "b.scn:10: in a hook, while running: groupClosed g2 true\n"
        "assertion failed: versionWhiteList() && \" mountgroup is missing version filter \"\n"},
+      {"a repeat's bad braces are syntax errors",
+       {{"a.scn", "echo first\nrepeat 300 allowedSwitch l 00:1c:73:00:00:{i:xx} true\n"}}, "a.scn", "", nullptr, 2,
+       "", "a.scn:2: error: '{i:xx}' holds numbers up to 255, and i goes up to 299\n"},
+      {"a repeat names the command of its own that failed",
+       {{"b.scn", kWorld + "mounter m2 counting\ngroup g1 m2\n"
+                           "repeat 1..2 systemStatus 00:1c:73:00:00:0{i} g1=mounting\n"
+                           "repeat g=1..2 mountState 00:1c:73:00:00:0{g} g{g} mounted\necho not run\n"}},
+       "b.scn", "", nullptr, 1, "",
+       "b.scn:8: error: in 'mountState 00:1c:73:00:00:02 g2 mounted' (g=2): switch status 00:1c:73:00:00:02 has no "
+       "group status g2\n"},
+      {"a hook's command that a repeated when gave names its values",
+       {{"d.scn", kClosableGroup + "repeat 2 when m1 doMountsComplete g1 groupDel x{i}\ngroupClosed g1 true\n"}},
+       "d.scn", "", nullptr, 1, "hook m1 doMountsComplete g1\n",
+       "d.scn:9: error: in 'groupDel x0' (i=0): unknown group x0\n"
+       "d.scn:9: error: in 'groupDel x1' (i=1): unknown group x1\n"},
+      {"an assertion names the repeated command that was running",
+       {{"c.scn", "agent agentB\nmounter m1\nrepeat 2 records\nrepeat 1 recordDel controller/status\n"
+                  "repeat 2..3 service svc{i}\n"}},
+       "c.scn", "", nullptr, -1, "", "c.scn:5: while running: service svc2\nassertion failed: hubstoreStatus()\n"},
+      {"a counting mounter prints no hook line and sums its calls", {{"h.scn", countingWorld}}, "h.scn", "", nullptr,
+       0, "hookCounts m2 doHandleControllerMountState 4: unknown 0, mounting 3, mounted 0, unmounted 0, failed 1\n",
+       ""},
+      {"a default mounter counts nothing", {{"e.scn", kWorld + "mounter d default\nhookCounts d\n"}}, "e.scn", "",
+       nullptr, 1, "", "e.scn:6: error: mounter d is a default mounter: it counts no hook calls\n"},
+      {"--json: one object per line with its kind and fields",
+       {{"j.scn", kWorld + "echo \"say \\\"hi\\\"\" back\\slash\ntrace 5\ngroup g1 m1\ntrace off\n"
+                           "systemStatus 00:1C:73:00:00:01 g1=mounting\nmounter d default\ngroup g1 d\n"
+                           "serviceDel\nrecordDel controller/mount/config/service/agentB\n"
+                           "recordDel controller/publish/config/service/agentB\ndump\nhelp quit\n"}},
+       "--json j.scn", "", nullptr, 0,
+       R"({"kind":"echo","text":"say \"hi\" back\\slash"})" "\n"
+       R"({"kind":"trace","level":5,"text":"doCheckMountAndPublishStatus g1 not complete"})" "\n"
+       R"({"kind":"trace","level":5,"text":"handleInitialMountsComplete: no CSMG for group g1"})" "\n"
+       R"({"kind":"hook","mounter":"m1","hook":"doHandleControllerMountState","group":"g1",)"
+       R"("system":"00:1c:73:00:00:01","state":"mounting"})" "\n"
+       R"({"kind":"error","type":"Vex::MutatorReinstantiatingException","message":")" + kReinstantiation + "\"}\n"
+       R"({"kind":"dump","line":"dump begin"})" "\n"
+       R"({"kind":"dump","line":"mountConfig = none"})" "\n"
+       R"({"kind":"dump","line":"publishConfig = none"})" "\n"
+       R"({"kind":"dump","line":"dump end"})" "\n" + quitHelp,
+       ""},
+      {"--json: hook counts", {}, "--json h.scn", "", nullptr, 0,
+       R"({"kind":"hookCounts","mounter":"m2","hook":"doHandleControllerMountState","calls":4,"unknown":0,)"
+       R"("mounting":3,"mounted":0,"unmounted":0,"failed":1})" "\n",
+       ""},
+      {"--json: a hook that names only its group",
+       {{"k.scn", kClosableGroup + "groupClosed g1 true\nmounter d default\ngroup g1 d\n"}}, "--json k.scn", "",
+       nullptr, 0,
+       R"({"kind":"hook","mounter":"m1","hook":"doMountsComplete","group":"g1"})" "\n"
+       R"({"kind":"error","type":"Vex::MutatorReinstantiatingException","message":")" + kReinstantiation + "\"}\n",
+       ""},
+      {"--json --quiet keeps the error lines", {}, "--json --quiet k.scn", "", nullptr, 0,
+       R"({"kind":"error","type":"Vex::MutatorReinstantiatingException","message":")" + kReinstantiation + "\"}\n",
+       ""},
   };
   for (const SimCase& run : runs) {
     SCOPED_TRACE(run.what);
@@ -143,36 +230,6 @@ TEST_F(SimCommandLine, EachRunPrintsItsLinesAndEndsWithItsStatus) {
     EXPECT_EQ(got.out, run.out);
     EXPECT_EQ(got.err, run.err);
   }
-}
-
-TEST_F(SimCommandLine, QuietKeepsExceptionsErrorsAndTheStatus) {
-  write("a.scn", kWorld +
-                     "echo hidden\ntrace 8\ngroup g1 m1\nmounter d default\n"
-                     "group g1 d\ngroupDel nothing\necho not run\n");
-  const SimRun run = sim("--quiet a.scn");
-  EXPECT_EQ(run.status, 1);
-  // The exception line alone: no echo, trace or hook line.
-  EXPECT_EQ(run.out.rfind("error Vex::MutatorReinstantiatingException: ", 0), 0u) << run.out;
-  EXPECT_EQ(run.out.find('\n'), run.out.size() - 1) << run.out;
-  EXPECT_EQ(run.err, "a.scn:10: error: unknown group nothing\n");
-}
-
-TEST_F(SimCommandLine, HooksThatSetEachOtherOffWithoutEndAreStopped) {
-  // Each true calls the hook, whose second action writes true again.
-  write("a.scn", kClosableGroup +
-                     "when m1 doInitialSwitchMountsComplete g1 initialMountsComplete g1 false\n"
-                     "when m1 doInitialSwitchMountsComplete g1 initialMountsComplete g1 true\n"
-                     "groupClosed g1 true\ninitialMountsComplete g1 true\necho done\n");
-  const SimRun run = sim("a.scn");
-  EXPECT_EQ(run.status, 1);
-  const std::string stopped = "error: not run: commands run by hooks nest 100 deep\n";
-  EXPECT_EQ(run.err, "a.scn:9: " + stopped + "a.scn:10: " + stopped);
-  std::size_t calls = 0;
-  for (std::size_t at = 0; (at = run.out.find("doInitialSwitchMountsComplete", at)) != std::string::npos; ++at) {
-    ++calls;
-  }
-  EXPECT_EQ(calls, 101u);
-  EXPECT_EQ(run.out.substr(run.out.size() - 7), "# done\n");
 }
 
 TEST_F(SimCommandLine, TheTimelineIsWrittenWhenTheRunEndsAlsoAfterAnError) {
@@ -198,120 +255,12 @@ TEST_F(SimCommandLine, UsageErrorsEndWithStatusTwo) {
   }
 }
 
-TEST_F(SimCommandLine, AFileWithoutReadPermissionSaysSo) {
-  if (::geteuid() == 0) GTEST_SKIP() << "root reads a file whatever its permissions say";
-  write("locked.scn", "echo x\n");
-  fs::permissions(dir_ / "locked.scn", fs::perms::none);
-  const SimRun run = sim("locked.scn");
-  EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.err, "hubstore-sim: cannot read 'locked.scn': Permission denied\n");
-}
-
-TEST_F(SimCommandLine, HelpAndTheCommandReference) {
+TEST_F(SimCommandLine, HelpIsTheUsageAndTheListOfCommands) {
   const SimRun help = sim("--help");
   EXPECT_EQ(help.status, 0);
   EXPECT_EQ(help.out.rfind("usage: hubstore-sim", 0), 0u);
+  EXPECT_TRUE(help.out.ends_with(hubstore::sim::commandList()));
   EXPECT_EQ(sim("-h").out, help.out);
-  // The list of commands, one line each, ends the text.
-  EXPECT_EQ(help.out.substr(help.out.size() - hubstore::sim::commandList().size()), hubstore::sim::commandList());
-
-  const SimRun when = sim("help when");
-  EXPECT_EQ(when.status, 0);
-  EXPECT_EQ(when.out, hubstore::sim::commandHelp(*hubstore::sim::findVerb("when")));
-  EXPECT_EQ(when.out.rfind("when M HOOK G|* COMMAND ...\n", 0), 0u) << when.out;
-  EXPECT_EQ(sim("help").out, hubstore::sim::commandList());
-}
-
-TEST_F(SimCommandLine, VexTraceNamesEachItemThatEnablesNothingOnceAndAppliesTheRest) {
-  write("a.scn", kWorld + "group g1 m1\n");
-  // The library passes over the bad item and applies the good one.
-  const SimRun mixed = sim("a.scn", "", "Ferrolink/x Ferrolink/5 Frolink/5");
-  EXPECT_EQ(mixed.status, 0);
-  EXPECT_EQ(mixed.out, kGroupTraces);
-  EXPECT_EQ(std::count(mixed.err.begin(), mixed.err.end(), '\n'), 1) << mixed.err;
-  EXPECT_NE(mixed.err.find("'Ferrolink/x' (LEVELS"), std::string::npos) << mixed.err;
-  EXPECT_NE(mixed.err.find("'Frolink/5' (no facility Frolink)"), std::string::npos) << mixed.err;
-}
-
-TEST_F(SimCommandLine, JsonPrintsOneObjectPerLineWithItsKindAndFields) {
-  write("a.scn", kWorld +
-                     "echo \"say \\\"hi\\\"\" back\\slash\ntrace 5\ngroup g1 m1\ntrace off\n"
-                     "systemStatus 00:1C:73:00:00:01 g1=mounting\nmounter d default\ngroup g1 d\n"
-                     "serviceDel\nrecordDel controller/mount/config/service/agentB\n"
-                     "recordDel controller/publish/config/service/agentB\ndump\nhelp quit\n");
-  const SimRun run = sim("--json a.scn");
-  EXPECT_EQ(run.status, 0) << run.err;
-  std::string help;
-  std::istringstream entry(hubstore::sim::commandHelp(*hubstore::sim::findVerb("quit")));
-  for (std::string line; std::getline(entry, line);) help += R"({"kind":"help","line":")" + line + "\"}\n";
-  EXPECT_EQ(run.out,
-            R"({"kind":"echo","text":"say \"hi\" back\\slash"})" "\n"
-            R"({"kind":"trace","level":5,"text":"doCheckMountAndPublishStatus g1 not complete"})" "\n"
-            R"({"kind":"trace","level":5,"text":"handleInitialMountsComplete: no CSMG for group g1"})" "\n"
-            R"({"kind":"hook","mounter":"m1","hook":"doHandleControllerMountState","group":"g1",)"
-            R"("system":"00:1c:73:00:00:01","state":"mounting"})" "\n"
-            R"({"kind":"error","type":"Vex::MutatorReinstantiatingException","message":"cannot reinstantiate )"
-            R"(serviceMountGroup[g1]: attribute mounter (272) is hubstore::sim::RecordingMounter#1, )"
-            R"(new value Controller::HubstoreServiceMounter#1"})" "\n"
-            R"({"kind":"dump","line":"dump begin"})" "\n"
-            R"({"kind":"dump","line":"mountConfig = none"})" "\n"
-            R"({"kind":"dump","line":"publishConfig = none"})" "\n"
-            R"({"kind":"dump","line":"dump end"})" "\n" + help);
-
-  // A hook that names only its group, and --quiet keeping the error lines.
-  write("b.scn", kClosableGroup + "groupClosed g1 true\nmounter d default\ngroup g1 d\n");
-  const SimRun quiet = sim("--json --quiet b.scn");
-  EXPECT_EQ(quiet.out.rfind(R"({"kind":"error","type":"Vex::MutatorReinstantiatingException",)", 0), 0u) << quiet.out;
-  EXPECT_EQ(sim("--json b.scn").out.rfind(R"({"kind":"hook","mounter":"m1","hook":"doMountsComplete","group":"g1"})"
-                                          "\n", 0),
-            0u);
-}
-
-TEST_F(SimCommandLine, ARepeatNamesTheCommandOfItsOwnThatFailedOrAsserted) {
-  // Bad braces are syntax errors: nothing runs.
-  write("a.scn", "echo first\nrepeat 300 allowedSwitch l 00:1c:73:00:00:{i:xx} true\n");
-  const SimRun syntax = sim("a.scn");
-  EXPECT_EQ(syntax.status, 2);
-  EXPECT_EQ(syntax.out, "");
-  EXPECT_EQ(syntax.err, "a.scn:2: error: '{i:xx}' holds numbers up to 255, and i goes up to 299\n");
-
-  write("b.scn", kWorld + "mounter m2 counting\ngroup g1 m2\nrepeat 1..2 systemStatus 00:1c:73:00:00:0{i} g1=mounting\n"
-                          "repeat g=1..2 mountState 00:1c:73:00:00:0{g} g{g} mounted\necho not run\n");
-  const SimRun failed = sim("b.scn");
-  EXPECT_EQ(failed.status, 1);
-  EXPECT_EQ(failed.out, "");  // a counting mounter
-  EXPECT_EQ(failed.err,
-            "b.scn:8: error: in 'mountState 00:1c:73:00:00:02 g2 mounted' (g=2): switch status 00:1c:73:00:00:02 "
-            "has no group status g2\n");
-
-  // A hook's command that a repeated `when` gave names its values too.
-  write("d.scn", kClosableGroup + "repeat 2 when m1 doMountsComplete g1 groupDel x{i}\ngroupClosed g1 true\n");
-  EXPECT_EQ(sim("d.scn").err,
-            "d.scn:9: error: in 'groupDel x0' (i=0): unknown group x0\n"
-            "d.scn:9: error: in 'groupDel x1' (i=1): unknown group x1\n");
-
-  write("c.scn", "agent agentB\nmounter m1\nrepeat 2 records\nrepeat 1 recordDel controller/status\n"
-                 "repeat 2..3 service svc{i}\n");
-  const SimRun aborted = sim("c.scn");
-  EXPECT_EQ(aborted.status, -1);
-  EXPECT_EQ(aborted.err.substr(0, aborted.err.find('\n') + 1), "c.scn:5: while running: service svc2\n");
-}
-
-TEST_F(SimCommandLine, HookCountsSumACountingMounterInTheTranscriptAndInJson) {
-  write("a.scn", kWorld + "mounter m2 counting\ngroup g1 m2\ngroup g2 m1\n"
-                          "repeat 1..3 systemStatus 00:1c:73:00:00:0{i} g{1..2}=mounting\n"
-                          "mountState 00:1c:73:00:00:01 g1 failed\nhookCounts m2\n");
-  const SimRun run = sim("a.scn");
-  EXPECT_EQ(run.status, 0) << run.err;
-  EXPECT_EQ(run.out.find("hook m2"), std::string::npos) << run.out;
-  EXPECT_EQ(run.out.substr(run.out.find("hookCounts")),
-            "hookCounts m2 doHandleControllerMountState 4: unknown 0, mounting 3, mounted 0, unmounted 0, failed 1\n");
-  const std::string json = sim("--json a.scn").out;
-  EXPECT_EQ(json.substr(json.find(R"({"kind":"hookCounts")")),
-            R"({"kind":"hookCounts","mounter":"m2","hook":"doHandleControllerMountState","calls":4,"unknown":0,)"
-            R"("mounting":3,"mounted":0,"unmounted":0,"failed":1})" "\n");
-  write("b.scn", kWorld + "mounter d default\nhookCounts d\n");
-  EXPECT_EQ(sim("b.scn").err, "b.scn:6: error: mounter d is a default mounter: it counts no hook calls\n");
 }
 
 // What a terminal shows of a session: the sim runs with no file on a
@@ -364,23 +313,23 @@ const std::string kGreeting =
     "hubstore-sim " HUBSTORE_VERSION_STRING ": type a command, 'help' for the list, 'quit' or Ctrl-D to end\n";
 const std::string kPrompt = "hubstore-sim> ";
 
-TEST(SimAtATerminal, RunsEachCommandAsTypedAndAnErrorDoesNotEndTheSession) {
-  const TerminalSession session =
-      onTerminal("agent agentB\necho hello\nfrobnicate\ngroupDel g9\nhelp whenDel\n"
-                 "records\nmounter m1\nservice svcA\ngroup g1 m1\nsystemStatus 00:1c:73:00:00:01 g1=mounted\n\x04");
-  EXPECT_EQ(session.status, 0);
-  EXPECT_EQ(session.screen,
-            kGreeting + kPrompt + kPrompt + "# hello\n" + kPrompt + "<stdin>:3: error: unknown command 'frobnicate'\n" +
-                kPrompt + "<stdin>:4: error: no service (create one with 'service NAME')\n" + kPrompt +
-                hubstore::sim::commandHelp(*hubstore::sim::findVerb("whenDel")) + kPrompt + kPrompt + kPrompt +
-                kPrompt + kPrompt + "hook m1 doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted\n" + kPrompt +
-                "\n");
-}
-
-TEST(SimAtATerminal, QuitEndsTheSessionAndWhatFollowsIsNotRun) {
-  const TerminalSession session = onTerminal("echo one\nquit\necho two\n");
-  EXPECT_EQ(session.status, 0);
-  EXPECT_EQ(session.screen, kGreeting + kPrompt + "# one\n" + kPrompt);
+// Ctrl-D ends a session on a line of its own, quit right away; an error
+// does not end it.
+TEST(SimAtATerminal, RunsEachCommandAsTypedUntilTheEnd) {
+  const std::pair<std::string, std::string> sessions[] = {
+      {"agent agentB\necho hello\nfrobnicate\ngroupDel g9\nhelp whenDel\n"
+       "records\nmounter m1\nservice svcA\ngroup g1 m1\nsystemStatus 00:1c:73:00:00:01 g1=mounted\n\x04",
+       kGreeting + kPrompt + kPrompt + "# hello\n" + kPrompt + "<stdin>:3: error: unknown command 'frobnicate'\n" +
+           kPrompt + "<stdin>:4: error: no service (create one with 'service NAME')\n" + kPrompt +
+           hubstore::sim::commandHelp(*hubstore::sim::findVerb("whenDel")) + kPrompt + kPrompt + kPrompt + kPrompt +
+           kPrompt + "hook m1 doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted\n" + kPrompt + "\n"},
+      {"echo one\nquit\necho two\n", kGreeting + kPrompt + "# one\n" + kPrompt},
+  };
+  for (const auto& [typed, screen] : sessions) {
+    const TerminalSession session = onTerminal(typed);
+    EXPECT_EQ(session.status, 0) << typed;
+    EXPECT_EQ(session.screen, screen);
+  }
 }
 
 }  // namespace

@@ -77,10 +77,5 @@ TEST(VerbTable, TheSideAVerbWritesAndWhetherAHookMayRunItFollowItsSection) {
   }
 }
 
-TEST(CommandReference, WrappingBreaksAtBlanksAndLetsALongWordStandAlone) {
-  EXPECT_EQ(wrapText("aa bb  cc dddddddddd e", 8, "> "), "> aa bb\n> cc\n> dddddddddd\n> e\n");
-  EXPECT_EQ(wrapText("  ", 8, "> "), "");
-}
-
 }  // namespace
 }  // namespace hubstore::sim
