@@ -74,7 +74,7 @@ VerbSection Simulator::agentVerbs() {
        .run =
            [](Simulator& sim, const Command&) {
              sim.service();
-             sim.service_ = nullptr;
+             sim.releaseService();
            },
        .hookMayRun = true},
       {.name = "closed",

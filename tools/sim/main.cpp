@@ -78,7 +78,8 @@ constexpr std::string_view kHelp =
     "                  opens a lane per switch, hovering shows the step's line.\n"
     "                  Written when the run ends, not after a failed assertion\n"
     "  --metrics FILE  write the service's and the store's numbers, in the\n"
-    "                  Prometheus text format, to FILE when the run ends; the\n"
+    "                  Prometheus text format, to FILE when the run ends (a\n"
+    "                  service the run released: as it stood just before); the\n"
     "                  hooks are timed for it (the `metrics` command prints them)\n"
     "  --store URL     keep the records in a Redis database shared with other\n"
     "                  processes: redis://[user:password@]host:port[/db],\n"
@@ -330,6 +331,7 @@ int main(int argc, char** argv) {
   Simulator simulator(out);
   if (options.traceLevels) simulator.traceLevelsIs(*options.traceLevels);
   if (options.timeline) simulator.timelineIs(&timeline);
+  simulator.releasedServiceMetricsKeptIs(options.metrics.has_value());
 #ifdef HUBSTORE_SIM_REDIS
   simulator.storeIs(store.get());
 #endif
@@ -360,7 +362,7 @@ int main(int argc, char** argv) {
 #endif
   // After --follow too, so that the numbers are the run's last.
   if (options.metrics) {
-    metrics << simulator.metricsText();
+    metrics << simulator.lastMetricsText();
     metrics.close();
     if (!metrics) {
       std::fprintf(stderr, "hubstore-sim: cannot write '%s'\n", options.metrics->c_str());

@@ -195,6 +195,16 @@ std::string Simulator::metricsText() const {
   return service_ ? service_->metricsText() : std::string();
 }
 
+std::string Simulator::lastMetricsText() const {
+  if (service_) return metricsText();
+  return releasedServiceMetrics_ + (store_ ? store_->metricsText(nullptr) : std::string());
+}
+
+void Simulator::releaseService() {
+  if (releasedServiceMetricsKept_ && service_) releasedServiceMetrics_ = service_->metricsText();
+  service_ = nullptr;
+}
+
 Controller::HubstoreService& Simulator::service() const {
   if (!service_) throw ScenarioError("no service (create one with 'service NAME')");
   return *service_;

@@ -114,6 +114,12 @@ class Simulator {
   // The service's numbers (when there is one) and the store's (with --store)
   // in the Prometheus text format.
   std::string metricsText() const;
+  // The numbers a run ends with, for --metrics: those of metricsText(), or,
+  // when the run released its service, the service's as they stood just
+  // before the release (kept from the time releasedServiceMetricsKeptIs(true)
+  // is called), with the store's.
+  std::string lastMetricsText() const;
+  void releasedServiceMetricsKeptIs(bool kept) { releasedServiceMetricsKept_ = kept; }
   Mirra::EntityManager& entityManager() const { return *em_; }
 
  private:
@@ -127,6 +133,8 @@ class Simulator {
   template <class Work>
   void printingExceptions(Work work);
   void placeRecord(const Vex::String& path, const Vex::Ptr<Vex::Entity>& record);
+  // Drops the agent's reference to the service (serviceDel, restart).
+  void releaseService();
   // Runs a command's verb; everything it throws leaves.
   void dispatch(const Command& command);
   // Runs a command for a hook (the recording mounters' runner).
@@ -156,6 +164,8 @@ class Simulator {
   Vex::String mountStatusPath_;
   std::map<std::string, Vex::Ptr<Controller::HubstoreServiceMounter>> mounters_;
   Vex::Ptr<Controller::HubstoreService> service_;
+  bool releasedServiceMetricsKept_ = false;
+  std::string releasedServiceMetrics_;
 
   Timeline* timeline_ = nullptr;
   std::FILE* errors_ = stderr;

@@ -153,7 +153,7 @@ VerbSection Simulator::worldVerbs() {
              const ConfigDump::Snapshot snapshot = config.snapshot();
              {
                Output::Muted muted(sim.out_);
-               sim.service_ = nullptr;
+               sim.releaseService();
              }
              config.restore(snapshot);
            },
