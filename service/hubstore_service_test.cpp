@@ -179,6 +179,60 @@ TEST_F(Lifetime, APerSwitchMachineHeldPastItsGroupStopsFollowingItsMount) {
   EXPECT_EQ(publishConfig->publishGroupConfigMembers().count(), 0u);
 }
 
+// A hook releases the service on each road a report takes: the report ends
+// there, and the configuration the service wrote is withdrawn.
+struct ReleasingHook;
+struct Road {
+  const char* name;
+  std::vector<void (ReleasingHook::*)()> ready;
+  void (ReleasingHook::*trigger)();
+  std::function<void()> RecordingMounter::*hook;
+  Log heard;
+};
+
+struct ReleasingHook : Lifetime, ::testing::WithParamInterface<Road> {
+  void pathPrefix() { mountStatus->mountedPathPrefixIs("/r", "/mnt/r"); }
+  void published() { publishStatus->publishGroupStatusIs("g1")->publishStatusIs("/db/p"); }
+  void closed() { service->serviceMountGroup("g1")->closedIs(true); }
+  void initialMounts() { mountStatus->initialMountsCompleteIs("g1", true); }
+  void secondGroup() { service->serviceMountGroupIs("g2", mounter); }
+  void firstReport() {
+    auto record = SystemStatus::SystemStatusIs("00:1c:73:00:00:01");
+    for (const char* name : {"g1", "g2"}) record->serviceMountGroupStatusIs(name, mountStateMounted);
+    mountStatus->systemStatusIs(record);
+  }
+};
+
+TEST_P(ReleasingHook, EndsTheReportAndWithdrawsTheConfiguration) {
+  const Road& road = GetParam();
+  for (auto step : road.ready) (this->*step)();
+  hooks.clear();
+  mounter.get()->*road.hook = [this] { service = nullptr; };
+  group = nullptr;  // the service holds the only reference
+  (this->*road.trigger)();
+  EXPECT_EQ(service, nullptr);
+  EXPECT_EQ(hooks, road.heard);
+  expectWithdrawn();
+}
+
+using R = ReleasingHook;
+const Log kMountsComplete{"doMountsComplete g1"};
+INSTANTIATE_TEST_SUITE_P(
+    Roads, ReleasingHook,
+    ::testing::Values(
+        Road{"Closing", {&R::pathPrefix, &R::published}, &R::closed, &RecordingMounter::onMountsComplete,
+             kMountsComplete},
+        Road{"PathPrefix", {&R::published, &R::closed}, &R::pathPrefix, &RecordingMounter::onMountsComplete,
+             kMountsComplete},
+        Road{"PublishStatus", {&R::pathPrefix, &R::closed}, &R::published, &RecordingMounter::onMountsComplete,
+             kMountsComplete},
+        Road{"InitialMounts", {&R::pathPrefix, &R::published, &R::initialMounts}, &R::closed,
+             &RecordingMounter::onInitialSwitchMountsComplete,
+             {"doMountsComplete g1", "doInitialSwitchMountsComplete g1"}},
+        Road{"FirstReport", {&R::secondGroup}, &R::firstReport, &RecordingMounter::onMountState,
+             {"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted"}}),
+    [](const ::testing::TestParamInfo<Road>& info) { return std::string(info.param.name); });
+
 // A fleet whose switches reported before the agent started: two switches
 // written out of order, one status of a group the agent no longer declares,
 // and a switch name that is not an Ethernet address.
