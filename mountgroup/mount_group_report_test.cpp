@@ -141,10 +141,13 @@ TEST_F(Report, AGroupTheServiceLetGoTellsNobodyAndAnOrphanNeverCompletes) {
   mountStatus->systemStatusIs("00:00:00:00:00:01")->serviceMountGroupStatusIs("g1", mountStateMounted);
   close();
   service->serviceMountGroupDel("g1");
+  hooks.clear();
+  group->doCheckMountAndPublishStatus();
   MountGroupReport report = group->completionReport();
   EXPECT_TRUE(report.complete());
   EXPECT_FALSE(report.heldByService);
   EXPECT_FALSE(report.toldToMounter());
+  EXPECT_EQ(hooks, Log{}) << "the check, too, tells nobody";
   EXPECT_EQ(report.summary(), "group g1: complete; not held by its service, nobody is told");
 
   service = nullptr;
