@@ -69,6 +69,11 @@ TEST_F(Service, CollectionsAreIdempotentPerKey) {
   EXPECT_FALSE(service->serviceMountGroupDel("nope"));
   EXPECT_EQ(service->serviceMountGroupDel("g2"), unmounted);
   EXPECT_FALSE(service->serviceMountGroup("g2"));
+  traceOn("8");
+  service = nullptr;
+  // The lists in their collections' order, then the group the agent still holds.
+  EXPECT_EQ(traces(), (Log{"8 HubstoreService::doCleanup", "8 SwitchWhiteList::doCleanup x",
+                           "8 VersionWhiteList::doCleanup v", "8 HubstoreServiceMountGroup::doCleanup g2"}));
 }
 
 TEST_F(Service, NotificationStateReachesEveryMemberAndTheStatusMachineCanBeReplaced) {
