@@ -17,9 +17,10 @@ using Service = World;
 // Pinned end to end by the scenarios: stamping the records, the traces of
 // initialization and closing, and the removal of stale configuration (world,
 // service_close); hooks that throw or remove their switch in its first
-// report (hooks_*); reports the agent asks for (report_mount_states). What closing, or releasing the service without
-// closing it, leaves in the configuration is held against a reference model
-// by close_model_check (tests/model).
+// report (hooks_*); reports the agent asks for (report_mount_states). What
+// closing, or releasing the service without closing it, leaves in the
+// configuration is held against a reference model by close_model_check
+// (tests/model).
 
 using ServiceDeathTest = World;
 
