@@ -194,6 +194,7 @@ struct Road {
   std::function<void()> RecordingMounter::*hook;
   Log heard;
 };
+void PrintTo(const Road& road, std::ostream* out) { *out << road.name; }
 
 struct ReleasingHook : Lifetime, ::testing::WithParamInterface<Road> {
   void pathPrefix() { mountStatus->mountedPathPrefixIs("/r", "/mnt/r"); }
