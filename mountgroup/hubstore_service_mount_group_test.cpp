@@ -155,16 +155,6 @@ TEST_F(MountGroup, WholeCollectionHandlersRewriteEveryEntrysConfig) {
                            "8 handlePerSwitchPublishMountActive type:D"}));
 }
 
-TEST_F(MountGroup, ACompleteGroupWithoutMounterDoesNotTellTheStatusMachine) {
-  groupIs(nullptr);
-  mountStatus->initialMountsCompleteIs("g1", true);
-  publishStatus->publishGroupStatusIs("g1");
-  traceOn("5,8");
-  close();
-  EXPECT_EQ(count("5 doCheckMountAndPublishStatus : no mounter"), 1);
-  EXPECT_EQ(count("8 ServiceMountStatusSm::handleInitialMountsComplete g1"), 0);
-}
-
 TEST_F(MountGroup, AThrowingHookLeavesTheGroupClosedToReportAgain) {
   groupIs(mounter);
   mountStatus->initialMountsCompleteIs("g1", true);

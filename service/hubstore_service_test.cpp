@@ -16,11 +16,11 @@ using Service = World;
 
 // Pinned end to end by the scenarios: stamping the records, the traces of
 // initialization and closing, and the removal of stale configuration (world,
-// service_close); hooks that release the service on each road, or throw or
-// remove their switch in its first report (hooks_*); reports the agent asks
-// for (report_mount_states). What closing, or releasing the service without
-// closing it, leaves in the configuration is held against a reference model
-// by close_model_check (tests/model).
+// service_close); hooks that throw or remove their switch in its first
+// report (hooks_*); reports the agent asks for (report_mount_states). What
+// closing, or releasing the service without closing it, leaves in the
+// configuration is held against a reference model by close_model_check
+// (tests/model).
 
 using ServiceDeathTest = World;
 
@@ -70,6 +70,11 @@ TEST_F(Service, CollectionsAreIdempotentPerKey) {
   EXPECT_FALSE(service->serviceMountGroupDel("nope"));
   EXPECT_EQ(service->serviceMountGroupDel("g2"), unmounted);
   EXPECT_FALSE(service->serviceMountGroup("g2"));
+  traceOn("8");
+  service = nullptr;
+  // The lists in their collections' order, then the group the agent still holds.
+  EXPECT_EQ(traces(), (Log{"8 HubstoreService::doCleanup", "8 SwitchWhiteList::doCleanup x",
+                           "8 VersionWhiteList::doCleanup v", "8 HubstoreServiceMountGroup::doCleanup g2"}));
 }
 
 TEST_F(Service, NotificationStateReachesEveryMemberAndTheStatusMachineCanBeReplaced) {
@@ -178,6 +183,61 @@ TEST_F(Lifetime, APerSwitchMachineHeldPastItsGroupStopsFollowingItsMount) {
   EXPECT_EQ(traces(), (Log{"8 PerSwitchPublishMountSm::handlePerSwitchPublishMountActive path: /db/d"}));
   EXPECT_EQ(publishConfig->publishGroupConfigMembers().count(), 0u);
 }
+
+// A hook releases the service on each road a report takes: the report ends
+// there, and the configuration the service wrote is withdrawn.
+struct ReleasingHook;
+struct Road {
+  const char* name;
+  std::vector<void (ReleasingHook::*)()> ready;
+  void (ReleasingHook::*trigger)();
+  std::function<void()> RecordingMounter::*hook;
+  Log heard;
+};
+void PrintTo(const Road& road, std::ostream* out) { *out << road.name; }
+
+struct ReleasingHook : Lifetime, ::testing::WithParamInterface<Road> {
+  void pathPrefix() { mountStatus->mountedPathPrefixIs("/r", "/mnt/r"); }
+  void published() { publishStatus->publishGroupStatusIs("g1")->publishStatusIs("/db/p"); }
+  void closed() { service->serviceMountGroup("g1")->closedIs(true); }
+  void initialMounts() { mountStatus->initialMountsCompleteIs("g1", true); }
+  void secondGroup() { service->serviceMountGroupIs("g2", mounter); }
+  void firstReport() {
+    auto record = SystemStatus::SystemStatusIs("00:1c:73:00:00:01");
+    for (const char* name : {"g1", "g2"}) record->serviceMountGroupStatusIs(name, mountStateMounted);
+    mountStatus->systemStatusIs(record);
+  }
+};
+
+TEST_P(ReleasingHook, EndsTheReportAndWithdrawsTheConfiguration) {
+  const Road& road = GetParam();
+  for (auto step : road.ready) (this->*step)();
+  hooks.clear();
+  mounter.get()->*road.hook = [this] { service = nullptr; };
+  group = nullptr;  // the service holds the only reference
+  (this->*road.trigger)();
+  EXPECT_EQ(service, nullptr);
+  EXPECT_EQ(hooks, road.heard);
+  expectWithdrawn();
+}
+
+using R = ReleasingHook;
+const Log kMountsComplete{"doMountsComplete g1"};
+INSTANTIATE_TEST_SUITE_P(
+    Roads, ReleasingHook,
+    ::testing::Values(
+        Road{"Closing", {&R::pathPrefix, &R::published}, &R::closed, &RecordingMounter::onMountsComplete,
+             kMountsComplete},
+        Road{"PathPrefix", {&R::published, &R::closed}, &R::pathPrefix, &RecordingMounter::onMountsComplete,
+             kMountsComplete},
+        Road{"PublishStatus", {&R::pathPrefix, &R::closed}, &R::published, &RecordingMounter::onMountsComplete,
+             kMountsComplete},
+        Road{"InitialMounts", {&R::pathPrefix, &R::published, &R::initialMounts}, &R::closed,
+             &RecordingMounter::onInitialSwitchMountsComplete,
+             {"doMountsComplete g1", "doInitialSwitchMountsComplete g1"}},
+        Road{"FirstReport", {&R::secondGroup}, &R::firstReport, &RecordingMounter::onMountState,
+             {"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted"}}),
+    [](const ::testing::TestParamInfo<Road>& info) { return std::string(info.param.name); });
 
 // A fleet whose switches reported before the agent started: two switches
 // written out of order, one status of a group the agent no longer declares,

@@ -56,7 +56,9 @@ TEST_F(SystemStatusSmTest, RepointedSwitchReactorBringsTheGroupReactorsInLineSil
   // The machine's own reactor is not reachable from outside; a second one
   // over the same machine runs the same code.
   auto reactor = Vex::make<SystemStatusSm::VexSystemStatus>(machine.get());
+  const auto replaced = machine->serviceMountGroupStatus("g2");  // held past its replacement
   reactor->notifierIs(other);
+  record->serviceMountGroupStatusIs("g2")->mountStateIs(mountStateFailed);  // heard by the retired reactor only
   Log groups;
   for (auto it = machine->serviceMountGroupStatusMembers().begin(); it != nullptr; ++it) {
     groups.push_back(it.key().stdString());
