@@ -90,6 +90,11 @@ Members collectionsOf(const Vex::Entity& e) {
   return {};
 }
 
+bool isConfigRecord(const Vex::Entity& e) {
+  return as<ServiceMountConfig>(e) || as<ServicePublishConfig>(e) || as<ServiceMountGroupConfig>(e) ||
+         as<ServicePublishGroupConfig>(e);
+}
+
 std::string text(bool value) { return value ? "true" : "false"; }
 
 bool isPlainKey(std::string_view key) {

@@ -22,10 +22,12 @@ using replies::text;
 // and the commands of the other types, so that a value of another type
 // written where a hash belongs is seen at once: strings ($), lists (l), sets
 // (s), sorted sets (z), streams (t).
+constexpr std::string_view kNeededEventFlags = "Kghxe$lszt";
+
 std::string neededEventFlags(const std::string& current) {
   std::string flags = current;
   const bool all = current.find('A') != std::string::npos;
-  for (char flag : std::string("Kghxe$lszt")) {
+  for (char flag : kNeededEventFlags) {
     if (flag != 'K' && all) continue;
     if (flags.find(flag) == std::string::npos) flags += flag;
   }
@@ -113,7 +115,8 @@ void StoreHandshake::send() {
     if (store_.options_.readOnly) {
       VEX_TRACE(redisStoreTrace, 5) << "RedisStore::keyspaceNotifications off (notify-keyspace-events '"
                                     << std::string_view(current)
-                                    << "' lacks some of 'Kghxe$lszt'), not set by a read-only store: polling";
+                                    << "' lacks some of '" << kNeededEventFlags
+                                    << "'), not set by a read-only store: polling";
       stepDone();
       return;
     }
