@@ -13,6 +13,6 @@ Vex::Ptr<SwitchWhiteList> switchWhiteListFactory(const Vex::String& name, Hubsto
 }
 
 SwitchWhiteList::SwitchWhiteList(const Vex::String& name, HubstoreService* service)
-    : ServiceWhiteList(name, service, service ? &service->switchListLinks_ : nullptr) {}
+    : ServiceWhiteList(name, service, &service->switchListLinks_) {}
 
 }  // namespace Controller

@@ -13,6 +13,6 @@ Vex::Ptr<VersionWhiteList> versionWhiteListFactory(const Vex::String& name, Hubs
 }
 
 VersionWhiteList::VersionWhiteList(const Vex::String& name, HubstoreService* service)
-    : ServiceWhiteList(name, service, service ? &service->versionListLinks_ : nullptr) {}
+    : ServiceWhiteList(name, service, &service->versionListLinks_) {}
 
 }  // namespace Controller

@@ -5,7 +5,7 @@
 ///
 ///     Vex::MetricsText metrics;
 ///     metrics.family("hubstore_hook_calls_total", Vex::MetricsText::counter, "Hook calls, by hook.");
-///     metrics.sample("hubstore_hook_calls_total", {{"hook", "doMountsComplete"}}, 3);
+///     metrics.sample("hubstore_hook_calls_total", {{"hook", "doMountsComplete"}}, std::uint64_t{3});
 ///     std::string text = metrics.text();
 ///       # HELP hubstore_hook_calls_total Hook calls, by hook.
 ///       # TYPE hubstore_hook_calls_total counter

@@ -75,8 +75,6 @@ class OrderedEntries {
     }
     /// Whether the iterator is still on an entry: `it != nullptr` in loops.
     bool operator!=(std::nullptr_t) const { return !done_; }
-    /// Whether the iterator has passed the last entry.
-    bool done() const { return done_; }
 
    private:
     void load(typename Storage::Position at) {
