@@ -287,6 +287,14 @@ TEST_F(LiveFleet, AHookMayReleaseOrThrowMidReport) {
   mounter->onMountState = nullptr;
   service->reportMountStates();
   EXPECT_EQ(hooks, (Log{fleet[2], fleet[2], fleet[3]}));
+
+  // A service released by a hook ends the report there.
+  hooks.clear();
+  traceOn("5");
+  mounter->onMountState = [&] { service = nullptr; };
+  service->reportMountStates();
+  EXPECT_EQ(hooks, (Log{fleet[2]}));
+  EXPECT_EQ(traces(), Log{});
 }
 
 }  // namespace

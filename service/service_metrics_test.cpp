@@ -29,6 +29,7 @@ class ServiceMetricsTest : public testing::World {
 };
 
 TEST_F(ServiceMetricsTest, CountsSwitchesByStateCompletionAndHookCalls) {
+  HookStatistics::of("metrics_counts") = {};  // the counters outlive services, and runs of this test
   const auto service = controller().serviceIs("metrics_counts");
   const auto mounter = Vex::make<testing::RecordingMounter>();
   declare(service, mounter);
@@ -85,6 +86,7 @@ class ThrowingMounter : public HubstoreServiceMounter {
 };
 
 TEST_F(ServiceMetricsTest, HooksThatThrowOrReleaseTheServiceAreCountedAndTimed) {
+  HookStatistics::of("metrics_hooks") = {};
   HookStatistics::timingIs(true);
   auto service = controller().serviceIs("metrics_hooks");
   const auto mounter = Vex::make<ThrowingMounter>();
