@@ -73,12 +73,9 @@ VerbSection Simulator::machineryVerbs() {
        .example = "serviceMountGroupStatusDel 00:1c:73:00:00:01 g1",
        .run =
            [](Simulator& sim, const Command& c) {
-             auto system = sim.systemStatusRecord(c.args[0]);
-             if (!system->serviceMountGroupStatusRaw(Vex::Name(c.args[1]))) {
-               throw ScenarioError("switch status " + c.args[0] + " has no group status " + c.args[1]);
-             }
+             sim.mountGroupStatusRecord(c.args[0], c.args[1]);
              sim.switchTouched(c.args[0]);
-             system->serviceMountGroupStatusDel(Vex::Name(c.args[1]));
+             sim.systemStatusRecord(c.args[0])->serviceMountGroupStatusDel(Vex::Name(c.args[1]));
            },
        .writes = Writes::status,
        .hookMayRun = true},
@@ -91,13 +88,10 @@ VerbSection Simulator::machineryVerbs() {
        .example = "mountState 00:1c:73:00:00:01 g1 mounted",
        .run =
            [](Simulator& sim, const Command& c) {
-             auto system = sim.systemStatusRecord(c.args[0]);
-             const Controller::ServiceMountGroupStatus* group =
-                 system->serviceMountGroupStatusRaw(Vex::Name(c.args[1]));
-             if (!group) throw ScenarioError("switch status " + c.args[0] + " has no group status " + c.args[1]);
-             sim.switchTouched(c.args[0]);
              // Held for the call: a hook may remove the group status.
-             writable(group)->mountStateIs(stateArg(c.args[2]));
+             const auto group = sim.mountGroupStatusRecord(c.args[0], c.args[1]);
+             sim.switchTouched(c.args[0]);
+             group->mountStateIs(stateArg(c.args[2]));
            },
        .writes = Writes::status,
        .hookMayRun = true},
@@ -163,11 +157,8 @@ VerbSection Simulator::machineryVerbs() {
        .example = "publishGroupStatusDel g1",
        .run =
            [](Simulator& sim, const Command& c) {
-             auto status = sim.publishStatusRecord();
-             if (!status->publishGroupStatus(Vex::Name(c.args[0]))) {
-               throw ScenarioError("unknown publish group status " + c.args[0]);
-             }
-             status->publishGroupStatusDel(Vex::Name(c.args[0]));
+             sim.publishGroupStatusRecord(c.args[0]);
+             sim.publishStatusRecord()->publishGroupStatusDel(Vex::Name(c.args[0]));
            },
        .writes = Writes::status,
        .hookMayRun = true},
@@ -180,11 +171,7 @@ VerbSection Simulator::machineryVerbs() {
        .example = "publishStatus g1 /db/routes",
        .run =
            [](Simulator& sim, const Command& c) {
-             auto status = sim.publishStatusRecord();
-             if (!status->publishGroupStatus(Vex::Name(c.args[0]))) {
-               throw ScenarioError("unknown publish group status " + c.args[0]);
-             }
-             status->publishGroupStatusIs(Vex::Name(c.args[0]))->publishStatusIs(Vex::Name(c.args[1]));
+             sim.publishGroupStatusRecord(c.args[0])->publishStatusIs(Vex::Name(c.args[1]));
            },
        .writes = Writes::status,
        .hookMayRun = true},
@@ -195,11 +182,7 @@ VerbSection Simulator::machineryVerbs() {
        .example = "publishStatusDel g1 /db/routes",
        .run =
            [](Simulator& sim, const Command& c) {
-             auto status = sim.publishStatusRecord();
-             if (!status->publishGroupStatus(Vex::Name(c.args[0]))) {
-               throw ScenarioError("unknown publish group status " + c.args[0]);
-             }
-             status->publishGroupStatusIs(Vex::Name(c.args[0]))->publishStatusDel(Vex::Name(c.args[1]));
+             sim.publishGroupStatusRecord(c.args[0])->publishStatusDel(Vex::Name(c.args[1]));
            },
        .writes = Writes::status,
        .hookMayRun = true},

@@ -1,5 +1,6 @@
 #include "tools/sim/output.h"
 
+#include <algorithm>
 #include <string>
 
 namespace hubstore::sim {
@@ -60,6 +61,15 @@ std::string jsonString(std::string_view text) {
   }
   out += '"';
   return out;
+}
+
+void Output::lines(LineKind kind, std::string_view text) {
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find('\n'), text.size());
+    const std::string line(text.substr(0, end));
+    this->line(kind, line, {{"line", line}});
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
 }
 
 void Output::line(LineKind kind, std::string_view text, std::initializer_list<LineField> fields) {

@@ -62,6 +62,8 @@ class Output : public Vex::TraceSink {
   void formatIs(OutputFormat format) { format_ = format; }
 
   void line(LineKind kind, std::string_view text, std::initializer_list<LineField> fields);
+  // Each line of `text` as a line of `kind` whose one field is "line".
+  void lines(LineKind kind, std::string_view text);
   // "error TYPE: MESSAGE" for an exception that left a library call.
   void exceptionLine(std::string_view type, std::string_view message);
   // "trace LEVEL TEXT".

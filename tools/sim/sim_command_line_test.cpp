@@ -119,6 +119,12 @@ TEST_F(SimCommandLine, EachRunPrintsItsLinesAndEndsWithItsStatus) {
                                    "echo still running\n"}},
        "a.scn", "", nullptr, 1, "hook m1 doMountsComplete g1\n# still running\n",
        "a.scn:9: error: unknown group nothing\n"},
+      {"the mount machinery writes only into the statuses it added",
+       {{"a.scn", kWorld + "systemStatus 00:1c:73:00:00:01\nmountState 00:1c:73:00:00:01 g1 mounted\n"},
+        {"b.scn", kWorld + "publishStatus g1 /db/routes\n"}},
+       "a.scn", "", nullptr, 1, "", "a.scn:6: error: switch status 00:1c:73:00:00:01 has no group status g1\n"},
+      {"a publish status goes only into a group's publish status", {}, "b.scn", "", nullptr, 1, "",
+       "b.scn:5: error: unknown publish group status g1\n"},
       {"a folder is not read", {{"a.scn", "echo not run\n"}}, "a.scn folder", "", nullptr, 2, "",
        "hubstore-sim: cannot read 'folder': Is a directory\n"},
       {"a missing file is not read", {}, "a.scn missing.scn", "", nullptr, 2, "",
@@ -241,6 +247,21 @@ TEST_F(SimCommandLine, TheTimelineIsWrittenWhenTheRunEndsAlsoAfterAnError) {
   EXPECT_NE(page.find("[0,6,\"groupDel nothing\"]"), std::string::npos) << "the last step, file 0 line 6";
   EXPECT_EQ(sim("--timeline=page2.html a.scn").status, 1);
   EXPECT_EQ(slurp(dir_ / "page2.html"), page);
+}
+
+TEST_F(SimCommandLine, MetricsAreTheRunsLastAlsoWhenItReleasedItsService) {
+  const std::string g1Mounted = "hubstore_group_switches{service=\"svcA\",group=\"g1\",state=\"mounted\"} 1\n";
+  write("a.scn", kWorld + "group g1 m1\nsystemStatus 00:1c:73:00:00:01 g1=mounted\n");
+  ASSERT_EQ(sim("--metrics live.prom a.scn").status, 0);
+  const std::string live = slurp(dir_ / "live.prom");
+  EXPECT_NE(live.find(g1Mounted), std::string::npos) << live;
+  // Released, then the switch unmounts: the file holds the numbers of the moment of release.
+  write("b.scn", kWorld + "group g1 m1\nsystemStatus 00:1c:73:00:00:01 g1=mounted\nserviceDel\n"
+                           "mountState 00:1c:73:00:00:01 g1 unmounted\n");
+  ASSERT_EQ(sim("--metrics released.prom b.scn").status, 0);
+  // Up to the hooks' durations, which are measured.
+  auto untimed = [](const std::string& text) { return text.substr(0, text.find("# HELP hubstore_hook_duration")); };
+  EXPECT_EQ(untimed(slurp(dir_ / "released.prom")), untimed(live));
 }
 
 TEST_F(SimCommandLine, UsageErrorsEndWithStatusTwo) {

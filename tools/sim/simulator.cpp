@@ -257,6 +257,19 @@ Vex::Ptr<SystemStatus> Simulator::systemStatusRecord(const std::string& system) 
   return writable(found);
 }
 
+Vex::Ptr<Controller::ServiceMountGroupStatus> Simulator::mountGroupStatusRecord(const std::string& system,
+                                                                                const std::string& group) const {
+  const auto* found = systemStatusRecord(system)->serviceMountGroupStatusRaw(Vex::Name(group));
+  if (!found) throw ScenarioError("switch status " + system + " has no group status " + group);
+  return writable(found);
+}
+
+Vex::Ptr<Controller::ServicePublishGroupStatus> Simulator::publishGroupStatusRecord(const std::string& group) const {
+  const auto found = publishStatusRecord()->publishGroupStatus(Vex::Name(group));
+  if (!found) throw ScenarioError("unknown publish group status " + group);
+  return writable(found.get());
+}
+
 void Simulator::placeRecord(const Vex::String& path, const Vex::Ptr<Vex::Entity>& record) {
   store_ ? store_->recordIs(path, record) : em_->entityIs(path, record);
 }

@@ -49,7 +49,9 @@
 
 namespace Controller {
 class HubstoreServiceMountGroup;
+class ServiceMountGroupStatus;
 class ServiceMountStatus;
+class ServicePublishGroupStatus;
 class ServicePublishStatus;
 class SwitchWhiteList;
 class SystemStatus;
@@ -156,6 +158,9 @@ class Simulator {
   Vex::Ptr<Controller::ServiceMountStatus> mountStatusRecord() const;
   Vex::Ptr<Controller::ServicePublishStatus> publishStatusRecord() const;
   Vex::Ptr<Controller::SystemStatus> systemStatusRecord(const std::string& system) const;
+  Vex::Ptr<Controller::ServiceMountGroupStatus> mountGroupStatusRecord(const std::string& system,
+                                                                       const std::string& group) const;
+  Vex::Ptr<Controller::ServicePublishGroupStatus> publishGroupStatusRecord(const std::string& group) const;
 
   Output& out_;
   Vex::Ptr<Mirra::EntityManager> em_;

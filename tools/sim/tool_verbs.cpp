@@ -118,15 +118,8 @@ VerbSection Simulator::toolVerbs() {
            [](Simulator& sim, const Command& c) {
              const std::string text = c.args.empty() ? sim.service().completionReport().text()
                                                      : sim.group(c.args[0])->completionReport().text();
-             auto explainLine = [&sim](const std::string& line) {
-               sim.out_.line(LineKind::Explain, line, {{"line", line}});
-             };
-             explainLine(c.args.empty() ? "explain begin" : "explain begin " + quoteIfNeeded(c.args[0]));
-             for (std::size_t start = 0, end; start < text.size(); start = end + 1) {
-               end = text.find('\n', start);
-               explainLine(text.substr(start, end - start));
-             }
-             explainLine("explain end");
+             const std::string begin = c.args.empty() ? "explain begin" : "explain begin " + quoteIfNeeded(c.args[0]);
+             sim.out_.lines(LineKind::Explain, begin + "\n" + text + "explain end\n");
            },
        .hookMayRun = true},
       {.name = "metrics",
@@ -142,15 +135,7 @@ VerbSection Simulator::toolVerbs() {
        .run =
            [](Simulator& sim, const Command&) {
              const std::string text = sim.metricsText();
-             auto metricsLine = [&sim](const std::string& line) {
-               sim.out_.line(LineKind::Metrics, line, {{"line", line}});
-             };
-             metricsLine("metrics begin");
-             for (std::size_t start = 0, end; start < text.size(); start = end + 1) {
-               end = text.find('\n', start);
-               metricsLine(text.substr(start, end - start));
-             }
-             metricsLine("metrics end");
+             sim.out_.lines(LineKind::Metrics, "metrics begin\n" + text + "metrics end\n");
            }},
       {.name = "hookCounts",
        .words = fixed({{"M"}}),
@@ -210,12 +195,7 @@ VerbSection Simulator::toolVerbs() {
              const Verb* verb = c.args.empty() ? nullptr : findVerb(c.args[0]);
              if (!c.args.empty() && !verb) throw ScenarioError("no help for " + c.args[0]);
              const std::string text = verb ? commandHelp(*verb) : commandList();
-             for (std::size_t start = 0; start < text.size();) {
-               const std::size_t end = text.find('\n', start);
-               const std::string line = text.substr(start, end - start);
-               sim.out_.line(LineKind::Help, line, {{"line", line}});
-               start = end + 1;
-             }
+             sim.out_.lines(LineKind::Help, text);
            }},
       {.name = "quit",
        .words = fixed({}),
