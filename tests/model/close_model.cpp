@@ -191,6 +191,7 @@ void CloseModel::apply(const AgentCall& call) {
         });
       }
       closed_ = true;
+      mount_.warm = true;
       break;
     case AgentCall::reopen:
       closed_ = false;

@@ -12,8 +12,9 @@
 //   model.config(Side::mount).systemFilters.at("L1")   // {}: the list allows nothing
 //
 // What it follows: which group configurations, system and version filters
-// and filter members exist in the mount and the publish configuration. What
-// it leaves out: entries, bindings, flags, hooks.
+// and filter members exist in the mount and the publish configuration, and
+// whether the mount configuration is warm. What it leaves out: entries,
+// bindings, other flags, hooks.
 //
 // Switches are named by spelling; switchSpellings() says which switch (1-3)
 // each spelling is, or none. A list adds and removes a switch by its
@@ -32,6 +33,7 @@ struct ConfigContents {
   std::set<std::string> groups;
   std::map<std::string, std::set<std::string>> systemFilters;
   std::map<std::string, std::set<std::uint32_t>> versionFilters;
+  bool warm = false;  // the mount configuration's; a close sets it
   bool operator==(const ConfigContents&) const = default;
 };
 

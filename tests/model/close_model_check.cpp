@@ -121,6 +121,7 @@ class LibraryWorld {
       const auto config = Vex::ptr_cast<Controller::ServiceMountConfig>(
           sim_.entityManager().getEntity(hubstore::sim::ConfigDump::mountConfigPath("agentB")));
       read(*config, config->mountGroupConfigMembers());
+      contents.warm = config->warm();
     } else {
       const auto config = Vex::ptr_cast<Controller::ServicePublishConfig>(
           sim_.entityManager().getEntity(hubstore::sim::ConfigDump::publishConfigPath("agentB")));
@@ -149,7 +150,7 @@ std::string listed(const std::string& label, const Members& members) {
 }
 
 std::string describe(const ConfigContents& contents) {
-  std::string text = listed("groups", contents.groups);
+  std::string text = listed(contents.warm ? "warm, groups" : "groups", contents.groups);
   for (const auto& [name, members] : contents.systemFilters) text += listed(" systemFilter[" + name + "]", members);
   for (const auto& [name, members] : contents.versionFilters) text += listed(" versionFilter[" + name + "]", members);
   return text;
