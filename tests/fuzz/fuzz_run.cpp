@@ -79,17 +79,11 @@ void FuzzRun::step(const sim::Command& command) {
 
   // Plain values only: a reference held across the command would change
   // what the command releases.
-  std::optional<GroupConfigsOfLiveGroups> closingService;
   std::optional<GroupPublishKeys> closingGroup;
   const bool hadService = static_cast<bool>(sim_->currentService());
-  if (const auto& service = sim_->currentService()) {
-    if (command.verb == "closed" && command.args[0] == "true" && !service->closed()) {
-      closingService = GroupConfigsOfLiveGroups::of(*service);
-    }
-    if (command.verb == "groupClosed" && command.args[1] == "true" && !hooksAct_) {
-      const auto* group = service->serviceMountGroupRaw(Vex::String(command.args[0]));
-      if (group && !group->closed()) closingGroup = GroupPublishKeys::of(*group);
-    }
+  if (hadService && command.verb == "groupClosed" && command.args[1] == "true" && !hooksAct_) {
+    const auto* group = sim_->currentService()->serviceMountGroupRaw(Vex::String(command.args[0]));
+    if (group && !group->closed()) closingGroup = GroupPublishKeys::of(*group);
   }
 
   sim_->run({command}, errors_.get());
@@ -100,7 +94,6 @@ void FuzzRun::step(const sim::Command& command) {
   if (!hadService) configurationEdited_ = false;
   if (service && editsConfiguration(command)) configurationEdited_ = true;
   if (service && !configurationEdited_) check(allowListFilterViolations(*service));
-  if (closingService && service && service->closed()) check(serviceCloseViolations(*service, *closingService));
   if (closingGroup && service) {
     const auto* group = service->serviceMountGroupRaw(Vex::String(command.args[0]));
     if (group && group->closed()) check(groupCloseViolations(*closingGroup, GroupPublishKeys::of(*group)));

@@ -22,7 +22,6 @@
 // aborts, unless it is an open finding, below):
 //   - once a command released the service (serviceDel, restart), none of
 //     its objects is alive;
-//   - after a `closed true` that closed the service, serviceCloseViolations;
 //   - after a `groupClosed G true` that closed the group, groupCloseViolations,
 //     unless a hook may have acted during the close (any `when` so far);
 //   - after every command, allowListFilterViolations, unless the scenario
