@@ -15,8 +15,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <random>
+#include <set>
 #include <string>
-#include <type_traits>
 #include <vector>
 
 #include <hubstore/foundations/framework/type_descriptor.h>
@@ -34,6 +34,8 @@ using hubstore::model::AgentCall;
 using hubstore::model::CloseModel;
 using hubstore::model::ConfigContents;
 using hubstore::model::Side;
+using hubstore::model::switches;
+using hubstore::model::versions;
 
 // std::mt19937_64 gives the same numbers on every platform and standard
 // library; so does taking them modulo n.
@@ -46,22 +48,14 @@ const T& pick(std::mt19937_64& random, const std::vector<T>& items) {
 // The names each kind of call draws from.
 const std::vector<std::string> kNone = {""};
 const std::vector<std::string> kGroups = {"g1", "g2", "g3"};
-const std::vector<std::string> kSwitchLists = {"L1", "L2"};
-const std::vector<std::string> kVersionLists = {"V1", "V2"};
+const std::vector<std::string> kLists[] = {{"L1", "L2"}, {"V1", "V2"}};
 
-bool between(AgentCall::Kind kind, AgentCall::Kind first, AgentCall::Kind last) {
-  return kind >= first && kind <= last;
-}
-
-const std::vector<std::string>& namesFor(AgentCall::Kind kind) {
-  if (kind == AgentCall::group || kind == AgentCall::groupDel || kind == AgentCall::staleGroup) return kGroups;
-  if (between(kind, AgentCall::switchList, AgentCall::allowedSwitchDelAll) || kind == AgentCall::staleSystem) {
-    return kSwitchLists;
+const std::vector<std::string>& namesFor(const AgentCall& call) {
+  if (call.kind == AgentCall::group || call.kind == AgentCall::groupDel || call.kind == AgentCall::staleGroup) {
+    return kGroups;
   }
-  if (between(kind, AgentCall::versionList, AgentCall::allowedVersionDelAll) || kind == AgentCall::staleVersion) {
-    return kVersionLists;
-  }
-  return kNone;
+  const bool listCall = call.kind >= AgentCall::list && call.kind <= AgentCall::entryDelAll;
+  return listCall || call.kind == AgentCall::staleMember ? kLists[call.listKind] : kNone;
 }
 
 // A legal call, drawn so that lists mostly exist when their entries change
@@ -70,12 +64,17 @@ AgentCall randomCall(std::mt19937_64& random, const CloseModel& model) {
   while (true) {
     AgentCall call;
     call.kind = static_cast<AgentCall::Kind>(below(random, AgentCall::reopen + 1));
+    call.listKind = below(random, 2) ? switches : versions;
     call.side = below(random, 2) ? Side::mount : Side::publish;
     call.value = below(random, 4) != 0;
-    call.version = static_cast<std::uint32_t>(below(random, 4));
-    call.switchNumber = static_cast<int>(below(random, 3)) + 1;
-    call.spelling = pick(random, hubstore::model::switchSpellings()).text;
-    call.name = pick(random, namesFor(call.kind));
+    if (call.listKind == versions) {
+      call.key = std::to_string(below(random, 4));
+    } else if (call.kind == AgentCall::staleMember) {
+      call.key = pick(random, hubstore::model::switchSpellings()).text;
+    } else {
+      call.key = hubstore::model::canonicalSpelling(static_cast<int>(below(random, 3)) + 1);
+    }
+    call.name = pick(random, namesFor(call));
     // Fewer endings, so that services live long enough to matter.
     const bool ending = call.kind == AgentCall::serviceDel || call.kind == AgentCall::restart;
     if (ending && below(random, 3) != 0) continue;
@@ -104,15 +103,15 @@ class LibraryWorld {
     auto read = [&](const auto& config, const auto& groupConfigs) {
       for (const auto& [name, group] : groupConfigs.members()) contents.groups.insert(name.stdString());
       for (const auto& [name, filter] : config.systemFilterMembers().members()) {
-        auto& members = contents.systemFilters[name.stdString()];
+        auto& members = contents.filters[switches][name.stdString()];
         for (const auto& [system, included] : filter->includedSystemMembers().entries()) {
           members.insert(system.stdString());
         }
       }
       for (const auto& [name, filter] : config.versionFilterMembers().members()) {
-        auto& members = contents.versionFilters[name.stdString()];
+        auto& members = contents.filters[versions][name.stdString()];
         for (const auto& [version, included] : filter->includedServiceVersionMembers().entries()) {
-          members.insert(version);
+          members.insert(std::to_string(version));
         }
       }
     };
@@ -135,24 +134,16 @@ class LibraryWorld {
   hubstore::sim::Simulator sim_{out_};
 };
 
-template <class Members>
-std::string listed(const std::string& label, const Members& members) {
+std::string listed(const std::string& label, const std::set<std::string>& members) {
   std::string text = label + " {";
-  for (const auto& member : members) {
-    text += ' ';
-    if constexpr (std::is_same_v<std::decay_t<decltype(member)>, std::string>) {
-      text += member;
-    } else {
-      text += std::to_string(member);
-    }
-  }
+  for (const std::string& member : members) text += " " + member;
   return text + " }";
 }
 
 std::string describe(const ConfigContents& contents) {
   std::string text = listed(contents.warm ? "warm, groups" : "groups", contents.groups);
-  for (const auto& [name, members] : contents.systemFilters) text += listed(" systemFilter[" + name + "]", members);
-  for (const auto& [name, members] : contents.versionFilters) text += listed(" versionFilter[" + name + "]", members);
+  for (const auto& [name, members] : contents.filters[switches]) text += listed(" systemFilter[" + name + "]", members);
+  for (const auto& [name, members] : contents.filters[versions]) text += listed(" versionFilter[" + name + "]", members);
   return text;
 }
 
