@@ -28,23 +28,18 @@ void eraseUnless(Set& members, Keep keep) {
   }
 }
 
-// By kind of list: the verbs of the list calls in AgentCall's order, and the
+// By kind of list: the verbs of the list and of its entries, and the
 // filter's place, record type and member attribute.
 struct ListWords {
-  const char* verbs[5];
+  const char* listVerb;
+  const char* entryVerb;
   const char* place;
   const char* type;
   const char* member;
 };
 const ListWords kListWords[] = {
-    {{"switchWhiteList", "switchWhiteListDel", "allowedSwitch", "allowedSwitchDel", "allowedSwitchDelAll"},
-     "systemFilter",
-     "MountFilterSystem",
-     "includedSystem"},
-    {{"versionWhiteList", "versionWhiteListDel", "allowedVersion", "allowedVersionDel", "allowedVersionDelAll"},
-     "versionFilter",
-     "MountFilterServiceVersion",
-     "includedServiceVersion"},
+    {"switchWhiteList", "allowedSwitch", "systemFilter", "MountFilterSystem", "includedSystem"},
+    {"versionWhiteList", "allowedVersion", "versionFilter", "MountFilterServiceVersion", "includedServiceVersion"},
 };
 
 }  // namespace
@@ -62,34 +57,24 @@ const std::vector<SwitchSpelling>& switchSpellings() {
 std::string canonicalSpelling(int switchNumber) { return "00:1c:73:00:00:0" + std::to_string(switchNumber); }
 
 std::string AgentCall::scenarioLines() const {
+  static const char* const kServiceLines[] = {"service svcA", "serviceDel", "restart"};
+  static const char* const kListSuffixes[] = {"", "Del", "", "Del", "DelAll"};
   const bool mount = side == Side::mount;
   const std::string config = mount ? "set mountConfig." : "set publishConfig.";
   const ListWords& words = kListWords[listKind];
   const std::string filter = config + words.place + "[" + name + "]";
-  switch (kind) {
-    case service:
-      return "service svcA";
-    case serviceDel:
-      return "serviceDel";
-    case restart:
-      return "restart";
-    case group:
-      return "group " + name + " none";
-    case groupDel:
-      return "groupDel " + name;
-    case staleGroup:
-      return config + (mount ? "mountGroupConfig[" : "publishGroupConfig[") + name +
-             (mount ? "] = ServiceMountGroupConfig" : "] = ServicePublishGroupConfig");
-    case staleMember:
-      return filter + " = " + words.type + "\n" + filter + "." + words.member + "[" + key + "] = true";
-    case close:
-      return "closed true";
-    case reopen:
-      return "closed false";
-    default:
-      break;
+  if (kind <= restart) return kServiceLines[kind];
+  if (kind == group || kind == groupDel) return kind == group ? "group " + name + " none" : "groupDel " + name;
+  if (kind == close || kind == reopen) return kind == close ? "closed true" : "closed false";
+  if (kind == staleGroup) {
+    return config + (mount ? "mountGroupConfig[" : "publishGroupConfig[") + name +
+           (mount ? "] = ServiceMountGroupConfig" : "] = ServicePublishGroupConfig");
   }
-  const std::string line = std::string(words.verbs[kind - list]) + " " + name;
+  if (kind == staleMember) {
+    return filter + " = " + words.type + "\n" + filter + "." + words.member + "[" + key + "] = true";
+  }
+  const std::string line =
+      (kind < entry ? words.listVerb : words.entryVerb) + std::string(kListSuffixes[kind - list]) + " " + name;
   if (kind == entry) return line + " " + key + (value ? " true" : " false");
   return kind == entryDel ? line + " " + key : line;
 }

@@ -142,8 +142,11 @@ std::string listed(const std::string& label, const std::set<std::string>& member
 
 std::string describe(const ConfigContents& contents) {
   std::string text = listed(contents.warm ? "warm, groups" : "groups", contents.groups);
-  for (const auto& [name, members] : contents.filters[switches]) text += listed(" systemFilter[" + name + "]", members);
-  for (const auto& [name, members] : contents.filters[versions]) text += listed(" versionFilter[" + name + "]", members);
+  for (const auto kind : {switches, versions}) {
+    for (const auto& [name, members] : contents.filters[kind]) {
+      text += listed(std::string(kind == switches ? " systemFilter[" : " versionFilter[") + name + "]", members);
+    }
+  }
   return text;
 }
 
