@@ -45,18 +45,9 @@ const T& pick(std::mt19937_64& random, const std::vector<T>& items) {
   return items[below(random, items.size())];
 }
 
-// The names each kind of call draws from.
-const std::vector<std::string> kNone = {""};
+// The names the calls draw from: groups, and lists of each kind.
 const std::vector<std::string> kGroups = {"g1", "g2", "g3"};
 const std::vector<std::string> kLists[] = {{"L1", "L2"}, {"V1", "V2"}};
-
-const std::vector<std::string>& namesFor(const AgentCall& call) {
-  if (call.kind == AgentCall::group || call.kind == AgentCall::groupDel || call.kind == AgentCall::staleGroup) {
-    return kGroups;
-  }
-  const bool listCall = call.kind >= AgentCall::list && call.kind <= AgentCall::entryDelAll;
-  return listCall || call.kind == AgentCall::staleMember ? kLists[call.listKind] : kNone;
-}
 
 // A legal call, drawn so that lists mostly exist when their entries change
 // and a sequence closes its service several times.
@@ -67,14 +58,14 @@ AgentCall randomCall(std::mt19937_64& random, const CloseModel& model) {
     call.listKind = below(random, 2) ? switches : versions;
     call.side = below(random, 2) ? Side::mount : Side::publish;
     call.value = below(random, 4) != 0;
-    if (call.listKind == versions) {
-      call.key = std::to_string(below(random, 4));
-    } else if (call.kind == AgentCall::staleMember) {
-      call.key = pick(random, hubstore::model::switchSpellings()).text;
-    } else {
-      call.key = hubstore::model::canonicalSpelling(static_cast<int>(below(random, 3)) + 1);
-    }
-    call.name = pick(random, namesFor(call));
+    // A list writes a switch in its canonical spelling; stale state may hold any.
+    const std::string spelling = pick(random, hubstore::model::switchSpellings()).text;
+    const std::string canonical = hubstore::model::canonicalSpelling(static_cast<int>(below(random, 3)) + 1);
+    const std::string version = std::to_string(below(random, 4));
+    call.key = call.listKind == versions ? version : call.kind == AgentCall::staleMember ? spelling : canonical;
+    const bool groupCall =
+        call.kind == AgentCall::group || call.kind == AgentCall::groupDel || call.kind == AgentCall::staleGroup;
+    call.name = pick(random, groupCall ? kGroups : kLists[call.listKind]);
     // Fewer endings, so that services live long enough to matter.
     const bool ending = call.kind == AgentCall::serviceDel || call.kind == AgentCall::restart;
     if (ending && below(random, 3) != 0) continue;
