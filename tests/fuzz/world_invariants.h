@@ -14,8 +14,8 @@
 #include <string>
 #include <vector>
 
-#include <hubstore/foundations/framework/string.h>
 #include <hubstore/foundations/platform/entity_manager.h>
+#include <hubstore/foundations/framework/string.h>
 #include <hubstore/service/hubstore_service.h>
 
 namespace hubstore::fuzz {

@@ -1,4 +1,4 @@
-// Holds the library against the reference model of tests/close_model.h:
+// Holds the library against the reference model of close_model.h:
 // random sequences of agent calls (groups, allow-lists and their entries,
 // deletions, restarts with stale state left behind, service closes) run both
 // in the model and against the library (through hubstore-sim, as the lines
