@@ -1,6 +1,7 @@
 #include "tests/fuzz/command_alphabet.h"
 
 #include <algorithm>
+#include <cctype>
 #include <map>
 #include <set>
 #include <sstream>
@@ -21,29 +22,17 @@ struct Kind {
   std::vector<std::string_view> alternatives;
 };
 
-// The alphabet's placeholder for each word of the verb table's synopses.
-const std::map<std::string_view, std::string_view, std::less<>>& placeholders() {
-  static const std::map<std::string_view, std::string_view, std::less<>> table = {
-      {"G", "{group}"}, {"SYS", "{sys}"}, {"REMOTE", "{remote}"}, {"HUBSTOREPATH", "{path}"}, {"TYPE", "{type}"},
-      {"FLAGS", "{flags}"}, {"L", "{switchList}"}, {"V", "{versionList}"}, {"BOOL", "{bool}"}, {"STATE", "{state}"},
-      {"N", "{version}"}, {"M", "{mounter}"}, {"M|none", "{mounterOrNone}"}, {"L|none", "{switchListOrNone}"},
-      {"V|none", "{versionListOrNone}"}, {"PREFIX", "{prefix}"}, {"ID", "{genId}"}, {"PATH", "{recordPath}"},
-      {"LEVELS|off", "{levels}"}, {"G=STATE", "{group}={state}"}, {"leaderGenId=ID", "leaderGenId={genId}"},
-  };
-  return table;
-}
-
 // Verbs whose words say too little for the alphabet: a NAME of one kind or
 // another, and the verbs with words of their own form.
 const std::map<std::string_view, std::vector<std::string_view>, std::less<>>& ownTemplates() {
   static const std::map<std::string_view, std::vector<std::string_view>, std::less<>> table = {
       {"agent", {"{agent}"}},
       {"service", {"{service}"}},
-      {"record", {"{recordPath} {recordType}"}},
+      {"record", {"{PATH} {recordType}"}},
       {"set", {"{configLine}"}},
       {"unset", {"{configPlace}"}},
-      {"mounter", {"{mounter}", "{mounter} default", "{mounter} counting", "{mounter} throwing {hook}"}},
-      {"when", {"{mounter} {hook} {groupOrStar} {hookAction}"}},
+      {"mounter", {"{M}", "{M} default", "{M} counting", "{M} throwing {hook}"}},
+      {"when", {"{M} {hook} {groupOrStar} {hookAction}"}},
   };
   return table;
 }
@@ -56,12 +45,14 @@ bool leftOut(std::string_view verb) {
   return verbs.count(verb) > 0;
 }
 
+// A synopsis word in the alphabet's terms: a kind is named by its synopsis
+// word (`G`, `M|none`); `leaderGenId=ID` is the literal and the kind.
 std::string placeholderOf(std::string_view word) {
-  const auto found = placeholders().find(word);
-  if (found == placeholders().end()) {
-    throw std::logic_error("the fuzzer's alphabet has no word for " + std::string(word));
+  const std::size_t equals = word.find('=');
+  if (equals != std::string_view::npos) {
+    return placeholderOf(word.substr(0, equals)) + "=" + placeholderOf(word.substr(equals + 1));
   }
-  return std::string(found->second);
+  return std::islower(static_cast<unsigned char>(word[0])) ? std::string(word) : "{" + std::string(word) + "}";
 }
 
 // A verb's lines: its words, then its optional words one more at a time (a
@@ -101,7 +92,7 @@ std::vector<std::string_view> hookActions() {
       }
     }
   }
-  actions.push_back("groupClosed {group} false");
+  actions.push_back("groupClosed {G} false");
   return actions;
 }
 
@@ -118,9 +109,9 @@ std::string valueOf(const sim::SchemaNode& node) {
     case Kind::RecordType:
       return std::string(node.typeName);
     case Kind::Scalar:
-      return node.attribute == "serviceName" ? "{service}" : "{genId}";
+      return node.attribute == "serviceName" ? "{service}" : "{ID}";
     case Kind::Bool:
-      return "{bool}";
+      return "{BOOL}";
     case Kind::Filter:
       return node.attribute == "systemFilter" ? "{systemFilterRef}" : "{versionFilterRef}";
     case Kind::Fields:
@@ -162,50 +153,48 @@ const std::map<std::string_view, Kind, std::less<>>& kinds() {
     const Kind list[] = {
         {"agent", true, {"agentB", "agentC"}},
         {"service", true, {"svcA", "svcB"}},
-        {"group", true, {"g1", "g2", "g3"}},
-        {"mounter", true, {"m1", "m2"}},
-        {"switchList", true, {"L1", "L2"}},
-        {"versionList", true, {"V1", "V2"}},
+        {"G", true, {"g1", "g2", "g3"}},
+        {"M", true, {"m1", "m2"}},
+        {"L", true, {"L1", "L2"}},
+        {"V", true, {"V1", "V2"}},
         // Three switches; the parser and the library accept colons, dashes
         // and dotted quads in either case. The last is no address at all.
-        {"sys",
+        {"SYS",
          true,
          {"00:1c:73:00:00:01", "00-1C-73-00-00-01", "001c.7300.0001", "00:1c:73:00:00:02", "00-1c-73-00-00-02",
           "001C.7300.0002", "00:1C:73:00:00:03", "001c.7300.0003", "00:1c:73:zz:00:01"}},
-        {"version", true, {"0", "1", "2", "3"}},
-        {"remote", true, {"/r/a", "/r/b", "/r/c"}},
-        {"path", true, {"/db/a", "/db/b", "/db/c"}},
-        {"prefix", true, {"/mnt/a", "/mnt/b"}},
-        {"type", true, {"T", "U"}},
-        {"flags", true, {"F", "ro"}},
-        {"genId", true, {"gen-1", "gen-2"}},
-        {"recordPath",
+        {"N", true, {"0", "1", "2", "3"}},
+        {"REMOTE", true, {"/r/a", "/r/b", "/r/c"}},
+        {"HUBSTOREPATH", true, {"/db/a", "/db/b", "/db/c"}},
+        {"PREFIX", true, {"/mnt/a", "/mnt/b"}},
+        {"TYPE", true, {"T", "U"}},
+        {"FLAGS", true, {"F", "ro"}},
+        {"ID", true, {"gen-1", "gen-2"}},
+        {"PATH",
          true,
          {"controller/status", "controller/mount/config/service/agentB", "controller/mount/status/service/agentB",
           "controller/publish/config/service/agentB", "controller/publish/status/service/agentB",
           "controller/mount/config/service/agentC", "controller/mount/status/service/agentC",
           "controller/publish/config/service/agentC", "controller/publish/status/service/agentC"}},
-        {"levels", true, {"off", "0-9", "5,7", "8"}},
-        {"bool", false, {"true", "false"}},
-        {"state", false, {"unknown", "mounting", "mounted", "unmounted", "failed"}},
+        {"LEVELS|off", true, {"off", "0-9", "5,7", "8"}},
+        {"BOOL", false, {"true", "false"}},
+        {"STATE", false, {"unknown", "mounting", "mounted", "unmounted", "failed"}},
         {"recordType",
          false,
          {"Status", "ServiceMountConfig", "ServiceMountStatus", "ServicePublishConfig", "ServicePublishStatus"}},
         {"hook", false, {"doHandleControllerMountState", "doMountsComplete", "doInitialSwitchMountsComplete"}},
         // "none" first: encoding takes the first alternative that matches.
-        {"mounterOrNone", false, {"none", "{mounter}"}},
-        {"groupOrStar", false, {"*", "{group}"}},
+        {"M|none", false, {"none", "{M}"}},
+        {"groupOrStar", false, {"*", "{G}"}},
         {"hookAction", false, hookActions()},
-        {"switchListOrNone", false, {"none", "{switchList}"}},
-        {"versionListOrNone", false, {"none", "{versionList}"}},
+        {"L|none", false, {"none", "{L}"}},
+        {"V|none", false, {"none", "{V}"}},
         {"systemFilterRef",
          false,
-         {"none", "mountConfig.systemFilter[{switchList}]", "publishConfig.systemFilter[{switchList}]",
-          "detached {switchList}"}},
+         {"none", "mountConfig.systemFilter[{L}]", "publishConfig.systemFilter[{L}]", "detached {L}"}},
         {"versionFilterRef",
          false,
-         {"none", "mountConfig.versionFilter[{versionList}]", "publishConfig.versionFilter[{versionList}]",
-          "detached {versionList}"}},
+         {"none", "mountConfig.versionFilter[{V}]", "publishConfig.versionFilter[{V}]", "detached {V}"}},
         // A `set` line: a place of the configuration records and a value;
         // an `unset` line: the place alone.
         {"configLine", false, viewsOf(configLines().lines)},
@@ -218,7 +207,11 @@ const std::map<std::string_view, Kind, std::less<>>& kinds() {
   return table;
 }
 
-const Kind& kindNamed(std::string_view name) { return kinds().at(name); }
+const Kind& kindNamed(std::string_view name) {
+  const auto found = kinds().find(name);
+  if (found == kinds().end()) throw std::logic_error("the fuzzer's alphabet has no word for " + std::string(name));
+  return found->second;
+}
 
 // A template as literal text and placeholders, in order.
 struct Piece {

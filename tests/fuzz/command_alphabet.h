@@ -2,17 +2,17 @@
 // The fuzzer's language: scenario commands over a small alphabet of names,
 // chosen by bytes.
 //
-// Every command is a template such as `allowedSwitch {switchList} {sys} {bool}`
+// Every command is a template such as `allowedSwitch {L} {SYS} {BOOL}`
 // whose placeholders name a kind: a list of alternatives, each either a plain
-// word (`L1`) or a template of its own (`mountConfig.systemFilter[{switchList}]`).
+// word (`L1`) or a template of its own (`mountConfig.systemFilter[{L}]`).
 // The templates come from the verb table (tools/sim/verb_table.h), in its
-// order: each synopsis word has its kind (G is {group}), and a verb with
-// optional words has one template per count of them. decode() reads one byte
+// order: each synopsis word names its kind (`G`, `M|none`), and a verb
+// with optional words has one template per count of them. decode() reads one byte
 // for the template (byte % the number of templates) and one byte per choice
 // among two or more alternatives (byte % count), so every byte string is a
 // scenario, and a mutation of one byte changes one choice:
 //
-//   decode({slot of "mounter {mounter}", 0})  ->  "mounter m1\n"
+//   decode({slot of "mounter {M}", 0})  ->  "mounter m1\n"
 //
 // A new verb moves the templates after it: the seed corpus is encoded from
 // scenario text at every build, so it follows; a corpus of bytes kept

@@ -1,8 +1,6 @@
 #include "tests/fuzz/fuzz_run.h"
 
-#include <algorithm>
 #include <cstdlib>
-#include <fstream>
 #include <optional>
 #include <sstream>
 
@@ -25,26 +23,6 @@ std::FILE* transcriptStream(void* cookie, cookie_write_function_t* write) {
   // Each write reaches the cookie at once, in the order of events.
   std::setvbuf(stream, nullptr, _IONBF, 0);
   return stream;
-}
-
-// "REGRESSION.scn TEXT" lines; TEXT is a part of the violation's sentence.
-const std::vector<std::string>& openFindings() {
-  static const std::vector<std::string> texts = [] {
-    std::vector<std::string> read;
-    std::ifstream in(HUBSTORE_FUZZ_OPEN_FINDINGS);
-    std::string line;
-    while (std::getline(in, line)) {
-      const std::size_t blank = line.find(' ');
-      if (!line.empty() && line[0] != '#' && blank != std::string::npos) read.push_back(line.substr(blank + 1));
-    }
-    return read;
-  }();
-  return texts;
-}
-
-std::vector<std::string>& metOpenFindings() {
-  static std::vector<std::string> met;
-  return met;
 }
 
 // Whether the command may take a record out of a configuration record, or
@@ -72,24 +50,14 @@ FuzzRun::FuzzRun(std::string_view scenario)
 void FuzzRun::step(const sim::Command& command) {
   current_ = &command;
   if (!steer(command)) return;
-  if (openFindingMet_) {  // the rest of the run goes unchecked
-    sim_->run({command}, errors_.get());
-    return;
-  }
 
   // Plain values only: a reference held across the command would change
   // what the command releases.
-  std::optional<GroupConfigsOfLiveGroups> closingService;
   std::optional<GroupPublishKeys> closingGroup;
   const bool hadService = static_cast<bool>(sim_->currentService());
-  if (const auto& service = sim_->currentService()) {
-    if (command.verb == "closed" && command.args[0] == "true" && !service->closed()) {
-      closingService = GroupConfigsOfLiveGroups::of(*service);
-    }
-    if (command.verb == "groupClosed" && command.args[1] == "true" && !hooksAct_) {
-      const auto* group = service->serviceMountGroupRaw(Vex::String(command.args[0]));
-      if (group && !group->closed()) closingGroup = GroupPublishKeys::of(*group);
-    }
+  if (hadService && command.verb == "groupClosed" && command.args[1] == "true" && !hooksAct_) {
+    const auto* group = sim_->currentService()->serviceMountGroupRaw(Vex::String(command.args[0]));
+    if (group && !group->closed()) closingGroup = GroupPublishKeys::of(*group);
   }
 
   sim_->run({command}, errors_.get());
@@ -100,7 +68,6 @@ void FuzzRun::step(const sim::Command& command) {
   if (!hadService) configurationEdited_ = false;
   if (service && editsConfiguration(command)) configurationEdited_ = true;
   if (service && !configurationEdited_) check(allowListFilterViolations(*service));
-  if (closingService && service && service->closed()) check(serviceCloseViolations(*service, *closingService));
   if (closingGroup && service) {
     const auto* group = service->serviceMountGroupRaw(Vex::String(command.args[0]));
     if (group && group->closed()) check(groupCloseViolations(*closingGroup, GroupPublishKeys::of(*group)));
@@ -143,22 +110,12 @@ void FuzzRun::check(const std::vector<std::string>& violations) {
 }
 
 void FuzzRun::violated(const std::string& what) {
-  if (openFindingMet_) return;
-  for (const std::string& open : openFindings()) {
-    if (what.find(open) == std::string::npos) continue;
-    openFindingMet_ = true;
-    auto& met = metOpenFindings();
-    if (std::find(met.begin(), met.end(), open) == met.end()) met.push_back(open);
-    return;
-  }
   const std::string where = current_ ? "after line " + std::to_string(current_->line) + " of" : "at the end of";
   std::fprintf(stderr, "invariant violated: %s\n%s the decoded scenario:\n%s", what.c_str(), where.c_str(),
                scenario_.c_str());
   std::fflush(stderr);
   std::abort();
 }
-
-const std::vector<std::string>& FuzzRun::openFindingsMet() { return metOpenFindings(); }
 
 ssize_t FuzzRun::written(void* cookie, const char* data, std::size_t size) {
   auto* run = static_cast<FuzzRun*>(cookie);

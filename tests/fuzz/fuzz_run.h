@@ -19,10 +19,9 @@
 // library are printed by the simulator and the run goes on too.
 //
 // Checks (a violation prints "invariant violated: ..." with the scenario and
-// aborts, unless it is an open finding, below):
+// aborts):
 //   - once a command released the service (serviceDel, restart), none of
 //     its objects is alive;
-//   - after a `closed true` that closed the service, serviceCloseViolations;
 //   - after a `groupClosed G true` that closed the group, groupCloseViolations,
 //     unless a hook may have acted during the close (any `when` so far);
 //   - after every command, allowListFilterViolations, unless the scenario
@@ -31,11 +30,6 @@
 //   - every hook line the mounters print names a group the service has at
 //     that moment (checked as the line is written);
 //   - at finish(), once the world is gone, no counted object is alive.
-//
-// Open findings: tests/fuzz/open_findings.txt lists violations already
-// filed and not yet fixed, each with its regression scenario. A run that
-// meets one notes it in openFindingsMet() and goes on without further
-// checks instead of aborting, so that the fuzzer searches past what is known.
 
 #include <sys/types.h>
 
@@ -63,9 +57,6 @@ class FuzzRun {
   // The input's last checks; releases the world. No step may follow.
   void finish();
 
-  // The texts of the open findings met so far in this process.
-  static const std::vector<std::string>& openFindingsMet();
-
  private:
   struct StreamCloser {
     void operator()(std::FILE* stream) const { std::fclose(stream); }
@@ -75,7 +66,7 @@ class FuzzRun {
   bool steer(const sim::Command& command) const;
   bool serviceRecordsComplete() const;
   void check(const std::vector<std::string>& violations);
-  // Aborts unless `what` is an open finding.
+  // Prints the violation and the scenario, and aborts.
   void violated(const std::string& what);
 
   // The simulator's transcript arrives here, a piece at a time.
@@ -84,7 +75,6 @@ class FuzzRun {
 
   std::string scenario_;
   const sim::Command* current_ = nullptr;
-  bool openFindingMet_ = false;
   // The scenario took records out of the configurations of the live service.
   bool configurationEdited_ = false;
   // Hooks were given commands to run.

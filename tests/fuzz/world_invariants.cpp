@@ -2,10 +2,9 @@
 
 #include <algorithm>
 #include <iterator>
+#include <regex>
 #include <string_view>
 
-#include <hubstore/foundations/platform/eth_addr.h>
-#include <hubstore/foundations/records/system_id.h>
 #include <hubstore/foundations/framework/type_descriptor.h>
 #include "tools/sim/config_dump.h"
 #include "tools/sim/scenario_error.h"
@@ -18,26 +17,8 @@ namespace {
 // state database's, and the filters and group configurations in them), the
 // agent's mounters, the agent and the entity manager.
 bool isWorldType(std::string_view type) {
-  static const std::set<std::string_view> world = {
-      "Hubstore::Status",
-      "Mirra::Agent",
-      "Mirra::EntityManager",
-      "Controller::ServiceMountConfig",
-      "Controller::ServiceMountGroupConfig",
-      "Controller::ServicePublishConfig",
-      "Controller::ServicePublishGroupConfig",
-      "Controller::PublishDir",
-      "Controller::MountFilterSystem",
-      "Controller::MountFilterServiceVersion",
-      "Controller::ServiceMountStatus",
-      "Controller::SystemStatus",
-      "Controller::ServiceMountGroupStatus",
-      "Controller::ServicePublishStatus",
-      "Controller::ServicePublishGroupStatus",
-  };
-  const std::string_view mounter = "Mounter";
-  const bool isMounter = type.size() >= mounter.size() && type.substr(type.size() - mounter.size()) == mounter;
-  return isMounter || world.count(type) > 0;
+  static const std::regex world(R"(^Mirra::|(Config|Status|PublishDir|MountFilter\w+|Mounter)$)");
+  return std::regex_search(type.begin(), type.end(), world);
 }
 
 std::vector<std::string> alive(bool serviceOnly) {
@@ -63,72 +44,6 @@ std::string listed(const std::set<std::string>& keys) {
   return text + "}";
 }
 
-bool allows(const Controller::SwitchWhiteList& list, const Vex::String& system) {
-  try {
-    return list.allowedSwitch(Controller::SystemId::fromString(system.view()));
-  } catch (const Lanx::InvalidEthAddrException&) {
-    return false;
-  }
-}
-
-// Filters of `config` without a live list of their name.
-template <class Filters, class Lists>
-void requireOwners(std::vector<std::string>& out, const char* place, const Filters& filters, const Lists& lists) {
-  for (const auto& [name, filter] : filters.members()) {
-    if (!lists.memberRaw(Vex::String(name.view()))) {
-      out.push_back(std::string(place) + "[" + std::string(name.view()) + "] has no live allow-list");
-    }
-  }
-}
-
-template <class GroupConfigs>
-void requireGroups(std::vector<std::string>& out, const char* place, const GroupConfigs& configs,
-                   const Controller::HubstoreService& service, const std::set<std::string>& kept) {
-  for (const auto& [name, config] : configs.members()) {
-    if (!service.serviceMountGroupRaw(Vex::String(name.view()))) {
-      out.push_back(std::string(place) + "[" + std::string(name.view()) + "] has no live group");
-    }
-  }
-  for (const std::string& name : kept) {
-    if (!configs.memberRaw(Vex::Name(name))) {
-      out.push_back(std::string(place) + "[" + name + "] of live group " + name + " was removed by the close");
-    }
-  }
-}
-
-// What tells a filter's keys, what a list allows, and how a key reads, for
-// both kinds of list.
-const auto& keysOfFilter(const Controller::MountFilterSystem& filter) {
-  return filter.includedSystemMembers().entries();
-}
-const auto& keysOfFilter(const Controller::MountFilterServiceVersion& filter) {
-  return filter.includedServiceVersionMembers().entries();
-}
-bool allows(const Controller::VersionWhiteList& list, std::uint32_t version) { return list.allowedVersion(version); }
-std::string textOf(const Vex::String& system) { return system.stdString(); }
-std::string textOf(std::uint32_t version) { return std::to_string(version); }
-
-// Calls visit(kind, list, filter, member, place, which) for each of every
-// live list's two filter records, `member` being the record its
-// configuration holds under the list's name.
-template <class Visit>
-void forEachListFilter(const Controller::HubstoreService& service, Visit visit) {
-  const Controller::ServiceMountConfig& mount = *service.serviceMountConfig();
-  const Controller::ServicePublishConfig& publish = *service.servicePublishConfig();
-  for (const auto& [name, list] : service.switchWhiteListMembers().members()) {
-    visit("switch", *list, list->mountSystemFilter().get(), mount.systemFilterMembers().memberRaw(name),
-          "mountConfig.systemFilter", "mount");
-    visit("switch", *list, list->publishSystemFilter().get(), publish.systemFilterMembers().memberRaw(name),
-          "publishConfig.systemFilter", "publish");
-  }
-  for (const auto& [name, list] : service.versionWhiteListMembers().members()) {
-    visit("version", *list, list->mountVersionFilter().get(), mount.versionFilterMembers().memberRaw(name),
-          "mountConfig.versionFilter", "mount");
-    visit("version", *list, list->publishVersionFilter().get(), publish.versionFilterMembers().memberRaw(name),
-          "publishConfig.versionFilter", "publish");
-  }
-}
-
 std::set<std::string> expectedAfterClose(const std::set<std::string>& config, const std::set<std::string>& mounts) {
   if (config.size() == mounts.size()) return config;
   std::set<std::string> kept;
@@ -142,55 +57,28 @@ std::vector<std::string> serviceObjectsAlive() { return alive(true); }
 
 std::vector<std::string> objectsAlive() { return alive(false); }
 
-GroupConfigsOfLiveGroups GroupConfigsOfLiveGroups::of(const Controller::HubstoreService& service) {
-  GroupConfigsOfLiveGroups live;
-  for (const auto& [name, group] : service.serviceMountGroupMembers().members()) {
-    if (service.serviceMountConfig()->mountGroupConfigMembers().memberRaw(Vex::Name(name.view()))) {
-      live.mount.insert(name.stdString());
-    }
-    if (service.servicePublishConfig()->publishGroupConfigMembers().memberRaw(Vex::Name(name.view()))) {
-      live.publish.insert(name.stdString());
-    }
-  }
-  return live;
-}
-
-std::vector<std::string> serviceCloseViolations(const Controller::HubstoreService& service,
-                                                const GroupConfigsOfLiveGroups& before) {
-  std::vector<std::string> out;
-  const Controller::ServiceMountConfig& mount = *service.serviceMountConfig();
-  const Controller::ServicePublishConfig& publish = *service.servicePublishConfig();
-  requireOwners(out, "mountConfig.systemFilter", mount.systemFilterMembers(), service.switchWhiteListMembers());
-  requireOwners(out, "publishConfig.systemFilter", publish.systemFilterMembers(), service.switchWhiteListMembers());
-  requireOwners(out, "mountConfig.versionFilter", mount.versionFilterMembers(), service.versionWhiteListMembers());
-  requireOwners(out, "publishConfig.versionFilter", publish.versionFilterMembers(),
-                service.versionWhiteListMembers());
-  requireGroups(out, "mountConfig.mountGroupConfig", mount.mountGroupConfigMembers(), service, before.mount);
-  requireGroups(out, "publishConfig.publishGroupConfig", publish.publishGroupConfigMembers(), service,
-                before.publish);
-  // Only a filter that is its configuration's member under the list's name.
-  forEachListFilter(service, [&](const char* kind, const auto& list, const auto* filter, const auto* member,
-                                 const char*, const char* which) {
-    if (!filter || filter != member) return;
-    for (const auto& [key, included] : keysOfFilter(*filter)) {
-      if (allows(list, key)) continue;
-      out.push_back(std::string(kind) + " list " + list.name().stdString() + "'s " + which + " filter holds " +
-                    textOf(key) + ", which the list does not allow");
-    }
-  });
-  if (!mount.warm()) out.push_back("mountConfig.warm is false after the close");
-  return out;
-}
-
 std::vector<std::string> allowListFilterViolations(const Controller::HubstoreService& service) {
   std::vector<std::string> out;
-  forEachListFilter(service, [&](const char* kind, const auto& list, const void* filter, const void* member,
-                                 const char* place, const char*) {
+  auto require = [&](const char* kind, const auto& list, const void* filter, const void* member, const char* place) {
     if (filter == member) return;
     const std::string name = list.name().stdString();
     out.push_back(std::string(kind) + " list " + name + "'s filter is not " + place + "[" + name + "]" +
                   (member ? "" : ", which does not exist"));
-  });
+  };
+  const Controller::ServiceMountConfig& mount = *service.serviceMountConfig();
+  const Controller::ServicePublishConfig& publish = *service.servicePublishConfig();
+  for (const auto& [name, list] : service.switchWhiteListMembers().members()) {
+    require("switch", *list, list->mountSystemFilter().get(), mount.systemFilterMembers().memberRaw(name),
+            "mountConfig.systemFilter");
+    require("switch", *list, list->publishSystemFilter().get(), publish.systemFilterMembers().memberRaw(name),
+            "publishConfig.systemFilter");
+  }
+  for (const auto& [name, list] : service.versionWhiteListMembers().members()) {
+    require("version", *list, list->mountVersionFilter().get(), mount.versionFilterMembers().memberRaw(name),
+            "mountConfig.versionFilter");
+    require("version", *list, list->publishVersionFilter().get(), publish.versionFilterMembers().memberRaw(name),
+            "publishConfig.versionFilter");
+  }
   return out;
 }
 

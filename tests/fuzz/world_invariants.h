@@ -2,11 +2,13 @@
 // What must hold of the library between two scenario commands, whatever the
 // commands were. Each check returns the violations it found as sentences
 // (empty: the invariant holds); the fuzzer aborts on the first, so libFuzzer
-// reports the input.
+// reports the input. What a service close leaves in the configuration
+// records is not checked here: close_model_check (tests/model) compares all
+// of it with a reference model after every call.
 //
-//   auto before = GroupConfigsOfLiveGroups::of(*service);
-//   service->closedIs(true);
-//   for (const std::string& v : serviceCloseViolations(*service, before)) ...
+//   auto before = GroupPublishKeys::of(*group);
+//   group->closedIs(true);
+//   for (const std::string& v : groupCloseViolations(before, GroupPublishKeys::of(*group))) ...
 
 #include <set>
 #include <string>
@@ -25,31 +27,6 @@ std::vector<std::string> serviceObjectsAlive();
 
 // Every counted object still alive, of any type: after the world is gone.
 std::vector<std::string> objectsAlive();
-
-// The group configurations of a service's own configuration records that
-// belong to a live group, taken before a service close: the close must
-// leave them where they are (a live group cleans up its own configuration).
-struct GroupConfigsOfLiveGroups {
-  std::set<std::string> mount;
-  std::set<std::string> publish;
-  static GroupConfigsOfLiveGroups of(const Controller::HubstoreService& service);
-};
-
-// Right after the service's closedIs(true) ran its cleanup, in the records
-// the service holds (they may no longer be the ones at the paths):
-// - every system and version filter of both records has a live allow-list
-//   of its name;
-// - every mount and publish group configuration has a live group;
-// - the group configurations of live groups taken before are still there;
-// - each live list's filter records that are the members of their
-//   configuration under its name hold only what the list allows (a switch
-//   string that is no address is never allowed);
-// - mountConfig.warm is true.
-// The close walks the configurations' members: a list's filter record that
-// is no longer one of them is not pruned, and is not checked here
-// (allowListFilterViolations says whether it may be so).
-std::vector<std::string> serviceCloseViolations(const Controller::HubstoreService& service,
-                                                const GroupConfigsOfLiveGroups& before);
 
 // Every live allow-list's two filter records are the members of the
 // service's mount and publish configuration under the list's name: the

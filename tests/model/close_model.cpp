@@ -5,14 +5,19 @@
 namespace hubstore::model {
 namespace {
 
-// The five calls of one kind of list, as offsets from its first.
-enum ListOp { declare, remove, entry, entryDel, entryDelAll };
-
 int switchOf(const std::string& spelling) {
   for (const SwitchSpelling& known : switchSpellings()) {
     if (known.text == spelling) return known.switchNumber;
   }
   return 0;
+}
+
+// The key of the list entry that allows a filter member: a switch's canonical
+// spelling (none for what is no address), a version as it is.
+std::string entryKeyOf(ListKind kind, const std::string& member) {
+  if (kind == versions) return member;
+  const int number = switchOf(member);
+  return number == 0 ? "" : canonicalSpelling(number);
 }
 
 // Removes the members `keep` refuses, in place.
@@ -23,11 +28,18 @@ void eraseUnless(Set& members, Keep keep) {
   }
 }
 
-// The verbs of the calls, by kind; a list call's words follow from its kind.
-const char* const kVerbs[] = {
-    "service svcA", "serviceDel", "restart", "group", "groupDel", "switchWhiteList", "switchWhiteListDel",
-    "allowedSwitch", "allowedSwitchDel", "allowedSwitchDelAll", "versionWhiteList", "versionWhiteListDel",
-    "allowedVersion", "allowedVersionDel", "allowedVersionDelAll", "", "", "", "closed true", "closed false",
+// By kind of list: the verbs of the list and of its entries, and the
+// filter's place, record type and member attribute.
+struct ListWords {
+  const char* listVerb;
+  const char* entryVerb;
+  const char* place;
+  const char* type;
+  const char* member;
+};
+const ListWords kListWords[] = {
+    {"switchWhiteList", "allowedSwitch", "systemFilter", "MountFilterSystem", "includedSystem"},
+    {"versionWhiteList", "allowedVersion", "versionFilter", "MountFilterServiceVersion", "includedServiceVersion"},
 };
 
 }  // namespace
@@ -45,115 +57,61 @@ const std::vector<SwitchSpelling>& switchSpellings() {
 std::string canonicalSpelling(int switchNumber) { return "00:1c:73:00:00:0" + std::to_string(switchNumber); }
 
 std::string AgentCall::scenarioLines() const {
+  static const char* const kServiceLines[] = {"service svcA", "serviceDel", "restart"};
+  static const char* const kListSuffixes[] = {"", "Del", "", "Del", "DelAll"};
   const bool mount = side == Side::mount;
-  const std::string place = std::string(mount ? "set mountConfig" : "set publishConfig");
-  switch (kind) {
-    case staleGroup:
-      return place + (mount ? ".mountGroupConfig[" : ".publishGroupConfig[") + name +
-             "] = " + (mount ? "ServiceMountGroupConfig" : "ServicePublishGroupConfig");
-    case staleSystem:
-      return place + ".systemFilter[" + name + "] = MountFilterSystem\n" + place + ".systemFilter[" + name +
-             "].includedSystem[" + spelling + "] = true";
-    case staleVersion:
-      return place + ".versionFilter[" + name + "] = MountFilterServiceVersion\n" + place + ".versionFilter[" +
-             name + "].includedServiceVersion[" + std::to_string(version) + "] = true";
-    default:
-      break;
+  const std::string config = mount ? "set mountConfig." : "set publishConfig.";
+  const ListWords& words = kListWords[listKind];
+  const std::string filter = config + words.place + "[" + name + "]";
+  if (kind <= restart) return kServiceLines[kind];
+  if (kind == group || kind == groupDel) return kind == group ? "group " + name + " none" : "groupDel " + name;
+  if (kind == close || kind == reopen) return kind == close ? "closed true" : "closed false";
+  if (kind == staleGroup) {
+    return config + (mount ? "mountGroupConfig[" : "publishGroupConfig[") + name +
+           (mount ? "] = ServiceMountGroupConfig" : "] = ServicePublishGroupConfig");
   }
-  std::string line = kVerbs[kind];
-  if (kind < group || kind > allowedVersionDelAll) return line;
-  line += " " + name;
-  if (kind == group) return line + " none";
-  const int op = kind < versionList ? kind - switchList : kind - versionList;
-  if (op == entry || op == entryDel) {
-    line += ' ';
-    line += kind < versionList ? canonicalSpelling(switchNumber) : std::to_string(version);
+  if (kind == staleMember) {
+    return filter + " = " + words.type + "\n" + filter + "." + words.member + "[" + key + "] = true";
   }
-  return op == entry ? line + (value ? " true" : " false") : line;
+  const std::string line =
+      (kind < entry ? words.listVerb : words.entryVerb) + std::string(kListSuffixes[kind - list]) + " " + name;
+  if (kind == entry) return line + " " + key + (value ? " true" : " false");
+  return kind == entryDel ? line + " " + key : line;
 }
 
 bool CloseModel::legal(const AgentCall& call) const {
-  if (call.kind == AgentCall::service || (call.kind >= AgentCall::staleGroup && call.kind <= AgentCall::staleVersion)) {
+  if (call.kind == AgentCall::service || call.kind == AgentCall::staleGroup || call.kind == AgentCall::staleMember) {
     return !hasService_;
   }
   // hubstore-sim refuses to delete what is not there.
   if (call.kind == AgentCall::groupDel) return groups_.count(call.name) > 0;
-  if (call.kind >= AgentCall::switchListDel && call.kind <= AgentCall::allowedSwitchDelAll) {
-    return switches_.entries.count(call.name) > 0;
-  }
-  if (call.kind >= AgentCall::versionListDel && call.kind <= AgentCall::allowedVersionDelAll) {
-    return versions_.entries.count(call.name) > 0;
+  if (call.kind >= AgentCall::listDel && call.kind <= AgentCall::entryDelAll) {
+    return lists_[call.listKind].count(call.name) > 0;
   }
   return hasService_;
-}
-
-template <class Key, class Member>
-void CloseModel::applyList(ModelLists<Key, Member>& lists, int op, const std::string& name, Key key, bool value) {
-  auto setMember = [&](Key changed, bool present) {
-    for (ConfigContents* config : {&publish_, &mount_}) {
-      auto& members = (config->*lists.filters)[name];
-      if (present) {
-        members.insert(lists.memberOf(changed));
-      } else {
-        members.erase(lists.memberOf(changed));
-      }
-    }
-  };
-  switch (op) {
-    case declare:
-      // A new list takes over a filter of its name that is already there,
-      // members included.
-      if (lists.entries.emplace(name, std::map<Key, bool>{}).second) {
-        (mount_.*lists.filters)[name];
-        (publish_.*lists.filters)[name];
-      }
-      break;
-    case remove:
-      lists.entries.erase(name);
-      eraseFromBoth(lists.filters, name);
-      break;
-    case entry: {
-      auto& allowed = lists.entries.at(name);
-      const auto found = allowed.find(key);
-      if (found != allowed.end() && found->second == value) break;
-      allowed[key] = value;
-      setMember(key, value);
-      break;
-    }
-    case entryDel:
-      if (lists.entries.at(name).erase(key)) setMember(key, false);
-      break;
-    case entryDelAll:
-      for (const auto& [removed, allowed] : lists.entries.at(name)) setMember(removed, false);
-      lists.entries.at(name).clear();
-      break;
-  }
 }
 
 void CloseModel::apply(const AgentCall& call) {
   const std::string& name = call.name;
   ConfigContents& sideConfig = call.side == Side::mount ? mount_ : publish_;
-  if (call.kind >= AgentCall::switchList && call.kind <= AgentCall::allowedSwitchDelAll) {
-    applyList(switches_, call.kind - AgentCall::switchList, name, call.switchNumber, call.value);
-    return;
-  }
-  if (call.kind >= AgentCall::versionList && call.kind <= AgentCall::allowedVersionDelAll) {
-    applyList(versions_, call.kind - AgentCall::versionList, name, call.version, call.value);
-    return;
-  }
   switch (call.kind) {
     case AgentCall::service:
       hasService_ = true;
       break;
     case AgentCall::serviceDel:
       // Each group withdraws its group configurations, each list its filters.
-      for (const std::string& group : groups_) eraseFromBoth(&ConfigContents::groups, group);
-      for (const auto& [list, allowed] : switches_.entries) eraseFromBoth(switches_.filters, list);
-      for (const auto& [list, allowed] : versions_.entries) eraseFromBoth(versions_.filters, list);
-      forgetService();
-      break;
+      for (ConfigContents* config : {&publish_, &mount_}) {
+        for (const std::string& group : groups_) config->groups.erase(group);
+        for (const ListKind kind : {switches, versions}) {
+          for (const auto& [list, entries] : lists_[kind]) config->filters[kind].erase(list);
+        }
+      }
+      [[fallthrough]];
     case AgentCall::restart:
-      forgetService();
+      hasService_ = false;
+      closed_ = false;
+      groups_.clear();
+      lists_ = {};
       break;
     case AgentCall::group:
       groups_.insert(name);
@@ -162,68 +120,84 @@ void CloseModel::apply(const AgentCall& call) {
       break;
     case AgentCall::groupDel:
       groups_.erase(name);
-      eraseFromBoth(&ConfigContents::groups, name);
+      mount_.groups.erase(name);
+      publish_.groups.erase(name);
       break;
     case AgentCall::staleGroup:
       sideConfig.groups.insert(name);
       break;
-    case AgentCall::staleSystem:
-      sideConfig.systemFilters[name].insert(call.spelling);
-      break;
-    case AgentCall::staleVersion:
-      sideConfig.versionFilters[name].insert(call.version);
+    case AgentCall::staleMember:
+      sideConfig.filters[call.listKind][name].insert(call.key);
       break;
     case AgentCall::close:
-      // Group configurations without a live group go; a filter goes whole
-      // without a live list of its name, and otherwise keeps only what its
-      // list allows.
-      if (!closed_) {
-        for (ConfigContents* config : {&publish_, &mount_}) {
-          eraseUnless(config->groups, [&](const std::string& group) { return groups_.count(group) > 0; });
-        }
-        prune(switches_, [](const std::map<int, bool>& allowed, const std::string& spelling) {
-          const auto found = allowed.find(switchOf(spelling));
-          return switchOf(spelling) != 0 && found != allowed.end() && found->second;
-        });
-        prune(versions_, [](const std::map<std::uint32_t, bool>& allowed, std::uint32_t version) {
-          const auto found = allowed.find(version);
-          return found != allowed.end() && found->second;
-        });
-      }
+      if (!closed_) close();
       closed_ = true;
       break;
     case AgentCall::reopen:
       closed_ = false;
       break;
     default:
+      applyToList(call);
       break;
   }
 }
 
-template <class Part>
-void CloseModel::eraseFromBoth(Part ConfigContents::*part, const std::string& name) {
-  (mount_.*part).erase(name);
-  (publish_.*part).erase(name);
-}
-
-template <class Key, class Member, class Allowed>
-void CloseModel::prune(ModelLists<Key, Member>& lists, Allowed allowed) {
-  for (ConfigContents* config : {&publish_, &mount_}) {
-    eraseUnless(config->*lists.filters, [&](auto& filter) {
-      const auto list = lists.entries.find(filter.first);
-      if (list == lists.entries.end()) return false;
-      eraseUnless(filter.second, [&](const Member& member) { return allowed(list->second, member); });
-      return true;
-    });
+void CloseModel::applyToList(const AgentCall& call) {
+  auto& lists = lists_[call.listKind];
+  switch (call.kind) {
+    case AgentCall::list:
+      // A new list takes over a filter of its name that is already there,
+      // members included.
+      if (lists.emplace(call.name, std::map<std::string, bool>{}).second) {
+        mount_.filters[call.listKind][call.name];
+        publish_.filters[call.listKind][call.name];
+      }
+      break;
+    case AgentCall::listDel:
+      lists.erase(call.name);
+      mount_.filters[call.listKind].erase(call.name);
+      publish_.filters[call.listKind].erase(call.name);
+      break;
+    case AgentCall::entry:
+      lists.at(call.name)[call.key] = call.value;
+      memberIs(call.listKind, call.name, call.key, call.value);
+      break;
+    case AgentCall::entryDel:
+      if (lists.at(call.name).erase(call.key)) memberIs(call.listKind, call.name, call.key, false);
+      break;
+    default:  // entryDelAll
+      for (const auto& [key, allowed] : lists.at(call.name)) memberIs(call.listKind, call.name, key, false);
+      lists.at(call.name).clear();
+      break;
   }
 }
 
-void CloseModel::forgetService() {
-  hasService_ = false;
-  closed_ = false;
-  groups_.clear();
-  switches_.entries.clear();
-  versions_.entries.clear();
+// Group configurations without a live group go; a filter goes whole without a
+// live list of its name, and otherwise keeps only the members its list allows.
+void CloseModel::close() {
+  for (ConfigContents* config : {&publish_, &mount_}) {
+    eraseUnless(config->groups, [&](const std::string& group) { return groups_.count(group) > 0; });
+    for (const ListKind kind : {switches, versions}) {
+      eraseUnless(config->filters[kind], [&](auto& filter) {
+        const auto list = lists_[kind].find(filter.first);
+        if (list == lists_[kind].end()) return false;
+        eraseUnless(filter.second, [&](const std::string& member) {
+          const auto entry = list->second.find(entryKeyOf(kind, member));
+          return entry != list->second.end() && entry->second;
+        });
+        return true;
+      });
+    }
+  }
+  mount_.warm = true;
+}
+
+void CloseModel::memberIs(ListKind kind, const std::string& name, const std::string& key, bool present) {
+  for (ConfigContents* config : {&publish_, &mount_}) {
+    std::set<std::string>& members = config->filters[kind][name];
+    if (present) members.insert(key);
+    if (!present) members.erase(key);
+  }
 }
 
 }  // namespace hubstore::model

@@ -5,21 +5,23 @@
 // against it over random sequences of agent calls.
 //
 //   CloseModel model;
-//   model.apply({.kind = AgentCall::staleSystem, .name = "L1", .spelling = "00-1C-73-00-00-01"});
+//   model.apply({.kind = AgentCall::staleMember, .name = "L1", .key = "00-1C-73-00-00-01"});
 //   model.apply({.kind = AgentCall::service});
-//   model.apply({.kind = AgentCall::switchList, .name = "L1"});
+//   model.apply({.kind = AgentCall::list, .name = "L1"});
 //   model.apply({.kind = AgentCall::close});
-//   model.config(Side::mount).systemFilters.at("L1")   // {}: the list allows nothing
+//   model.config(Side::mount).filters[switches].at("L1")   // {}: the list allows nothing
 //
 // What it follows: which group configurations, system and version filters
-// and filter members exist in the mount and the publish configuration. What
-// it leaves out: entries, bindings, flags, hooks.
+// and filter members exist in the mount and the publish configuration, and
+// whether the mount configuration is warm. What it leaves out: entries,
+// bindings, other flags, hooks.
 //
 // Switches are named by spelling; switchSpellings() says which switch (1-3)
 // each spelling is, or none. A list adds and removes a switch by its
 // canonical spelling; the close keeps any spelling of an allowed switch.
+// Versions are named by their decimal text.
 
-#include <cstdint>
+#include <array>
 #include <map>
 #include <set>
 #include <string>
@@ -27,11 +29,16 @@
 
 namespace hubstore::model {
 
+// The two kinds of allow-list, of switches and of service versions, and of
+// their filters (systemFilter, versionFilter).
+enum ListKind { switches, versions };
+
 // One configuration record's contents as far as the model goes.
 struct ConfigContents {
   std::set<std::string> groups;
-  std::map<std::string, std::set<std::string>> systemFilters;
-  std::map<std::string, std::set<std::uint32_t>> versionFilters;
+  // By kind of list: each filter's members by the filter's name.
+  std::array<std::map<std::string, std::set<std::string>>, 2> filters;
+  bool warm = false;  // the mount configuration's; a close sets it
   bool operator==(const ConfigContents&) const = default;
 };
 
@@ -52,44 +59,28 @@ struct AgentCall {
     restart,     // the service gone without any cleanup
     group,
     groupDel,
-    // The five calls of each kind of list, in the same order.
-    switchList,
-    switchListDel,
-    allowedSwitch,  // name, switchNumber, value
-    allowedSwitchDel,
-    allowedSwitchDelAll,
-    versionList,
-    versionListDel,
-    allowedVersion,  // name, version, value
-    allowedVersionDel,
-    allowedVersionDelAll,
+    // The calls of an allow-list of kind listKind.
+    list,
+    listDel,
+    entry,  // name, key, value
+    entryDel,
+    entryDelAll,
     // What an earlier run left, written while no service exists.
-    staleGroup,          // side, name
-    staleSystem,         // side, name, spelling (creates the filter)
-    staleVersion,        // side, name, version (creates the filter)
-    close,               // service closedIs(true)
-    reopen,              // service closedIs(false)
+    staleGroup,   // side, name
+    staleMember,  // side, listKind, name, key (creates the filter)
+    close,        // service closedIs(true)
+    reopen,       // service closedIs(false)
   };
   Kind kind = service;
+  ListKind listKind = switches;
   Side side = Side::mount;
   std::string name;
-  std::string spelling;
-  int switchNumber = 0;
-  std::uint32_t version = 0;
+  std::string key;  // a switch's spelling (an entry's is canonical) or a version
   bool value = false;
 
   // The call as hubstore-sim lines (after `agent agentB`, `records`): how
   // close_model_check runs it against the library.
   std::string scenarioLines() const;
-};
-
-// The allow-lists of one kind: each list's entries, and the filters of its
-// name in both configurations, which hold the keys whose entry is true.
-template <class Key, class Member>
-struct ModelLists {
-  std::map<std::string, std::set<Member>> ConfigContents::*filters;
-  Member (*memberOf)(Key);
-  std::map<std::string, std::map<Key, bool>> entries;
 };
 
 class CloseModel {
@@ -103,22 +94,18 @@ class CloseModel {
   const ConfigContents& config(Side side) const { return side == Side::mount ? mount_ : publish_; }
 
  private:
-  template <class Key, class Member>
-  void applyList(ModelLists<Key, Member>& lists, int op, const std::string& name, Key key, bool value);
-  template <class Key, class Member, class Allowed>
-  void prune(ModelLists<Key, Member>& lists, Allowed allowed);
-  template <class Part>
-  void eraseFromBoth(Part ConfigContents::*part, const std::string& name);
-  void forgetService();
+  void applyToList(const AgentCall& call);
+  void close();
+  // Puts `key` into, or takes it out of, both filters of list `name`.
+  void memberIs(ListKind kind, const std::string& name, const std::string& key, bool present);
 
   ConfigContents mount_;
   ConfigContents publish_;
   bool hasService_ = false;
   bool closed_ = false;
   std::set<std::string> groups_;
-  ModelLists<int, std::string> switches_{&ConfigContents::systemFilters, &canonicalSpelling, {}};
-  ModelLists<std::uint32_t, std::uint32_t> versions_{
-      &ConfigContents::versionFilters, [](std::uint32_t version) { return version; }, {}};
+  // By kind of list: each live list's entries by key.
+  std::array<std::map<std::string, std::map<std::string, bool>>, 2> lists_;
 };
 
 }  // namespace hubstore::model

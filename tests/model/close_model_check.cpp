@@ -1,4 +1,4 @@
-// Holds the library against the reference model of tests/close_model.h:
+// Holds the library against the reference model of close_model.h:
 // random sequences of agent calls (groups, allow-lists and their entries,
 // deletions, restarts with stale state left behind, service closes) run both
 // in the model and against the library (through hubstore-sim, as the lines
@@ -15,8 +15,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <random>
+#include <set>
 #include <string>
-#include <type_traits>
 #include <vector>
 
 #include <hubstore/foundations/framework/type_descriptor.h>
@@ -34,6 +34,8 @@ using hubstore::model::AgentCall;
 using hubstore::model::CloseModel;
 using hubstore::model::ConfigContents;
 using hubstore::model::Side;
+using hubstore::model::switches;
+using hubstore::model::versions;
 
 // std::mt19937_64 gives the same numbers on every platform and standard
 // library; so does taking them modulo n.
@@ -43,26 +45,9 @@ const T& pick(std::mt19937_64& random, const std::vector<T>& items) {
   return items[below(random, items.size())];
 }
 
-// The names each kind of call draws from.
-const std::vector<std::string> kNone = {""};
+// The names the calls draw from: groups, and lists of each kind.
 const std::vector<std::string> kGroups = {"g1", "g2", "g3"};
-const std::vector<std::string> kSwitchLists = {"L1", "L2"};
-const std::vector<std::string> kVersionLists = {"V1", "V2"};
-
-bool between(AgentCall::Kind kind, AgentCall::Kind first, AgentCall::Kind last) {
-  return kind >= first && kind <= last;
-}
-
-const std::vector<std::string>& namesFor(AgentCall::Kind kind) {
-  if (kind == AgentCall::group || kind == AgentCall::groupDel || kind == AgentCall::staleGroup) return kGroups;
-  if (between(kind, AgentCall::switchList, AgentCall::allowedSwitchDelAll) || kind == AgentCall::staleSystem) {
-    return kSwitchLists;
-  }
-  if (between(kind, AgentCall::versionList, AgentCall::allowedVersionDelAll) || kind == AgentCall::staleVersion) {
-    return kVersionLists;
-  }
-  return kNone;
-}
+const std::vector<std::string> kLists[] = {{"L1", "L2"}, {"V1", "V2"}};
 
 // A legal call, drawn so that lists mostly exist when their entries change
 // and a sequence closes its service several times.
@@ -70,12 +55,17 @@ AgentCall randomCall(std::mt19937_64& random, const CloseModel& model) {
   while (true) {
     AgentCall call;
     call.kind = static_cast<AgentCall::Kind>(below(random, AgentCall::reopen + 1));
+    call.listKind = below(random, 2) ? switches : versions;
     call.side = below(random, 2) ? Side::mount : Side::publish;
     call.value = below(random, 4) != 0;
-    call.version = static_cast<std::uint32_t>(below(random, 4));
-    call.switchNumber = static_cast<int>(below(random, 3)) + 1;
-    call.spelling = pick(random, hubstore::model::switchSpellings()).text;
-    call.name = pick(random, namesFor(call.kind));
+    // A list writes a switch in its canonical spelling; stale state may hold any.
+    const std::string spelling = pick(random, hubstore::model::switchSpellings()).text;
+    const std::string canonical = hubstore::model::canonicalSpelling(static_cast<int>(below(random, 3)) + 1);
+    const std::string version = std::to_string(below(random, 4));
+    call.key = call.listKind == versions ? version : call.kind == AgentCall::staleMember ? spelling : canonical;
+    const bool groupCall =
+        call.kind == AgentCall::group || call.kind == AgentCall::groupDel || call.kind == AgentCall::staleGroup;
+    call.name = pick(random, groupCall ? kGroups : kLists[call.listKind]);
     // Fewer endings, so that services live long enough to matter.
     const bool ending = call.kind == AgentCall::serviceDel || call.kind == AgentCall::restart;
     if (ending && below(random, 3) != 0) continue;
@@ -104,15 +94,15 @@ class LibraryWorld {
     auto read = [&](const auto& config, const auto& groupConfigs) {
       for (const auto& [name, group] : groupConfigs.members()) contents.groups.insert(name.stdString());
       for (const auto& [name, filter] : config.systemFilterMembers().members()) {
-        auto& members = contents.systemFilters[name.stdString()];
+        auto& members = contents.filters[switches][name.stdString()];
         for (const auto& [system, included] : filter->includedSystemMembers().entries()) {
           members.insert(system.stdString());
         }
       }
       for (const auto& [name, filter] : config.versionFilterMembers().members()) {
-        auto& members = contents.versionFilters[name.stdString()];
+        auto& members = contents.filters[versions][name.stdString()];
         for (const auto& [version, included] : filter->includedServiceVersionMembers().entries()) {
-          members.insert(version);
+          members.insert(std::to_string(version));
         }
       }
     };
@@ -121,6 +111,7 @@ class LibraryWorld {
       const auto config = Vex::ptr_cast<Controller::ServiceMountConfig>(
           sim_.entityManager().getEntity(hubstore::sim::ConfigDump::mountConfigPath("agentB")));
       read(*config, config->mountGroupConfigMembers());
+      contents.warm = config->warm();
     } else {
       const auto config = Vex::ptr_cast<Controller::ServicePublishConfig>(
           sim_.entityManager().getEntity(hubstore::sim::ConfigDump::publishConfigPath("agentB")));
@@ -134,24 +125,19 @@ class LibraryWorld {
   hubstore::sim::Simulator sim_{out_};
 };
 
-template <class Members>
-std::string listed(const std::string& label, const Members& members) {
+std::string listed(const std::string& label, const std::set<std::string>& members) {
   std::string text = label + " {";
-  for (const auto& member : members) {
-    text += ' ';
-    if constexpr (std::is_same_v<std::decay_t<decltype(member)>, std::string>) {
-      text += member;
-    } else {
-      text += std::to_string(member);
-    }
-  }
+  for (const std::string& member : members) text += " " + member;
   return text + " }";
 }
 
 std::string describe(const ConfigContents& contents) {
-  std::string text = listed("groups", contents.groups);
-  for (const auto& [name, members] : contents.systemFilters) text += listed(" systemFilter[" + name + "]", members);
-  for (const auto& [name, members] : contents.versionFilters) text += listed(" versionFilter[" + name + "]", members);
+  std::string text = listed(contents.warm ? "warm, groups" : "groups", contents.groups);
+  for (const auto kind : {switches, versions}) {
+    for (const auto& [name, members] : contents.filters[kind]) {
+      text += listed(std::string(kind == switches ? " systemFilter[" : " versionFilter[") + name + "]", members);
+    }
+  }
   return text;
 }
 
