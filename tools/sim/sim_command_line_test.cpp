@@ -8,7 +8,6 @@
 #include <utmp.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
