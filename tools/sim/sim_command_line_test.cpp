@@ -74,6 +74,45 @@ const std::string kReinstantiation =
     "cannot reinstantiate serviceMountGroup[g1]: attribute mounter (272) is hubstore::sim::RecordingMounter#1, new "
     "value Controller::HubstoreServiceMounter#1";
 
+// What a terminal shows of a session: the sim runs with no file on a
+// pseudo-terminal that echoes nothing and leaves line ends alone, `typed`
+// is typed at once, and everything the sim writes is read until it exits.
+SimRun onTerminal(const std::string& typed) {
+  int master, slave;
+  if (::openpty(&master, &slave, nullptr, nullptr, nullptr) != 0) return {-2, "", "no pseudo-terminal"};
+  // Set before the sim starts, so that nothing typed is echoed.
+  termios mode{};
+  ::tcgetattr(slave, &mode);
+  mode.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+  mode.c_oflag &= ~static_cast<tcflag_t>(OPOST);
+  ::tcsetattr(slave, TCSANOW, &mode);
+  const pid_t child = ::fork();
+  if (child == 0) {
+    ::close(master);
+    ::login_tty(slave);  // the controlling terminal and the standard streams
+    ::unsetenv("VEX_TRACE");
+    ::execl(HUBSTORE_SIM_PATH, "hubstore-sim", static_cast<char*>(nullptr));
+    ::_exit(127);
+  }
+  ::close(slave);
+  if (::write(master, typed.data(), typed.size()) != static_cast<ssize_t>(typed.size())) return {-2, "", "cannot type"};
+  std::string screen;
+  char buffer[4096];
+  ssize_t got;
+  // Once the sim has exited and the terminal has no writer, read fails (EIO).
+  while ((got = ::read(master, buffer, sizeof buffer)) > 0 || (got < 0 && errno == EINTR)) {
+    if (got > 0) screen.append(buffer, static_cast<std::size_t>(got));
+  }
+  ::close(master);
+  int raw = 0;
+  ::waitpid(child, &raw, 0);
+  return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, screen, ""};
+}
+
+const std::string kGreeting =
+    "hubstore-sim " HUBSTORE_VERSION_STRING ": type a command, 'help' for the list, 'quit' or Ctrl-D to end\n";
+const std::string kPrompt = "hubstore-sim> ";
+
 // One run of the sim: the files it is given, and all it prints. The files
 // stay in the folder for the runs that follow.
 struct SimCase {
@@ -85,6 +124,7 @@ struct SimCase {
   std::string err;
   std::string input = "";
   const char* vexTrace = nullptr;
+  bool atTerminal = false;  // `input` typed, and `out` the whole screen
 };
 
 TEST_F(SimCommandLine, EachRunPrintsItsLinesAndEndsWithItsStatus) {
@@ -212,11 +252,21 @@ TEST_F(SimCommandLine, EachRunPrintsItsLinesAndEndsWithItsStatus) {
        {{"k.scn", kClosableGroup + "groupClosed g1 true\nmounter d default\ngroup g1 d\n"}}, "--json k.scn", 0,
        R"({"kind":"hook","mounter":"m1","hook":"doMountsComplete","group":"g1"})" "\n" + jsonError, ""},
       {"--json --quiet keeps the error lines", {}, "--json --quiet k.scn", 0, jsonError, ""},
+      {"at a terminal an error does not end the session, and Ctrl-D ends it on a line of its own", {}, "", 0,
+       kGreeting + kPrompt + kPrompt + "# hello\n" + kPrompt + "<stdin>:3: error: unknown command 'frobnicate'\n" +
+           kPrompt + "<stdin>:4: error: no service (create one with 'service NAME')\n" + kPrompt +
+           hubstore::sim::commandHelp(*hubstore::sim::findVerb("whenDel")) + kPrompt + kPrompt + kPrompt + kPrompt +
+           kPrompt + "hook m1 doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted\n" + kPrompt + "\n",
+       "", "agent agentB\necho hello\nfrobnicate\ngroupDel g9\nhelp whenDel\n"
+       "records\nmounter m1\nservice svcA\ngroup g1 m1\nsystemStatus 00:1c:73:00:00:01 g1=mounted\n\x04",
+       nullptr, true},
+      {"at a terminal quit ends the session right away", {}, "", 0, kGreeting + kPrompt + "# one\n" + kPrompt, "",
+       "echo one\nquit\necho two\n", nullptr, true},
   };
   for (const SimCase& run : runs) {
     SCOPED_TRACE(run.what);
     for (const auto& [name, text] : run.files) write(name, text);
-    const SimRun got = sim(run.args, run.input, run.vexTrace);
+    const SimRun got = run.atTerminal ? onTerminal(run.input) : sim(run.args, run.input, run.vexTrace);
     EXPECT_EQ(got.status, run.status);
     EXPECT_EQ(got.out, run.out);
     EXPECT_EQ(got.err, run.err);
@@ -264,64 +314,6 @@ TEST_F(SimCommandLine, UsageErrorsAndHelp) {
     EXPECT_EQ(help.status, 0) << args;
     EXPECT_EQ(help.out.rfind("usage: hubstore-sim", 0), 0u) << args;
     EXPECT_TRUE(help.out.ends_with(hubstore::sim::commandList())) << args;
-  }
-}
-
-// What a terminal shows of a session: the sim runs with no file on a
-// pseudo-terminal that echoes nothing and leaves line ends alone, `typed`
-// is typed at once, and everything the sim writes is read until it exits.
-SimRun onTerminal(const std::string& typed) {
-  int master, slave;
-  if (::openpty(&master, &slave, nullptr, nullptr, nullptr) != 0) return {-2, "", "no pseudo-terminal"};
-  // Set before the sim starts, so that nothing typed is echoed.
-  termios mode{};
-  ::tcgetattr(slave, &mode);
-  mode.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-  mode.c_oflag &= ~static_cast<tcflag_t>(OPOST);
-  ::tcsetattr(slave, TCSANOW, &mode);
-  const pid_t child = ::fork();
-  if (child == 0) {
-    ::close(master);
-    ::login_tty(slave);  // the controlling terminal and the standard streams
-    ::unsetenv("VEX_TRACE");
-    ::execl(HUBSTORE_SIM_PATH, "hubstore-sim", static_cast<char*>(nullptr));
-    ::_exit(127);
-  }
-  ::close(slave);
-  if (::write(master, typed.data(), typed.size()) != static_cast<ssize_t>(typed.size())) return {-2, "", "cannot type"};
-  std::string screen;
-  char buffer[4096];
-  ssize_t got;
-  // Once the sim has exited and the terminal has no writer, read fails (EIO).
-  while ((got = ::read(master, buffer, sizeof buffer)) > 0 || (got < 0 && errno == EINTR)) {
-    if (got > 0) screen.append(buffer, static_cast<std::size_t>(got));
-  }
-  ::close(master);
-  int raw = 0;
-  ::waitpid(child, &raw, 0);
-  return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, screen, ""};
-}
-
-const std::string kGreeting =
-    "hubstore-sim " HUBSTORE_VERSION_STRING ": type a command, 'help' for the list, 'quit' or Ctrl-D to end\n";
-const std::string kPrompt = "hubstore-sim> ";
-
-// Ctrl-D ends a session on a line of its own, quit right away; an error
-// does not end it.
-TEST(SimAtATerminal, RunsEachCommandAsTypedUntilTheEnd) {
-  const std::pair<std::string, std::string> sessions[] = {
-      {"agent agentB\necho hello\nfrobnicate\ngroupDel g9\nhelp whenDel\n"
-       "records\nmounter m1\nservice svcA\ngroup g1 m1\nsystemStatus 00:1c:73:00:00:01 g1=mounted\n\x04",
-       kGreeting + kPrompt + kPrompt + "# hello\n" + kPrompt + "<stdin>:3: error: unknown command 'frobnicate'\n" +
-           kPrompt + "<stdin>:4: error: no service (create one with 'service NAME')\n" + kPrompt +
-           hubstore::sim::commandHelp(*hubstore::sim::findVerb("whenDel")) + kPrompt + kPrompt + kPrompt + kPrompt +
-           kPrompt + "hook m1 doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted\n" + kPrompt + "\n"},
-      {"echo one\nquit\necho two\n", kGreeting + kPrompt + "# one\n" + kPrompt},
-  };
-  for (const auto& [typed, screen] : sessions) {
-    const SimRun session = onTerminal(typed);
-    EXPECT_EQ(session.status, 0) << typed;
-    EXPECT_EQ(session.out, screen);
   }
 }
 
