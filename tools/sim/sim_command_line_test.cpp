@@ -278,8 +278,10 @@ TEST_F(SimCommandLine, TheTimelineIsWrittenWhenTheRunEndsAlsoAfterAnError) {
   for (const char* args : {"--timeline page.html a.scn", "--timeline=page.html a.scn"}) {
     fs::remove(dir_ / "page.html");
     EXPECT_EQ(sim(args).status, 1) << args;
-    // The last step, file 0 line 6.
-    EXPECT_NE(slurp(dir_ / "page.html").find("[0,6,\"groupDel nothing\"]"), std::string::npos) << args;
+    // Named for its file; the last step is file 0's line 6.
+    const std::string page = slurp(dir_ / "page.html");
+    EXPECT_NE(page.find("{\"title\":\"a.scn\""), std::string::npos) << args;
+    EXPECT_NE(page.find("[0,6,\"groupDel nothing\"]"), std::string::npos) << args;
   }
 }
 
