@@ -12,7 +12,7 @@
 namespace hubstore::sim {
 namespace {
 
-using Changes = std::vector<std::string>;
+using Lines = std::vector<std::string>;
 
 // Runs `text` in a fresh simulated world, recording into `timeline`; its
 // transcript goes nowhere.
@@ -29,8 +29,8 @@ int run(Timeline& timeline, const std::string& text) {
 // What the timeline holds besides its steps, a line each: "change STEP SYSTEM
 // GROUP STATE" (STATE -1 for no status), "hook STEP HOOK GROUP SYSTEM" and
 // "error STEP MESSAGE".
-Changes recorded(const Timeline& timeline) {
-  Changes out;
+Lines recorded(const Timeline& timeline) {
+  Lines out;
   for (const Timeline::Change& c : timeline.changes()) {
     out.push_back("change " + std::to_string(c.step) + " " + c.system + " " + c.group + " " + std::to_string(c.state));
   }
@@ -61,7 +61,7 @@ TEST(TimelineRecording, KeepsEachStepsStateChangesWhoeverWroteThem) {
                                        "groupDel nothing\n");
   EXPECT_EQ(status, 1);
   EXPECT_EQ(recorded(timeline),
-            (Changes{"change 5 00:1c:73:00:00:01 g1 1", "change 5 00:1c:73:00:00:01 g2 0",
+            (Lines{"change 5 00:1c:73:00:00:01 g1 1", "change 5 00:1c:73:00:00:01 g2 0",
                      "change 8 00:1c:73:00:00:01 g1 2", "change 8 00:1c:73:00:00:02 g2 4",
                      "change 10 00:1c:73:00:00:02 g2 -1", "change 11 00:1c:73:00:00:02 g3 2",
                      "change 12 00:1c:73:00:00:01 g1 -1", "change 12 00:1c:73:00:00:01 g2 -1",
@@ -82,9 +82,10 @@ TEST(TimelineRecording, MarksCompletionsAndExceptionsOnTheirStep) {
                     "publishGroupStatus g2\ninitialMountsComplete g1 true\n"
                     "groupClosed g1 true\n"    // step 13
                     "groupClosed g2 true\n");  // step 14: the default mounter throws
-  const Changes got = recorded(timeline);
-  EXPECT_EQ(Changes(got.begin(), got.end() - 1),
-            (Changes{"hook 13 doMountsComplete g1", "hook 13 doInitialSwitchMountsComplete g1"}));
+  const Lines got = recorded(timeline);
+  ASSERT_FALSE(got.empty());
+  EXPECT_EQ(Lines(got.begin(), got.end() - 1),
+            (Lines{"hook 13 doMountsComplete g1", "hook 13 doInitialSwitchMountsComplete g1"}));
   EXPECT_EQ(got.back().rfind("error 14 Vex::InternalException: ", 0), 0u) << got.back();
 }
 
