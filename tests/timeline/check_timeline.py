@@ -141,7 +141,7 @@ def load(browser, url, screenshot=None):
     # The page draws as it loads: by its load event it is ready or failed.
     dataset = json.loads(browser.send("Runtime.evaluate", {
         "expression": "JSON.stringify(Object.assign({}, document.body.dataset))",
-        "returnByValue": True}, session=session)["result"]["value"])
+        "returnByValue": True}, session=session)["result"].get("value") or "{}")
     if screenshot:
         shot = browser.send("Page.captureScreenshot", {"format": "png"}, session=session)
         pathlib.Path(screenshot).write_bytes(base64.b64decode(shot["data"]))
