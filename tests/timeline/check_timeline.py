@@ -28,12 +28,14 @@ sys.dont_write_bytecode = True  # nothing written into the tree
 sys.path.insert(0, str(HERE))
 import fleet_scenario  # noqa: E402
 
+WIDTH, HEIGHT = 1400, 900
 CHROMIUM_FLAGS = [
     "--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
     "--disable-background-networking", "--disable-component-update", "--disable-sync",
-    "--remote-debugging-pipe",
+    "--remote-debugging-pipe", "--window-size=%d,%d" % (WIDTH, HEIGHT),
 ]
 TIMEOUT = 60.0
+FAILURES = []
 
 
 class Failure(Exception):
@@ -45,8 +47,8 @@ class Browser:
     its descriptor 3 and writes answers and events to its descriptor 4, each
     message JSON ended by a NUL."""
 
-    def __init__(self, chromium, size):
-        self.profile = tempfile.mkdtemp(prefix="timeline-chromium-")
+    def __init__(self, chromium):
+        self.profile = tempfile.TemporaryDirectory(prefix="timeline-chromium-")
         to_browser_read, self.to_browser = os.pipe()
         self.from_browser, from_browser_write = os.pipe()
 
@@ -59,46 +61,35 @@ class Browser:
 
         self.log = tempfile.TemporaryFile()
         self.process = subprocess.Popen(
-            [chromium, *CHROMIUM_FLAGS, "--user-data-dir=" + self.profile,
-             "--window-size=%d,%d" % size],
-            stdin=subprocess.DEVNULL, stdout=self.log, stderr=self.log,
-            preexec_fn=wire_pipes, close_fds=False)
+            [chromium, *CHROMIUM_FLAGS, "--user-data-dir=" + self.profile.name], stdin=subprocess.DEVNULL,
+            stdout=self.log, stderr=self.log, preexec_fn=wire_pipes, close_fds=False)
         os.close(to_browser_read)
         os.close(from_browser_write)
         self.buffer = b""
         self.next_id = 0
         self.events = []
-        self.size = size
 
     def close(self):
         try:
             self.send("Browser.close")
-        except Failure:
-            pass
-        try:
             self.process.wait(timeout=10)
-        except subprocess.TimeoutExpired:
+        except (Failure, subprocess.TimeoutExpired):
             self.process.kill()
             self.process.wait()
         os.close(self.to_browser)
         os.close(self.from_browser)
-        shutil.rmtree(self.profile, ignore_errors=True)
-
-    def browser_log(self):
-        self.log.seek(0)
-        return self.log.read().decode(errors="replace")
+        self.profile.cleanup()
 
     def _read_message(self, deadline):
         while b"\0" not in self.buffer:
-            left = deadline - time.monotonic()
-            if left <= 0:
+            ready, _, _ = select.select([self.from_browser], [], [], max(0, deadline - time.monotonic()))
+            if not ready:
                 raise Failure("no answer from chromium in time")
-            ready, _, _ = select.select([self.from_browser], [], [], left)
-            if ready:
-                chunk = os.read(self.from_browser, 1 << 20)
-                if not chunk:
-                    raise Failure("chromium closed its pipe:\n" + self.browser_log())
-                self.buffer += chunk
+            chunk = os.read(self.from_browser, 1 << 20)
+            if not chunk:
+                self.log.seek(0)
+                raise Failure("chromium closed its pipe:\n" + self.log.read().decode(errors="replace"))
+            self.buffer += chunk
         message, self.buffer = self.buffer.split(b"\0", 1)
         return json.loads(message)
 
@@ -118,73 +109,56 @@ class Browser:
             self.events.append(answer)
 
     def wait_for(self, method, session, deadline):
-        while True:
-            for index, event in enumerate(self.events):
-                if event.get("method") == method and event.get("sessionId") == session:
-                    return self.events.pop(index)
+        while not any(e.get("method") == method and e.get("sessionId") == session for e in self.events):
             self.events.append(self._read_message(deadline))
 
 
-def page_errors(events, page_url):
-    """Exceptions, console errors, log errors, and requests for anything but
-    the page itself."""
-    errors = []
-    for event in events:
-        method, params = event.get("method"), event.get("params", {})
-        if method == "Runtime.exceptionThrown":
-            errors.append("exception: " + json.dumps(params.get("exceptionDetails", {}))[:400])
-        elif method == "Runtime.consoleAPICalled" and params.get("type") in ("error", "assert", "warning"):
-            errors.append("console %s: %s" % (params["type"], json.dumps(params.get("args", []))[:400]))
-        elif method == "Log.entryAdded" and params["entry"].get("level") in ("error", "warning"):
-            errors.append("log: " + params["entry"].get("text", ""))
-        elif method == "Network.requestWillBeSent":
-            url = params["request"]["url"]
-            if url.split("#")[0] != page_url:
-                errors.append("request: " + url)
-    return errors
+# What makes an event of a page an error: exceptions, console errors, log
+# errors, and requests for anything but the page itself.
+ERROR_EVENTS = {
+    "Runtime.exceptionThrown": lambda params, page: True,
+    "Runtime.consoleAPICalled": lambda params, page: params["type"] in ("error", "assert", "warning"),
+    "Log.entryAdded": lambda params, page: params["entry"]["level"] in ("error", "warning"),
+    "Network.requestWillBeSent": lambda params, page: params["request"]["url"].split("#")[0] != page,
+}
 
 
 def load(browser, url, screenshot=None):
     """Loads `url` in a new tab; returns the page's data attributes, the time
-    from navigation to its ready mark, and the page's errors."""
+    from navigation to its load event, and the page's errors."""
     target = browser.send("Target.createTarget", {"url": "about:blank"})["targetId"]
     session = browser.send("Target.attachToTarget", {"targetId": target, "flatten": True})["sessionId"]
     for domain in ("Page", "Runtime", "Log", "Network"):
         browser.send(domain + ".enable", session=session)
-    width, height = browser.size
+    # The screenshots' size: the whole window is the page.
     browser.send("Emulation.setDeviceMetricsOverride",
-                 {"width": width, "height": height, "deviceScaleFactor": 1, "mobile": False}, session=session)
+                 {"width": WIDTH, "height": HEIGHT, "deviceScaleFactor": 1, "mobile": False}, session=session)
     browser.events.clear()
     started = time.monotonic()
     browser.send("Page.navigate", {"url": url}, session=session)
-    deadline = started + TIMEOUT
-    browser.wait_for("Page.loadEventFired", session, deadline)
-    while True:
-        value = browser.send("Runtime.evaluate", {
-            "expression": "JSON.stringify(Object.assign({}, document.body.dataset))",
-            "returnByValue": True}, session=session)["result"].get("value")
-        dataset = json.loads(value or "{}")
-        if dataset.get("ready") == "yes" or "error" in dataset:
-            break
-        if time.monotonic() > deadline:
-            raise Failure("%s never became ready" % url)
-        time.sleep(0.05)
+    browser.wait_for("Page.loadEventFired", session, started + TIMEOUT)
     elapsed = time.monotonic() - started
+    # The page draws as it loads: by its load event it is ready or failed.
+    dataset = json.loads(browser.send("Runtime.evaluate", {
+        "expression": "JSON.stringify(Object.assign({}, document.body.dataset))",
+        "returnByValue": True}, session=session)["result"].get("value") or "{}")
     if screenshot:
         shot = browser.send("Page.captureScreenshot", {"format": "png"}, session=session)
         pathlib.Path(screenshot).write_bytes(base64.b64decode(shot["data"]))
     # Events that arrived while the page ran.
     browser.send("Runtime.evaluate", {"expression": "0"}, session=session)
-    errors = page_errors([e for e in browser.events if e.get("sessionId") == session], url.split("#")[0])
+    errors = ["%s: %s" % (event["method"], json.dumps(event["params"])[:400]) for event in browser.events
+              if event.get("sessionId") == session and ERROR_EVENTS.get(event.get("method"), lambda *_: False)(
+                  event["params"], url.split("#")[0])]
     browser.events.clear()
     browser.send("Target.closeTarget", {"targetId": target})
     return dataset, elapsed, errors
 
 
-def check(condition, message, failures):
+def check(condition, message):
     print(("  ok    " if condition else "  FAIL  ") + message)
     if not condition:
-        failures.append(message)
+        FAILURES.append(message)
 
 
 def check_scenario(browser, sim, scenario, out, groups, switch_lanes, shown_step=None, screenshot_hash=None):
@@ -192,74 +166,64 @@ def check_scenario(browser, sim, scenario, out, groups, switch_lanes, shown_step
     page = out / (name + ".html")
     run = subprocess.run([str(sim), "--timeline", str(page), str(scenario)],
                          capture_output=True, text=True, timeout=600)
-    failures = []
     print("%s: %s" % (name, scenario))
-    check(run.returncode == 0, "the sim ran the scenario (exit %d) %s" % (run.returncode, run.stderr.strip()),
-          failures)
+    check(run.returncode == 0, "the sim ran the scenario (exit %d) %s" % (run.returncode, run.stderr.strip()))
     html = page.read_text()
     check(not re.search(r"<(script|link|img|iframe)[^>]+(src|href)=", html, re.I) and "http" not in html,
-          "the page names no external resource", failures)
+          "the page names no external resource")
     # The scenario's commands: lines with a word before any comment.
     commands = [line for line in pathlib.Path(scenario).read_text().splitlines()
                 if line.split() and not line.split()[0].startswith("#")]
     if shown_step is None:
         shown_step = len(commands) // 2
-    hook_lines = sum(1 for line in run.stdout.splitlines() if line.startswith("hook "))
-    # Each view of the page, its screenshot, and the data attributes it must show.
+    line = " ".join(commands[shown_step].split("#")[0].split())
+    hook_lines = sum(1 for output in run.stdout.splitlines() if output.startswith("hook "))
+    # Each view of the page, its screenshot, and what its data attributes
+    # must show: a value, or what a test of the attribute's text checks.
     views = [("", out / (name + ".png"), {"steps": len(commands), "groupLanes": groups, "lanes": groups,
                                            "switchLanes": switch_lanes, "marks": hook_lines}),
-             ("#open=*", None, {"lanes": groups + switch_lanes}),
-             ("#step=%d" % shown_step, None, {})]
+             ("#open=*", None, {"lanes": groups + switch_lanes, "lanesDrawn": ("> 0", lambda drawn: int(drawn) > 0)}),
+             ("#step=%d" % shown_step, None, {"tip": ("shows %r" % line, lambda tip: line in tip)})]
     if screenshot_hash is not None:
         views.append((screenshot_hash.format(step=shown_step), out / (name + "-open.png"), {}))
-    shown = {}
     for fragment, screenshot, expected in views:
         dataset, elapsed, errors = load(browser, page.resolve().as_uri() + fragment, screenshot)
-        shown[fragment] = dataset
-        print("  page %s%s: %.1f MB, ready %.2f s after navigation (%s ms by the page's clock)"
+        print("  page %s%s: %.1f MB, loaded %.2f s after navigation (%s ms by the page's clock)"
               % (page, fragment, len(html) / 1e6, elapsed, dataset.get("renderMs")))
-        check(errors == [] and "error" not in dataset, "no error: %s %s" % (errors, dataset.get("error", "")),
-              failures)
-        for key, value in expected.items():
-            check(dataset.get(key) == str(value), "%s %s == %s" % (key, dataset.get(key), value), failures)
-    drawn = shown["#open=*"].get("lanesDrawn", "0")
-    check(int(drawn) > 0, "every group open: %s lanes drawn" % drawn, failures)
-    line = " ".join(commands[shown_step].split("#")[0].split())
-    check(line in shown["#step=%d" % shown_step].get("tip", ""),
-          "step %d's tooltip shows its line %r" % (shown_step, line), failures)
-    return failures
+        check(errors == [] and dataset.get("ready") == "yes",
+              "ready, no error: %s %s" % (errors, dataset.get("error", "")))
+        for key, want in expected.items():
+            text, test = want if isinstance(want, tuple) else ("== %s" % want, lambda got, want=want: got == str(want))
+            got = dataset.get(key, "")
+            check(test(got), "%s %s, got %r" % (key, text, got[:100]))
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--sim", required=True, help="the hubstore-sim to run")
     parser.add_argument("--out", required=True, help="folder for the scenarios, pages and screenshots")
-    parser.add_argument("--chromium", default="chromium")
-    parser.add_argument("--switches", type=int, default=1000)
-    parser.add_argument("--groups", type=int, default=20)
     args = parser.parse_args()
-    chromium = shutil.which(args.chromium)
+    chromium = shutil.which("chromium")
     if not chromium:
-        print("check_timeline: %s not found (scripts/run installs Debian's chromium)" % args.chromium)
+        print("check_timeline: chromium not found (scripts/run installs Debian's chromium)")
         return 1
     out = pathlib.Path(args.out)
     out.mkdir(parents=True, exist_ok=True)
+    switches, groups = 1000, 20
     fleet = out / "fleet.scn"
-    fleet.write_text(fleet_scenario.scenario(args.switches, args.groups))
-
-    browser = Browser(chromium, (1400, 900))
-    failures = []
+    fleet.write_text(fleet_scenario.scenario(switches, groups))
+    browser = Browser(chromium)
     try:
         # quickstart: one group with one switch; step 14 closes the group.
-        failures += check_scenario(browser, args.sim, ROOT / "examples" / "quickstart.scn", out, 1, 1, 14)
+        check_scenario(browser, args.sim, ROOT / "examples" / "quickstart.scn", out, 1, 1, 14)
         # The fleet: every switch has a status for every group. The
         # screenshot opens the last group and shows the middle step.
-        failures += check_scenario(browser, args.sim, fleet, out, args.groups, args.switches * args.groups,
-                                   None, "#open=g%02d&step={step}" % args.groups)
+        check_scenario(browser, args.sim, fleet, out, groups, switches * groups, None,
+                       "#open=g%02d&step={step}" % groups)
     finally:
         browser.close()
-    if failures:
-        print("check_timeline: %d checks failed" % len(failures))
+    if FAILURES:
+        print("check_timeline: %d checks failed" % len(FAILURES))
         return 1
     print("check_timeline: every check passed; screenshots in %s" % out)
     return 0

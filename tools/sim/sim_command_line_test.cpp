@@ -1,13 +1,13 @@
 // Runs the built hubstore-sim with its options, which the scenario tests
 // (bare file, no options) cannot reach, and at a terminal.
-#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <pty.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
+#include <utmp.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -32,17 +32,12 @@ struct SimRun {
 class SimCommandLine : public ::testing::Test {
  protected:
   void SetUp() override {
-    dir_ = fs::temp_directory_path() /
-           ("hubstore_sim_cli_" + std::to_string(::getpid()) + "_" +
-            ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::create_directories(dir_);
+    std::string pattern = (fs::temp_directory_path() / "hubstore_sim_cli_XXXXXX").string();
+    dir_ = ::mkdtemp(pattern.data());
   }
   void TearDown() override { fs::remove_all(dir_); }
 
-  std::string write(const std::string& name, const std::string& text) {
-    std::ofstream(dir_ / name) << text;
-    return name;
-  }
+  void write(const std::string& name, const std::string& text) { std::ofstream(dir_ / name) << text; }
   static std::string slurp(const fs::path& path) {
     std::ostringstream text;
     text << std::ifstream(path).rdbuf();
@@ -79,225 +74,13 @@ const std::string kReinstantiation =
     "cannot reinstantiate serviceMountGroup[g1]: attribute mounter (272) is hubstore::sim::RecordingMounter#1, new "
     "value Controller::HubstoreServiceMounter#1";
 
-// One run of the sim: the files it is given, and all it prints. The files
-// stay in the folder for the runs that follow.
-struct SimCase {
-  std::string what;
-  std::vector<std::pair<std::string, std::string>> files;
-  std::string args;
-  std::string input;
-  const char* vexTrace;
-  int status;  // -1: aborted
-  std::string out;
-  std::string err;
-};
-
-TEST_F(SimCommandLine, EachRunPrintsItsLinesAndEndsWithItsStatus) {
-  fs::create_directory(dir_ / "folder");
-  const std::string versionLine = "hubstore-sim " HUBSTORE_VERSION_STRING "\n";
-  const std::string echoHelp = hubstore::sim::commandHelp(*hubstore::sim::findVerb("echo"));
-  std::string quitHelp;
-  std::istringstream quitLines(hubstore::sim::commandHelp(*hubstore::sim::findVerb("quit")));
-  for (std::string line; std::getline(quitLines, line);) quitHelp += R"({"kind":"help","line":")" + line + "\"}\n";
-  const std::string countingWorld = kWorld + "mounter m2 counting\ngroup g1 m2\n"
-                                             "repeat 1..3 systemStatus 00:1c:73:00:00:0{i} g1=mounting\n"
-                                             "mountState 00:1c:73:00:00:01 g1 failed\nhookCounts m2\n";
-  // Each true calls the hook, whose second action writes true again: stopped
-  // once 100 calls are under way.
-  std::string nestedHooks = "hook m1 doMountsComplete g1\n";
-  for (int call = 0; call < 101; ++call) nestedHooks += "hook m1 doInitialSwitchMountsComplete g1\n";
-  const std::vector<SimCase> runs = {
-      {"files and standard input run in one world, traced from the start", {{"a.scn", kWorld}},
-       "--trace=5 a.scn - ", "group g1 m1\n", nullptr, 0, kGroupTraces, ""},
-      {"syntax errors of every file are reported and nothing runs",
-       {{"a.scn", "echo first\nclosed maybe\n"}, {"b.scn", "echo second\nfrobnicate\n"}}, "a.scn b.scn", "", nullptr,
-       2, "",
-       "a.scn:2: error: 'closed' takes BOOL (true or false), got 'maybe'\n"
-       "b.scn:2: error: unknown command 'frobnicate'\n"},
-      {"a command a hook cannot run is reported at its when and the run goes on",
-       {{"a.scn", kClosableGroup + "when m1 doMountsComplete g1 groupDel nothing\ngroupClosed g1 true\n"
-                                   "echo still running\n"}},
-       "a.scn", "", nullptr, 1, "hook m1 doMountsComplete g1\n# still running\n",
-       "a.scn:9: error: unknown group nothing\n"},
-      {"the mount machinery writes only into the statuses it added",
-       {{"a.scn", kWorld + "systemStatus 00:1c:73:00:00:01\nmountState 00:1c:73:00:00:01 g1 mounted\n"},
-        {"b.scn", kWorld + "publishStatus g1 /db/routes\n"}},
-       "a.scn", "", nullptr, 1, "", "a.scn:6: error: switch status 00:1c:73:00:00:01 has no group status g1\n"},
-      {"a publish status goes only into a group's publish status", {}, "b.scn", "", nullptr, 1, "",
-       "b.scn:5: error: unknown publish group status g1\n"},
-      {"a folder is not read", {{"a.scn", "echo not run\n"}}, "a.scn folder", "", nullptr, 2, "",
-       "hubstore-sim: cannot read 'folder': Is a directory\n"},
-      {"a missing file is not read", {}, "a.scn missing.scn", "", nullptr, 2, "",
-       "hubstore-sim: cannot read 'missing.scn': No such file or directory\n"},
-      {"help in a scenario is part of the transcript and quit ends every file",
-       {{"a.scn", "help echo\necho before\nquit\necho after\n"}, {"b.scn", "echo not run either\n"}}, "a.scn b.scn",
-       "", nullptr, 0, echoHelp + "# before\n", ""},
-      {"help of no command in a scenario", {{"c.scn", "help frobnicate\n"}}, "c.scn", "", nullptr, 2, "",
-       "c.scn:1: error: 'help' takes the name of a command, got 'frobnicate'\n"},
-      {"help of no command", {}, "help frobnicate", "", nullptr, 2, "",
-       "hubstore-sim: no command 'frobnicate' ('hubstore-sim help' lists them)\n"},
-      {"help of a command", {}, "help when", "", nullptr, 0,
-       hubstore::sim::commandHelp(*hubstore::sim::findVerb("when")), ""},
-      {"help alone lists the commands", {}, "help", "", nullptr, 0, hubstore::sim::commandList(), ""},
-      {"version", {}, "--version", "", nullptr, 0, versionLine, ""},
-      {"VEX_TRACE sets the levels as in an agent", {{"a.scn", kWorld + "group g1 m1\n"}}, "a.scn", "", "Ferrolink/5",
-       0, kGroupTraces, ""},
-      {"--trace overrides VEX_TRACE", {}, "--trace=off a.scn", "", " Ferrolink/0-8\t", 0, "", ""},
-      {"a trace command overrides VEX_TRACE", {{"b.scn", "trace off\n" + kWorld + "group g1 m1\n"}}, "b.scn", "",
-       "Ferrolink/5", 0, "", ""},
-      {"VEX_TRACE items that enable nothing are named and the others apply", {}, "a.scn", "",
-       "5 /5 Ferrolink/ Ferrolink/x Other/5 Ferrolink/5 Ferrolink/7", 0, kGroupTraces,
-       "hubstore-sim: VEX_TRACE: ignored '5' (not FACILITY/LEVELS), '/5' (not FACILITY/LEVELS), 'Ferrolink/' (LEVELS "
-       "is a comma list of levels 0-9 and ranges, or off), 'Ferrolink/x' (LEVELS is a comma list of levels 0-9 and "
-       "ranges, or off), 'Other/5' (no facility Other), 'Ferrolink/7' (an earlier item set Ferrolink); the "
-       "library's facility is Ferrolink, e.g. Ferrolink/5,7-8\n"},
-      {"--quiet keeps exceptions, errors and the status",
-       {{"a.scn", kWorld + "echo hidden\ntrace 8\ngroup g1 m1\nmounter d default\ngroup g1 d\ngroupDel nothing\n"
-                           "echo not run\n"}},
-       "--quiet a.scn", "", nullptr, 1, "error Vex::MutatorReinstantiatingException: " + kReinstantiation + "\n",
-       "a.scn:10: error: unknown group nothing\n"},
-      {"hooks that set each other off without end are stopped",
-       {{"n.scn", kClosableGroup + "when m1 doInitialSwitchMountsComplete g1 initialMountsComplete g1 false\n"
-                                   "when m1 doInitialSwitchMountsComplete g1 initialMountsComplete g1 true\n"
-                                   "groupClosed g1 true\ninitialMountsComplete g1 true\necho done\n"}},
-       "n.scn", "", nullptr, 1, nestedHooks + "# done\n",
-       "n.scn:9: error: not run: commands run by hooks nest 100 deep\n"
-       "n.scn:10: error: not run: commands run by hooks nest 100 deep\n"},
-      {"a failed assertion is preceded by the line that was running",
-       {{"a.scn", "agent agentB\nmounter m1\n  service   svcA  # no records\n"}}, "a.scn", "", nullptr, -1, "",
-       "a.scn:3: while running: service svcA\nassertion failed: smc\n"},
-      {"an assertion in a hook names both lines that were running",
-       {{"b.scn", kClosableGroup + "group g2 m1\nwhen m1 doMountsComplete g1 groupClosed g2 true\n"}}, "b.scn -",
-       "echo from standard input\ngroupClosed g1 true\n", nullptr, -1,
-       "# from standard input\nhook m1 doMountsComplete g1\n",
-       "<stdin>:2: while running: groupClosed g1 true\n"
-       "b.scn:10: in a hook, while running: groupClosed g2 true\n"
-       "assertion failed: versionWhiteList() && \" mountgroup is missing version filter \"\n"},
-      {"a repeat's bad braces are syntax errors",
-       {{"a.scn", "echo first\nrepeat 300 allowedSwitch l 00:1c:73:00:00:{i:xx} true\n"}}, "a.scn", "", nullptr, 2,
-       "", "a.scn:2: error: '{i:xx}' holds numbers up to 255, and i goes up to 299\n"},
-      {"a repeat names the command of its own that failed",
-       {{"b.scn", kWorld + "mounter m2 counting\ngroup g1 m2\n"
-                           "repeat 1..2 systemStatus 00:1c:73:00:00:0{i} g1=mounting\n"
-                           "repeat g=1..2 mountState 00:1c:73:00:00:0{g} g{g} mounted\necho not run\n"}},
-       "b.scn", "", nullptr, 1, "",
-       "b.scn:8: error: in 'mountState 00:1c:73:00:00:02 g2 mounted' (g=2): switch status 00:1c:73:00:00:02 has no "
-       "group status g2\n"},
-      {"a hook's command that a repeated when gave names its values",
-       {{"d.scn", kClosableGroup + "repeat 2 when m1 doMountsComplete g1 groupDel x{i}\ngroupClosed g1 true\n"}},
-       "d.scn", "", nullptr, 1, "hook m1 doMountsComplete g1\n",
-       "d.scn:9: error: in 'groupDel x0' (i=0): unknown group x0\n"
-       "d.scn:9: error: in 'groupDel x1' (i=1): unknown group x1\n"},
-      {"an assertion names the repeated command that was running",
-       {{"c.scn", "agent agentB\nmounter m1\nrepeat 2 records\nrepeat 1 recordDel controller/status\n"
-                  "repeat 2..3 service svc{i}\n"}},
-       "c.scn", "", nullptr, -1, "", "c.scn:5: while running: service svc2\nassertion failed: hubstoreStatus()\n"},
-      {"a counting mounter prints no hook line and sums its calls", {{"h.scn", countingWorld}}, "h.scn", "", nullptr,
-       0, "hookCounts m2 doHandleControllerMountState 4: unknown 0, mounting 3, mounted 0, unmounted 0, failed 1\n",
-       ""},
-      {"a default mounter counts nothing", {{"e.scn", kWorld + "mounter d default\nhookCounts d\n"}}, "e.scn", "",
-       nullptr, 1, "", "e.scn:6: error: mounter d is a default mounter: it counts no hook calls\n"},
-      {"--json: one object per line with its kind and fields",
-       {{"j.scn", kWorld + "echo \"say \\\"hi\\\"\" back\\slash\ntrace 5\ngroup g1 m1\ntrace off\n"
-                           "systemStatus 00:1C:73:00:00:01 g1=mounting\nmounter d default\ngroup g1 d\n"
-                           "serviceDel\nrecordDel controller/mount/config/service/agentB\n"
-                           "recordDel controller/publish/config/service/agentB\ndump\nhelp quit\n"}},
-       "--json j.scn", "", nullptr, 0,
-       R"({"kind":"echo","text":"say \"hi\" back\\slash"})" "\n"
-       R"({"kind":"trace","level":5,"text":"doCheckMountAndPublishStatus g1 not complete"})" "\n"
-       R"({"kind":"trace","level":5,"text":"handleInitialMountsComplete: no CSMG for group g1"})" "\n"
-       R"({"kind":"hook","mounter":"m1","hook":"doHandleControllerMountState","group":"g1",)"
-       R"("system":"00:1c:73:00:00:01","state":"mounting"})" "\n"
-       R"({"kind":"error","type":"Vex::MutatorReinstantiatingException","message":")" + kReinstantiation + "\"}\n"
-       R"({"kind":"dump","line":"dump begin"})" "\n"
-       R"({"kind":"dump","line":"mountConfig = none"})" "\n"
-       R"({"kind":"dump","line":"publishConfig = none"})" "\n"
-       R"({"kind":"dump","line":"dump end"})" "\n" + quitHelp,
-       ""},
-      {"--json: hook counts", {}, "--json h.scn", "", nullptr, 0,
-       R"({"kind":"hookCounts","mounter":"m2","hook":"doHandleControllerMountState","calls":4,"unknown":0,)"
-       R"("mounting":3,"mounted":0,"unmounted":0,"failed":1})" "\n",
-       ""},
-      {"--json: a hook that names only its group",
-       {{"k.scn", kClosableGroup + "groupClosed g1 true\nmounter d default\ngroup g1 d\n"}}, "--json k.scn", "",
-       nullptr, 0,
-       R"({"kind":"hook","mounter":"m1","hook":"doMountsComplete","group":"g1"})" "\n"
-       R"({"kind":"error","type":"Vex::MutatorReinstantiatingException","message":")" + kReinstantiation + "\"}\n",
-       ""},
-      {"--json --quiet keeps the error lines", {}, "--json --quiet k.scn", "", nullptr, 0,
-       R"({"kind":"error","type":"Vex::MutatorReinstantiatingException","message":")" + kReinstantiation + "\"}\n",
-       ""},
-  };
-  for (const SimCase& run : runs) {
-    SCOPED_TRACE(run.what);
-    for (const auto& [name, text] : run.files) write(name, text);
-    const SimRun got = sim(run.args, run.input, run.vexTrace);
-    EXPECT_EQ(got.status, run.status);
-    EXPECT_EQ(got.out, run.out);
-    EXPECT_EQ(got.err, run.err);
-  }
-}
-
-TEST_F(SimCommandLine, TheTimelineIsWrittenWhenTheRunEndsAlsoAfterAnError) {
-  write("a.scn", kWorld + "systemStatus 00:1c:73:00:00:01\ngroupDel nothing\n");
-  const SimRun run = sim("--timeline page.html a.scn");
-  EXPECT_EQ(run.status, 1);
-  const std::string page = slurp(dir_ / "page.html");
-  EXPECT_EQ(page.rfind("<!doctype html>", 0), 0u);
-  EXPECT_NE(page.find("[0,6,\"groupDel nothing\"]"), std::string::npos) << "the last step, file 0 line 6";
-  EXPECT_EQ(sim("--timeline=page2.html a.scn").status, 1);
-  EXPECT_EQ(slurp(dir_ / "page2.html"), page);
-}
-
-TEST_F(SimCommandLine, MetricsAreTheRunsLastAlsoWhenItReleasedItsService) {
-  const std::string g1Mounted = "hubstore_group_switches{service=\"svcA\",group=\"g1\",state=\"mounted\"} 1\n";
-  write("a.scn", kWorld + "group g1 m1\nsystemStatus 00:1c:73:00:00:01 g1=mounted\n");
-  ASSERT_EQ(sim("--metrics live.prom a.scn").status, 0);
-  const std::string live = slurp(dir_ / "live.prom");
-  EXPECT_NE(live.find(g1Mounted), std::string::npos) << live;
-  // Released, then the switch unmounts: the file holds the numbers of the moment of release.
-  write("b.scn", kWorld + "group g1 m1\nsystemStatus 00:1c:73:00:00:01 g1=mounted\nserviceDel\n"
-                           "mountState 00:1c:73:00:00:01 g1 unmounted\n");
-  ASSERT_EQ(sim("--metrics released.prom b.scn").status, 0);
-  // Up to the hooks' durations, which are measured.
-  auto untimed = [](const std::string& text) { return text.substr(0, text.find("# HELP hubstore_hook_duration")); };
-  EXPECT_EQ(untimed(slurp(dir_ / "released.prom")), untimed(live));
-}
-
-TEST_F(SimCommandLine, UsageErrorsEndWithStatusTwo) {
-  // No file and standard input not a terminal is a usage error too.
-  for (const char* args : {"", "--trace=5-x a.scn", "--loud a.scn", "help when echo", "a.scn --timeline",
-                           "--timeline= a.scn", "--timeline no/such/dir/page.html a.scn"}) {
-    write("a.scn", "echo x\n");
-    const SimRun run = sim(args);
-    EXPECT_EQ(run.status, 2) << args;
-    EXPECT_EQ(run.out, "") << args;
-    EXPECT_NE(run.err.find("usage: hubstore-sim"), std::string::npos) << args;
-  }
-}
-
-TEST_F(SimCommandLine, HelpIsTheUsageAndTheListOfCommands) {
-  const SimRun help = sim("--help");
-  EXPECT_EQ(help.status, 0);
-  EXPECT_EQ(help.out.rfind("usage: hubstore-sim", 0), 0u);
-  EXPECT_TRUE(help.out.ends_with(hubstore::sim::commandList()));
-  EXPECT_EQ(sim("-h").out, help.out);
-}
-
 // What a terminal shows of a session: the sim runs with no file on a
 // pseudo-terminal that echoes nothing and leaves line ends alone, `typed`
 // is typed at once, and everything the sim writes is read until it exits.
-struct TerminalSession {
-  int status;
-  std::string screen;
-};
-
-TerminalSession onTerminal(const std::string& typed) {
-  const int master = ::posix_openpt(O_RDWR | O_NOCTTY);
-  if (master < 0 || ::grantpt(master) != 0 || ::unlockpt(master) != 0) return {-2, "no pseudo-terminal"};
-  const std::string slaveName = ::ptsname(master);
+SimRun onTerminal(const std::string& typed) {
+  int master, slave;
+  if (::openpty(&master, &slave, nullptr, nullptr, nullptr) != 0) return {-2, "", "no pseudo-terminal"};
   // Set before the sim starts, so that nothing typed is echoed.
-  const int slave = ::open(slaveName.c_str(), O_RDWR | O_NOCTTY);
   termios mode{};
   ::tcgetattr(slave, &mode);
   mode.c_lflag &= ~static_cast<tcflag_t>(ECHO);
@@ -305,18 +88,14 @@ TerminalSession onTerminal(const std::string& typed) {
   ::tcsetattr(slave, TCSANOW, &mode);
   const pid_t child = ::fork();
   if (child == 0) {
-    ::setsid();
-    const int terminal = ::open(slaveName.c_str(), O_RDWR);  // becomes the controlling terminal
-    for (int fd = 0; fd < 3; ++fd) ::dup2(terminal, fd);
-    ::close(terminal);
-    ::close(slave);
     ::close(master);
+    ::login_tty(slave);  // the controlling terminal and the standard streams
     ::unsetenv("VEX_TRACE");
     ::execl(HUBSTORE_SIM_PATH, "hubstore-sim", static_cast<char*>(nullptr));
     ::_exit(127);
   }
   ::close(slave);
-  if (::write(master, typed.data(), typed.size()) != static_cast<ssize_t>(typed.size())) return {-2, "cannot type"};
+  if (::write(master, typed.data(), typed.size()) != static_cast<ssize_t>(typed.size())) return {-2, "", "cannot type"};
   std::string screen;
   char buffer[4096];
   ssize_t got;
@@ -327,29 +106,216 @@ TerminalSession onTerminal(const std::string& typed) {
   ::close(master);
   int raw = 0;
   ::waitpid(child, &raw, 0);
-  return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, screen};
+  return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, screen, ""};
 }
 
 const std::string kGreeting =
     "hubstore-sim " HUBSTORE_VERSION_STRING ": type a command, 'help' for the list, 'quit' or Ctrl-D to end\n";
 const std::string kPrompt = "hubstore-sim> ";
 
-// Ctrl-D ends a session on a line of its own, quit right away; an error
-// does not end it.
-TEST(SimAtATerminal, RunsEachCommandAsTypedUntilTheEnd) {
-  const std::pair<std::string, std::string> sessions[] = {
-      {"agent agentB\necho hello\nfrobnicate\ngroupDel g9\nhelp whenDel\n"
-       "records\nmounter m1\nservice svcA\ngroup g1 m1\nsystemStatus 00:1c:73:00:00:01 g1=mounted\n\x04",
+// One run of the sim: the files it is given, and all it prints. The files
+// stay in the folder for the runs that follow.
+struct SimCase {
+  std::string what;
+  std::vector<std::pair<std::string, std::string>> files;
+  std::string args;
+  int status;  // -1: aborted
+  std::string out;
+  std::string err;
+  std::string input = "";
+  const char* vexTrace = nullptr;
+  bool atTerminal = false;  // `input` typed, and `out` the whole screen
+};
+
+TEST_F(SimCommandLine, EachRunPrintsItsLinesAndEndsWithItsStatus) {
+  fs::create_directory(dir_ / "folder");
+  std::string quitHelp;
+  std::istringstream quitLines(hubstore::sim::commandHelp(*hubstore::sim::findVerb("quit")));
+  for (std::string line; std::getline(quitLines, line);) quitHelp += R"({"kind":"help","line":")" + line + "\"}\n";
+  const std::string countingWorld = kWorld + "mounter m2 counting\ngroup g1 m2\n"
+                                             "repeat 1..3 systemStatus 00:1c:73:00:00:0{i} g1=mounting\n"
+                                             "mountState 00:1c:73:00:00:01 g1 failed\nhookCounts m2\n";
+  // Each true calls the hook, whose second action writes true again: stopped
+  // once 100 calls are under way.
+  const std::string jsonError =
+      R"({"kind":"error","type":"Vex::MutatorReinstantiatingException","message":")" + kReinstantiation + "\"}\n";
+  std::string nestedHooks = "hook m1 doMountsComplete g1\n";
+  for (int call = 0; call < 101; ++call) nestedHooks += "hook m1 doInitialSwitchMountsComplete g1\n";
+  const std::vector<SimCase> runs = {
+      {"files and standard input run in one world, traced from the start", {{"a.scn", kWorld}}, "--trace=5 a.scn - ",
+       0, kGroupTraces, "", "group g1 m1\n"},
+      {"syntax errors of every file are reported and nothing runs",
+       {{"a.scn", "echo first\nclosed maybe\n"}, {"b.scn", "echo second\nfrobnicate\n"}}, "a.scn b.scn", 2, "",
+       "a.scn:2: error: 'closed' takes BOOL (true or false), got 'maybe'\n"
+       "b.scn:2: error: unknown command 'frobnicate'\n"},
+      {"a command a hook cannot run is reported at its when and the run goes on",
+       {{"a.scn", kClosableGroup + "when m1 doMountsComplete g1 groupDel nothing\ngroupClosed g1 true\n"
+                                   "echo still running\n"}},
+       "a.scn", 1, "hook m1 doMountsComplete g1\n# still running\n", "a.scn:9: error: unknown group nothing\n"},
+      {"the mount machinery writes only into the statuses it added",
+       {{"a.scn", kWorld + "systemStatus 00:1c:73:00:00:01\nmountState 00:1c:73:00:00:01 g1 mounted\n"},
+        {"b.scn", kWorld + "publishStatus g1 /db/routes\n"}},
+       "a.scn", 1, "", "a.scn:6: error: switch status 00:1c:73:00:00:01 has no group status g1\n"},
+      {"a publish status goes only into a group's publish status", {}, "b.scn", 1, "",
+       "b.scn:5: error: unknown publish group status g1\n"},
+      {"a folder is not read", {{"a.scn", "echo not run\n"}}, "a.scn folder", 2, "",
+       "hubstore-sim: cannot read 'folder': Is a directory\n"},
+      {"a missing file is not read", {}, "a.scn missing.scn", 2, "",
+       "hubstore-sim: cannot read 'missing.scn': No such file or directory\n"},
+      {"help in a scenario is part of the transcript and quit ends every file",
+       {{"a.scn", "help echo\necho before\nquit\necho after\n"}, {"b.scn", "echo not run either\n"}}, "a.scn b.scn",
+       0, hubstore::sim::commandHelp(*hubstore::sim::findVerb("echo")) + "# before\n", ""},
+      {"help of no command in a scenario", {{"c.scn", "help frobnicate\n"}}, "c.scn", 2, "",
+       "c.scn:1: error: 'help' takes the name of a command, got 'frobnicate'\n"},
+      {"help of no command", {}, "help frobnicate", 2, "",
+       "hubstore-sim: no command 'frobnicate' ('hubstore-sim help' lists them)\n"},
+      {"help of a command", {}, "help when", 0, hubstore::sim::commandHelp(*hubstore::sim::findVerb("when")), ""},
+      {"help alone lists the commands", {}, "help", 0, hubstore::sim::commandList(), ""},
+      {"version", {}, "--version", 0, "hubstore-sim " HUBSTORE_VERSION_STRING "\n", ""},
+      {"VEX_TRACE sets the levels as in an agent", {{"a.scn", kWorld + "group g1 m1\n"}}, "a.scn", 0, kGroupTraces, "",
+       "", "Ferrolink/5"},
+      {"--trace overrides VEX_TRACE", {}, "--trace=off a.scn", 0, "", "", "", " Ferrolink/0-8\t"},
+      {"a trace command overrides VEX_TRACE", {{"b.scn", "trace off\n" + kWorld + "group g1 m1\n"}}, "b.scn", 0, "", "",
+       "", "Ferrolink/5"},
+      {"VEX_TRACE items that enable nothing are named and the others apply", {}, "a.scn", 0, kGroupTraces,
+       "hubstore-sim: VEX_TRACE: ignored '5' (not FACILITY/LEVELS), '/5' (not FACILITY/LEVELS), 'Ferrolink/' (LEVELS "
+       "is a comma list of levels 0-9 and ranges, or off), 'Ferrolink/x' (LEVELS is a comma list of levels 0-9 and "
+       "ranges, or off), 'Other/5' (no facility Other), 'Ferrolink/7' (an earlier item set Ferrolink); the "
+       "library's facility is Ferrolink, e.g. Ferrolink/5,7-8\n",
+       "", "5 /5 Ferrolink/ Ferrolink/x Other/5 Ferrolink/5 Ferrolink/7"},
+      {"--quiet keeps exceptions, errors and the status",
+       {{"a.scn", kWorld + "echo hidden\ntrace 8\ngroup g1 m1\nmounter d default\ngroup g1 d\ngroupDel nothing\n"
+                           "echo not run\n"}},
+       "--quiet a.scn", 1, "error Vex::MutatorReinstantiatingException: " + kReinstantiation + "\n",
+       "a.scn:10: error: unknown group nothing\n"},
+      {"hooks that set each other off without end are stopped",
+       {{"n.scn", kClosableGroup + "when m1 doInitialSwitchMountsComplete g1 initialMountsComplete g1 false\n"
+                                   "when m1 doInitialSwitchMountsComplete g1 initialMountsComplete g1 true\n"
+                                   "groupClosed g1 true\ninitialMountsComplete g1 true\necho done\n"}},
+       "n.scn", 1, nestedHooks + "# done\n",
+       "n.scn:9: error: not run: commands run by hooks nest 100 deep\n"
+       "n.scn:10: error: not run: commands run by hooks nest 100 deep\n"},
+      {"a failed assertion is preceded by the line that was running",
+       {{"a.scn", "agent agentB\nmounter m1\n  service   svcA  # no records\n"}}, "a.scn", -1, "",
+       "a.scn:3: while running: service svcA\nassertion failed: smc\n"},
+      {"an assertion in a hook names both lines that were running",
+       {{"b.scn", kClosableGroup + "group g2 m1\nwhen m1 doMountsComplete g1 groupClosed g2 true\n"}}, "b.scn -", -1,
+       "# from standard input\nhook m1 doMountsComplete g1\n",
+       "<stdin>:2: while running: groupClosed g1 true\n"
+       "b.scn:10: in a hook, while running: groupClosed g2 true\n"
+       "assertion failed: versionWhiteList() && \" mountgroup is missing version filter \"\n",
+       "echo from standard input\ngroupClosed g1 true\n"},
+      {"a repeat's bad braces are syntax errors",
+       {{"a.scn", "echo first\nrepeat 300 allowedSwitch l 00:1c:73:00:00:{i:xx} true\n"}}, "a.scn", 2, "",
+       "a.scn:2: error: '{i:xx}' holds numbers up to 255, and i goes up to 299\n"},
+      {"a repeat names the command of its own that failed",
+       {{"b.scn", kWorld + "mounter m2 counting\ngroup g1 m2\n"
+                           "repeat 1..2 systemStatus 00:1c:73:00:00:0{i} g1=mounting\n"
+                           "repeat g=1..2 mountState 00:1c:73:00:00:0{g} g{g} mounted\necho not run\n"}},
+       "b.scn", 1, "",
+       "b.scn:8: error: in 'mountState 00:1c:73:00:00:02 g2 mounted' (g=2): switch status 00:1c:73:00:00:02 has no "
+       "group status g2\n"},
+      {"a hook's command that a repeated when gave names its values",
+       {{"d.scn", kClosableGroup + "repeat 2 when m1 doMountsComplete g1 groupDel x{i}\ngroupClosed g1 true\n"}},
+       "d.scn", 1, "hook m1 doMountsComplete g1\n",
+       "d.scn:9: error: in 'groupDel x0' (i=0): unknown group x0\n"
+       "d.scn:9: error: in 'groupDel x1' (i=1): unknown group x1\n"},
+      {"an assertion names the repeated command that was running",
+       {{"c.scn", "agent agentB\nmounter m1\nrepeat 2 records\nrepeat 1 recordDel controller/status\n"
+                  "repeat 2..3 service svc{i}\n"}},
+       "c.scn", -1, "", "c.scn:5: while running: service svc2\nassertion failed: hubstoreStatus()\n"},
+      {"a counting mounter prints no hook line and sums its calls", {{"h.scn", countingWorld}}, "h.scn", 0,
+       "hookCounts m2 doHandleControllerMountState 4: unknown 0, mounting 3, mounted 0, unmounted 0, failed 1\n", ""},
+      {"a default mounter counts nothing", {{"e.scn", kWorld + "mounter d default\nhookCounts d\n"}}, "e.scn", 1, "",
+       "e.scn:6: error: mounter d is a default mounter: it counts no hook calls\n"},
+      {"--json: one object per line with its kind and fields",
+       {{"j.scn", kWorld + "echo \"say \\\"hi\\\"\" back\\slash\ntrace 5\ngroup g1 m1\ntrace off\n"
+                           "systemStatus 00:1C:73:00:00:01 g1=mounting\nmounter d default\ngroup g1 d\n"
+                           "serviceDel\nrecordDel controller/mount/config/service/agentB\n"
+                           "recordDel controller/publish/config/service/agentB\ndump\nhelp quit\n"}},
+       "--json j.scn", 0,
+       R"({"kind":"echo","text":"say \"hi\" back\\slash"})" "\n"
+       R"({"kind":"trace","level":5,"text":"doCheckMountAndPublishStatus g1 not complete"})" "\n"
+       R"({"kind":"trace","level":5,"text":"handleInitialMountsComplete: no CSMG for group g1"})" "\n"
+       R"({"kind":"hook","mounter":"m1","hook":"doHandleControllerMountState","group":"g1",)"
+       R"("system":"00:1c:73:00:00:01","state":"mounting"})" "\n" + jsonError +
+       R"({"kind":"dump","line":"dump begin"})" "\n"
+       R"({"kind":"dump","line":"mountConfig = none"})" "\n"
+       R"({"kind":"dump","line":"publishConfig = none"})" "\n"
+       R"({"kind":"dump","line":"dump end"})" "\n" + quitHelp,
+       ""},
+      {"--json: hook counts", {}, "--json h.scn", 0,
+       R"({"kind":"hookCounts","mounter":"m2","hook":"doHandleControllerMountState","calls":4,"unknown":0,)"
+       R"("mounting":3,"mounted":0,"unmounted":0,"failed":1})" "\n",
+       ""},
+      {"--json: a hook that names only its group",
+       {{"k.scn", kClosableGroup + "groupClosed g1 true\nmounter d default\ngroup g1 d\n"}}, "--json k.scn", 0,
+       R"({"kind":"hook","mounter":"m1","hook":"doMountsComplete","group":"g1"})" "\n" + jsonError, ""},
+      {"--json --quiet keeps the error lines", {}, "--json --quiet k.scn", 0, jsonError, ""},
+      {"at a terminal an error does not end the session, and Ctrl-D ends it on a line of its own", {}, "", 0,
        kGreeting + kPrompt + kPrompt + "# hello\n" + kPrompt + "<stdin>:3: error: unknown command 'frobnicate'\n" +
            kPrompt + "<stdin>:4: error: no service (create one with 'service NAME')\n" + kPrompt +
            hubstore::sim::commandHelp(*hubstore::sim::findVerb("whenDel")) + kPrompt + kPrompt + kPrompt + kPrompt +
-           kPrompt + "hook m1 doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted\n" + kPrompt + "\n"},
-      {"echo one\nquit\necho two\n", kGreeting + kPrompt + "# one\n" + kPrompt},
+           kPrompt + "hook m1 doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted\n" + kPrompt + "\n",
+       "", "agent agentB\necho hello\nfrobnicate\ngroupDel g9\nhelp whenDel\n"
+       "records\nmounter m1\nservice svcA\ngroup g1 m1\nsystemStatus 00:1c:73:00:00:01 g1=mounted\n\x04",
+       nullptr, true},
+      {"at a terminal quit ends the session right away", {}, "", 0, kGreeting + kPrompt + "# one\n" + kPrompt, "",
+       "echo one\nquit\necho two\n", nullptr, true},
   };
-  for (const auto& [typed, screen] : sessions) {
-    const TerminalSession session = onTerminal(typed);
-    EXPECT_EQ(session.status, 0) << typed;
-    EXPECT_EQ(session.screen, screen);
+  for (const SimCase& run : runs) {
+    SCOPED_TRACE(run.what);
+    for (const auto& [name, text] : run.files) write(name, text);
+    const SimRun got = run.atTerminal ? onTerminal(run.input) : sim(run.args, run.input, run.vexTrace);
+    EXPECT_EQ(got.status, run.status);
+    EXPECT_EQ(got.out, run.out);
+    EXPECT_EQ(got.err, run.err);
+  }
+}
+
+TEST_F(SimCommandLine, TheTimelineIsWrittenWhenTheRunEndsAlsoAfterAnError) {
+  write("a.scn", kWorld + "systemStatus 00:1c:73:00:00:01\ngroupDel nothing\n");
+  for (const char* args : {"--timeline page.html a.scn", "--timeline=page.html a.scn"}) {
+    fs::remove(dir_ / "page.html");
+    EXPECT_EQ(sim(args).status, 1) << args;
+    // Named for its file; the last step is file 0's line 6.
+    const std::string page = slurp(dir_ / "page.html");
+    EXPECT_NE(page.find("{\"title\":\"a.scn\""), std::string::npos) << args;
+    EXPECT_NE(page.find("[0,6,\"groupDel nothing\"]"), std::string::npos) << args;
+  }
+}
+
+TEST_F(SimCommandLine, MetricsAreTheRunsLastAlsoWhenItReleasedItsService) {
+  const std::string g1Mounted = "hubstore_group_switches{service=\"svcA\",group=\"g1\",state=\"mounted\"} 1\n";
+  const std::string mounted = kWorld + "group g1 m1\nsystemStatus 00:1c:73:00:00:01 g1=mounted\n";
+  write("a.scn", mounted);
+  ASSERT_EQ(sim("--metrics live.prom a.scn").status, 0);
+  const std::string live = slurp(dir_ / "live.prom");
+  EXPECT_NE(live.find(g1Mounted), std::string::npos) << live;
+  // Released, then the switch unmounts: the file holds the numbers of the moment of release.
+  write("b.scn", mounted + "serviceDel\nmountState 00:1c:73:00:00:01 g1 unmounted\n");
+  ASSERT_EQ(sim("--metrics released.prom b.scn").status, 0);
+  // Up to the hooks' durations, which are measured.
+  auto untimed = [](const std::string& text) { return text.substr(0, text.find("# HELP hubstore_hook_duration")); };
+  EXPECT_EQ(untimed(slurp(dir_ / "released.prom")), untimed(live));
+}
+
+// A usage error ends with status 2, help with 0: both show the usage.
+TEST_F(SimCommandLine, UsageErrorsAndHelp) {
+  write("a.scn", "echo x\n");
+  // No file and standard input not a terminal is a usage error too.
+  for (const char* args : {"", "--trace=5-x a.scn", "--loud a.scn", "help when echo", "a.scn --timeline",
+                           "--timeline= a.scn", "--timeline no/such/dir/page.html a.scn"}) {
+    const SimRun run = sim(args);
+    EXPECT_EQ(run.status, 2) << args;
+    EXPECT_EQ(run.out, "") << args;
+    EXPECT_NE(run.err.find("usage: hubstore-sim"), std::string::npos) << args;
+  }
+  for (const char* args : {"--help", "-h"}) {
+    const SimRun help = sim(args);
+    EXPECT_EQ(help.status, 0) << args;
+    EXPECT_EQ(help.out.rfind("usage: hubstore-sim", 0), 0u) << args;
+    EXPECT_TRUE(help.out.ends_with(hubstore::sim::commandList())) << args;
   }
 }
 
