@@ -42,12 +42,15 @@ class Member : public PtrInterface {
 
 using Log = std::vector<std::string>;
 
-TEST(OwnerLink, SurvivorsAreToldInLinkOrderThenReadNull) {
+struct OwnerLink : ::testing::Test {
   Log log;
   Owner owner{"o", {}};
-  auto a = make<Member>(&owner, "a", &log);
-  auto b = make<Member>(&owner, "b", &log);
-  auto c = make<Member>(&owner, "c", &log);
+  Ptr<Member> a = make<Member>(&owner, "a", &log);
+  Ptr<Member> b = make<Member>(&owner, "b", &log);
+  Ptr<Member> c = make<Member>(&owner, "c", &log);
+};
+
+TEST_F(OwnerLink, SurvivorsAreToldInLinkOrderThenReadNull) {
   b = nullptr;  // a member that dies first just unlinks
   owner.links.ownerGone();
   EXPECT_EQ(log, (Log{"b dies", "a lets go of o", "c lets go of o"}));
@@ -57,12 +60,7 @@ TEST(OwnerLink, SurvivorsAreToldInLinkOrderThenReadNull) {
   EXPECT_EQ(make<Member>(nullptr, "d", &log)->owner(), nullptr);
 }
 
-TEST(OwnerLink, AHandlerMayReleaseItsOwnMemberOrAnotherOne) {
-  Log log;
-  Owner owner{"o", {}};
-  auto a = make<Member>(&owner, "a", &log);
-  auto b = make<Member>(&owner, "b", &log);
-  auto c = make<Member>(&owner, "c", &log);
+TEST_F(OwnerLink, AHandlerMayReleaseItsOwnMemberOrAnotherOne) {
   // a drops the last reference to itself and to c: a dies after its call,
   // c is never told.
   a->onOwnerGone = [&] {

