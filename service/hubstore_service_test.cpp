@@ -189,8 +189,7 @@ TEST_F(Lifetime, APerSwitchMachineHeldPastItsGroupStopsFollowingItsMount) {
 struct ReleasingHook;
 struct Road {
   const char* name;
-  std::vector<void (ReleasingHook::*)()> ready;
-  void (ReleasingHook::*trigger)();
+  std::vector<void (ReleasingHook::*)()> steps;  // the last one is watched
   std::function<void()> RecordingMounter::*hook;
   Log heard;
 };
@@ -201,8 +200,8 @@ struct ReleasingHook : Lifetime, ::testing::WithParamInterface<Road> {
   void published() { publishStatus->publishGroupStatusIs("g1")->publishStatusIs("/db/p"); }
   void closed() { service->serviceMountGroup("g1")->closedIs(true); }
   void initialMounts() { mountStatus->initialMountsCompleteIs("g1", true); }
-  void secondGroup() { service->serviceMountGroupIs("g2", mounter); }
   void firstReport() {
+    service->serviceMountGroupIs("g2", mounter);
     auto record = SystemStatus::SystemStatusIs("00:1c:73:00:00:01");
     for (const char* name : {"g1", "g2"}) record->serviceMountGroupStatusIs(name, mountStateMounted);
     mountStatus->systemStatusIs(record);
@@ -211,32 +210,29 @@ struct ReleasingHook : Lifetime, ::testing::WithParamInterface<Road> {
 
 TEST_P(ReleasingHook, EndsTheReportAndWithdrawsTheConfiguration) {
   const Road& road = GetParam();
-  for (auto step : road.ready) (this->*step)();
+  for (std::size_t i = 0; i + 1 < road.steps.size(); ++i) (this->*road.steps[i])();
   hooks.clear();
   mounter.get()->*road.hook = [this] { service = nullptr; };
   group = nullptr;  // the service holds the only reference
-  (this->*road.trigger)();
+  (this->*road.steps.back())();
   EXPECT_EQ(service, nullptr);
   EXPECT_EQ(hooks, road.heard);
   expectWithdrawn();
 }
 
 using R = ReleasingHook;
-const Log kMountsComplete{"doMountsComplete g1"};
+const Log kComplete{"doMountsComplete g1"};
+const auto kOnComplete = &RecordingMounter::onMountsComplete;
 INSTANTIATE_TEST_SUITE_P(
     Roads, ReleasingHook,
-    ::testing::Values(
-        Road{"Closing", {&R::pathPrefix, &R::published}, &R::closed, &RecordingMounter::onMountsComplete,
-             kMountsComplete},
-        Road{"PathPrefix", {&R::published, &R::closed}, &R::pathPrefix, &RecordingMounter::onMountsComplete,
-             kMountsComplete},
-        Road{"PublishStatus", {&R::pathPrefix, &R::closed}, &R::published, &RecordingMounter::onMountsComplete,
-             kMountsComplete},
-        Road{"InitialMounts", {&R::pathPrefix, &R::published, &R::initialMounts}, &R::closed,
-             &RecordingMounter::onInitialSwitchMountsComplete,
-             {"doMountsComplete g1", "doInitialSwitchMountsComplete g1"}},
-        Road{"FirstReport", {&R::secondGroup}, &R::firstReport, &RecordingMounter::onMountState,
-             {"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted"}}),
+    ::testing::Values(Road{"Closing", {&R::pathPrefix, &R::published, &R::closed}, kOnComplete, kComplete},
+                      Road{"PathPrefix", {&R::published, &R::closed, &R::pathPrefix}, kOnComplete, kComplete},
+                      Road{"PublishStatus", {&R::pathPrefix, &R::closed, &R::published}, kOnComplete, kComplete},
+                      Road{"InitialMounts", {&R::pathPrefix, &R::published, &R::initialMounts, &R::closed},
+                           &RecordingMounter::onInitialSwitchMountsComplete,
+                           {"doMountsComplete g1", "doInitialSwitchMountsComplete g1"}},
+                      Road{"FirstReport", {&R::firstReport}, &RecordingMounter::onMountState,
+                           {"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted"}}),
     [](const ::testing::TestParamInfo<Road>& info) { return std::string(info.param.name); });
 
 // A fleet whose switches reported before the agent started: two switches
