@@ -27,11 +27,7 @@ struct SwitchRow {
   template <class Config>
   static auto configFilter(const Config& config, const char* name) { return config->systemFilter(name); }
   static Vex::Ptr<SwitchWhiteListBase> baseIs(const char* name) { return switchWhiteListBaseFactory(name); }
-  static std::vector<std::string> held(const MountFilterSystem& filter) {
-    std::vector<std::string> held;
-    for (auto it = filter.includedSystemMembers().begin(); it != nullptr; ++it) held.push_back(it->key.stdString());
-    return held;
-  }
+  static constexpr auto filterEntries = &MountFilterSystem::includedSystemMembers;
   static constexpr const char* configFilterAttribute = "systemFilter";
   static constexpr const char* filterEntryAttribute = "includedSystem";
   static constexpr std::array cleanup{"publish", "mount"};
@@ -46,13 +42,7 @@ struct VersionRow {
   template <class Config>
   static auto configFilter(const Config& config, const char* name) { return config->versionFilter(name); }
   static Vex::Ptr<VersionWhiteListBase> baseIs(const char* name) { return versionWhiteListBaseFactory(name); }
-  static std::vector<std::string> held(const MountFilterServiceVersion& filter) {
-    std::vector<std::string> held;
-    for (auto it = filter.includedServiceVersionMembers().begin(); it != nullptr; ++it) {
-      held.push_back(std::to_string(it->key));
-    }
-    return held;
-  }
+  static constexpr auto filterEntries = &MountFilterServiceVersion::includedServiceVersionMembers;
   static constexpr const char* configFilterAttribute = "versionFilter";
   static constexpr const char* filterEntryAttribute = "includedServiceVersion";
   static constexpr std::array cleanup{"mount", "publish"};
@@ -68,9 +58,14 @@ struct WhiteListTest : World {
   // Both filters must hold exactly these keys.
   template <class List>
   void expectHeld(const List& list, const std::vector<std::string>& keys) {
-    EXPECT_EQ(Row::held(*list.publishFilter()), keys) << "publish filter";
-    EXPECT_EQ(Row::held(*list.mountFilter()), keys) << "mount filter";
+    for (const auto& filter : {list.publishFilter(), list.mountFilter()}) {
+      std::vector<std::string> held;
+      for (auto it = ((*filter).*Row::filterEntries)().begin(); it != nullptr; ++it) held.push_back(text(it->key));
+      EXPECT_EQ(held, keys) << (filter == list.mountFilter() ? "mount filter" : "publish filter");
+    }
   }
+  static std::string text(const Vex::String& key) { return key.stdString(); }
+  static std::string text(std::uint32_t key) { return std::to_string(key); }
 };
 using Rows = ::testing::Types<SwitchRow, VersionRow>;
 TYPED_TEST_SUITE(WhiteListTest, Rows);
