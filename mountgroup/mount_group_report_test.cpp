@@ -18,8 +18,8 @@ TEST_F(Report, SaysCompleteExactlyWhenTheCheckReportsAndChangesNothing) {
   // Every state a group can be in as far as completion goes, one code each,
   // read digit by digit: closed, the group status present, a mounter, the
   // shape (0 whole, 1 publish status unwatched, 2 mount configuration only,
-  // 3 publish configuration only, 4 neither), then for controller mounts a0,
-  // a1 and publish mounts /p0, /p1 each: absent, present, or present with its
+  // 3 publish configuration only, 4 neither), then for controller mount a0,
+  // publish mount /p0, a1 and /p1 each: absent, present, or present with its
   // path prefix or publish status.
   constexpr int kStates = 2 * 2 * 2 * 5 * 81;
   int completeStates = 0;
@@ -36,17 +36,13 @@ TEST_F(Report, SaysCompleteExactlyWhenTheCheckReportsAndChangesNothing) {
     group = service->serviceMountGroupIs("g1", digit(2) ? mounter : nullptr);
     const int shape = digit(5);
     if (groupStatus) publishStatus->publishGroupStatusIs("g1");
-    for (int i = 0; i < 2; ++i) {
-      const std::string remote = "a" + std::to_string(i);
+    for (const std::string i : {"0", "1"}) {
       const int mount = digit(3);
-      if (mount > 0) group->controllerMountIs(remote, "/db/" + remote, "T", "F");
-      if (mount > 1) mountStatus->mountedPathPrefixIs(remote, "/mnt/" + remote);
-    }
-    for (int i = 0; i < 2; ++i) {
-      const std::string path = "/p" + std::to_string(i);
       const int publish = digit(3);
-      if (publish > 0) group->publishMountIs(path, "/sw" + path, "T");
-      if (publish > 1) publishStatus->publishGroupStatusIs("g1")->publishStatusIs(path);
+      if (mount > 0) group->controllerMountIs("a" + i, "/db/a" + i, "T", "F");
+      if (mount > 1) mountStatus->mountedPathPrefixIs("a" + i, "/mnt/a" + i);
+      if (publish > 0) group->publishMountIs("/p" + i, "/sw/p" + i, "T");
+      if (publish > 1) publishStatus->publishGroupStatusIs("g1")->publishStatusIs("/p" + i);
     }
     if (closed) close();
     // Taken away after closing, which needs both configurations.
