@@ -14,12 +14,11 @@ namespace {
 
 class ServiceMetricsTest : public testing::World {
  protected:
-  // A closed group g1 over one mount, its version list admitting version 1.
+  // A closed group g1 over one mount.
   void declare(const Vex::Ptr<HubstoreService>& service, const Vex::Ptr<HubstoreServiceMounter>& mounter) {
-    service->versionWhiteListIs("V")->allowedVersionIs(1, true);
     const auto group = service->serviceMountGroupIs("g1", mounter);
     group->controllerMountIs("/remote/a", "/db/a", "type", "flags");
-    group->versionWhiteListIs(service->versionWhiteList("V"));
+    group->versionWhiteListIs(service->versionWhiteListIs("V"));
     group->closedIs(true);
   }
   static bool has(const std::string& text, const std::string& line) {
