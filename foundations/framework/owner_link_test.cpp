@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include <hubstore/foundations/framework/type_descriptor.h>
+#include <hubstore/foundations/framework/test_record.h>
 
 namespace Vex {
 namespace {
@@ -16,16 +16,10 @@ struct Owner {
   OwnerLinks links;
 };
 
-class Member : public PtrInterface {
+class Member : public testing::Mortal {
  public:
-  static const TypeDescriptor& staticType() {
-    static const TypeDescriptor type("OwnerLinkTest::Member", {});
-    return type;
-  }
-  const TypeDescriptor& fwkType() const override { return staticType(); }
   Member(Owner* owner, std::string name, std::vector<std::string>* log)
-      : name_(std::move(name)), log_(log), owner_(owner, owner ? &owner->links : nullptr, this, &Member::ownerGone) {}
-  ~Member() override { log_->push_back(name_ + " dies"); }
+      : Mortal(std::move(name), log), owner_(owner, owner ? &owner->links : nullptr, this, &Member::ownerGone) {}
   Owner* owner() const { return owner_.get(); }
   std::function<void()> onOwnerGone;
 
@@ -35,8 +29,6 @@ class Member : public PtrInterface {
     log_->push_back(name_ + " lets go of " + owner_->name);
     if (onOwnerGone) onOwnerGone();
   }
-  std::string name_;
-  std::vector<std::string>* log_;
   OwnerLink<Owner, Member> owner_;
 };
 
