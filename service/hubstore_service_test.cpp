@@ -12,7 +12,7 @@
 namespace Controller::testing {
 namespace {
 
-using Service = World;
+using Service = MountGroupWorld;
 
 // Pinned end to end by the scenarios: stamping the records, the traces of
 // initialization and closing, and the removal of stale configuration (world,
@@ -62,7 +62,6 @@ TEST_F(ServiceDeathTest, ClosingWithALiveListWithoutItsFilterAborts) {
 }
 
 TEST_F(Service, CollectionsAreIdempotentPerKey) {
-  auto service = serviceIs("svcA");
   auto unmounted = service->serviceMountGroupIs("g2", nullptr);
   EXPECT_EQ(service->serviceMountGroupIs("g2", nullptr), unmounted);
   EXPECT_EQ(service->switchWhiteListIs("x"), service->switchWhiteListIs("x"));
@@ -78,8 +77,7 @@ TEST_F(Service, CollectionsAreIdempotentPerKey) {
 }
 
 TEST_F(Service, NotificationStateReachesEveryMemberAndTheStatusMachineCanBeReplaced) {
-  auto service = serviceIs("svcA");
-  auto group = service->serviceMountGroupIs("g1", mounter);
+  group = service->serviceMountGroupIs("g1", mounter);
   auto list = service->switchWhiteListIs("x");
   auto machine = service->mountStatusSm();
   EXPECT_EQ(service->mountStatusSmIs(mountStatus), machine);
@@ -235,11 +233,12 @@ INSTANTIATE_TEST_SUITE_P(
                            {"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted"}}),
     [](const ::testing::TestParamInfo<Road>& info) { return std::string(info.param.name); });
 
-// A fleet whose switches reported before the agent started: two switches
-// written out of order, one status of a group the agent no longer declares,
-// and a switch name that is not an Ethernet address.
-struct LiveFleet : World {
+// A fleet whose switches reported before the agent declared its groups: two
+// switches written out of order, one status of a group the agent no longer
+// declares, and a switch name that is not an Ethernet address.
+struct LiveFleet : MountGroupWorld {
   void SetUp() override {
+    MountGroupWorld::SetUp();
     for (const char* name : {"00:1c:73:00:00:02", "00:1c:73:00:00:01"}) {
       auto record = SystemStatus::SystemStatusIs(name);
       record->serviceMountGroupStatusIs("g2", mountStateMounting);
@@ -248,15 +247,9 @@ struct LiveFleet : World {
       mountStatus->systemStatusIs(record);
     }
     mountStatus->systemStatusIs("not-a-switch")->serviceMountGroupStatusIs("g1", mountStateMounted);
-    service = serviceIs("svcA");
     service->serviceMountGroupIs("g1", mounter);
     service->serviceMountGroupIs("g2", mounter);
   }
-  void TearDown() override {
-    service = nullptr;
-    World::TearDown();
-  }
-  Vex::Ptr<HubstoreService> service;
   const Log fleet = {"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted",
                      "doHandleControllerMountState 00:1c:73:00:00:01 g2 mounting",
                      "doHandleControllerMountState 00:1c:73:00:00:02 g1 mounted",
