@@ -170,7 +170,6 @@ TEST(MountGroupReportText, NamesEveryFactAndQuotesWhatWouldNotReadBack) {
   report.versionWhiteList = "";
   report.hasPublishGroupConfig = true;
   report.publishMounts = 3;
-  report.publishStatusWatched = false;
   report.withoutPublishStatus = {{"/a,b", "/c"}, 3};
   report.initialMountsComplete = true;
   report.switchesNotMounted = {{{"sw;1", mountStateFailed}}, 1};
