@@ -9,7 +9,7 @@
 
 #include <array>
 
-#include <hubstore/testing/world.h>
+#include <hubstore/mountgroup/test_mount_group.h>
 
 namespace Controller::testing {
 namespace {
@@ -49,12 +49,7 @@ struct VersionRow {
 };
 
 template <class Row>
-struct WhiteListTest : World {
-  Vex::Ptr<HubstoreService> service = serviceIs("svcA");
-  void TearDown() override {
-    service = nullptr;
-    World::TearDown();
-  }
+struct WhiteListTest : MountGroupWorld {
   // Both filters must hold exactly these keys.
   template <class List>
   void expectHeld(const List& list, const std::vector<std::string>& keys) {
