@@ -94,18 +94,14 @@ TEST_F(MountGroup, ReplacingThePublishStatusRescansItOnceAndReplacingTheGroupSta
   EXPECT_EQ(group->publishGroupStatus(), otherOwn);
   EXPECT_EQ(hooks, Log{"doMountsComplete g1"});
   Vex::Ptr<ServicePublishGroupStatus> stray = publishStatus->publishGroupStatusIs("g1");  // no longer heard
-  EXPECT_EQ(hooks.size(), 1u);
 
   trace.clear();
   group->publishGroupStatusIs(stray);
   group->publishGroupStatusIs(stray);
   EXPECT_EQ(count("8 HubstoreServiceMountGroup::handlePublishStatus"), 1);
   EXPECT_EQ(count("8 HubstoreServiceMountGroup:doCheckMountAndPublishStatus g1"), 1);
-  EXPECT_EQ(hooks.size(), 2u);
-  otherOwn->publishStatusIs("/db/p");
-  EXPECT_EQ(hooks.size(), 2u);
+  otherOwn->publishStatusIs("/db/p");  // no longer heard
   stray->publishStatusIs("/db/p");
-  EXPECT_EQ(hooks.size(), 3u);
 
   {
     Vex::Ptr<HubstoreServiceMountGroup::VexPublishGroupStatus> retired = group->publishGroupStatusReactor();
@@ -114,6 +110,7 @@ TEST_F(MountGroup, ReplacingThePublishStatusRescansItOnceAndReplacingTheGroupSta
   }
   EXPECT_EQ(HubstoreServiceMountGroup::VexPublishGroupStatus::staticType().liveCount(), 0);
   stray->publishStatusIs("/db/q");
+  // Told on the first binding, the rebinding and the write to its record.
   EXPECT_EQ(hooks.size(), 3u);
   EXPECT_EQ(group->publishGroupStatusDel(), nullptr);
 }
