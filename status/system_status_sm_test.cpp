@@ -43,10 +43,9 @@ TEST_F(SystemStatusSmTest, RepointedGroupStatusReactorReportsItsNewRecordOnce) {
   reactor->notifierIs(g2);
   reactor->notifierIs(g2);
   EXPECT_EQ(traces(), Log{"8 SystemStatusSm::handleMountState: g2"});
-  EXPECT_EQ(hooks, Log{"doHandleControllerMountState 00:1c:73:0a:0b:0c g2 failed"});
   g1->mountStateIs(mountStateUnmounted);  // watched by nobody now
   reactor->notifierIs(nullptr);
-  EXPECT_EQ(hooks.size(), 1u);
+  EXPECT_EQ(hooks, Log{"doHandleControllerMountState 00:1c:73:0a:0b:0c g2 failed"});
 }
 
 TEST_F(SystemStatusSmTest, RepointedSwitchReactorBringsTheGroupReactorsInLineSilently) {
