@@ -59,9 +59,7 @@ TEST_F(Report, SaysCompleteExactlyWhenTheCheckReportsAndChangesNothing) {
     traceOn("0-9");
     hooks.clear();
     const MountGroupReport report = group->completionReport();
-    EXPECT_EQ(traces(), std::vector<std::string>{});
-    EXPECT_EQ(hooks, Log{});
-    EXPECT_EQ(writes, Log{});
+    EXPECT_EQ(traces().size() + hooks.size() + writes.size(), 0u) << "a report traces, tells and writes nothing";
     watchDelAll();
 
     group->doCheckMountAndPublishStatus();
@@ -81,9 +79,7 @@ TEST_F(Report, SaysCompleteExactlyWhenTheCheckReportsAndChangesNothing) {
       std::erase(recordWaits, Wait::close);
       std::erase(recordWaits, Wait::versionWhiteList);
       EXPECT_EQ(fromRecords.waitsFor(), recordWaits);
-      if (closed) {
-        EXPECT_EQ(fromRecords.complete(), report.complete());
-      }
+      EXPECT_TRUE(!closed || fromRecords.complete() == report.complete()) << "closed, the records decide alike";
     }
 
     trace.levelsIs("off");
