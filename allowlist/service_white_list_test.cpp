@@ -110,11 +110,10 @@ TYPED_TEST(WhiteListTest, EveryWayOutOfTheListTakesTheKeyOutOfBothFilters) {
   this->expectHeld(*list, {Row::heldKeys[2]});
   this->traceOn("8");
   list->allowedDel(Row::keys[1]);  // absent: nothing at all
-  EXPECT_EQ(this->traces(), Log{});
   list->allowedDelAll();
   this->expectHeld(*list, {});
   EXPECT_EQ(list->allowedMembers().count(), 0u);
-  EXPECT_EQ(this->traces().size(), 2u);
+  EXPECT_EQ(this->traces().size(), 2u) << "one handler run per entry taken out, none for the absent one";
 }
 
 // A base list knows no service: given filters, it mirrors its entries into
