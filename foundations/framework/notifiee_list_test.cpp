@@ -26,6 +26,11 @@ struct Probes {
     a = b = c = late = nullptr;
     counter = other = nullptr;
   }
+  // Leaves probe a alone on the counter.
+  Probes& alone() {
+    b = c = nullptr;
+    return *this;
+  }
   std::function<void()> addLate() {
     return [this] {
       if (!late) late = Probe::ProbeIs("late", &log, counter);
@@ -72,8 +77,7 @@ TEST(NotifieeList, ChangesDuringADispatchTakeEffectAsTheRulesSay) {
        {1}, {"a", "a", "b", "b"}, 2},
       {"one probe releasing the record and itself finishes the call",
        [](Probes& p) {
-         p.b = p.c = nullptr;
-         p.a->action = [&p] {
+         p.alone().a->action = [&p] {
            p.a->notifierIs(nullptr);
            p.releaseAll();
            p.log.push_back(std::to_string(liveObjectCount()));  // both still alive
@@ -89,18 +93,10 @@ TEST(NotifieeList, ChangesDuringADispatchTakeEffectAsTheRulesSay) {
          p.other->valueIs(1);
        },
        {1}, {"b", "a", "c"}, 2},
-      {"one probe: an addition waits for the next round",
-       [](Probes& p) {
-         p.b = p.c = nullptr;
-         p.a->action = p.addLate();
-       },
-       {1, 2}, {"a", "a", "late"}, 2},
-      {"one probe: a throw leaves the list whole",
-       [](Probes& p) {
-         p.b = p.c = nullptr;
-         p.a->action = fail;
-       },
-       {1, 2}, {"a", "!", "a", "!"}, 1},
+      {"one probe: an addition waits for the next round", [](Probes& p) { p.alone().a->action = p.addLate(); }, {1, 2},
+       {"a", "a", "late"}, 2},
+      {"one probe: a throw leaves the list whole", [](Probes& p) { p.alone().a->action = fail; }, {1, 2},
+       {"a", "!", "a", "!"}, 1},
   };
   for (bool threadSafe : {false, true}) {
     threadSafePointersIs(threadSafe);
