@@ -2,30 +2,28 @@
 
 #include <gtest/gtest.h>
 
-#include <hubstore/allowlist/version_white_list.h>
-#include <hubstore/mountgroup/hubstore_service_mount_group.h>
-#include <hubstore/testing/world.h>
+#include <hubstore/mountgroup/test_mount_group.h>
 
 namespace Controller::testing {
 namespace {
 
-class ServiceMountStatusSmTest : public World {
+class ServiceMountStatusSmTest : public MountGroupWorld {
  protected:
-  Vex::Ptr<HubstoreServiceMountGroup> closedGroupIs(const Vex::Ptr<HubstoreService>& service, const char* name) {
-    auto group = service->serviceMountGroupIs(name, mounter);
-    publishStatus->publishGroupStatusIs(name);  // complete as soon as closed
-    group->versionWhiteListIs(service->versionWhiteListIs("v"));
-    group->closedIs(true);
-    return group;
+  // Group g1, complete as soon as it is closed, and closed.
+  void closedGroupIs() {
+    group = service->serviceMountGroupIs("g1", mounter);
+    publishStatus->publishGroupStatusIs("g1");
+    close();
   }
   const char* a = "00:00:00:00:00:0a";
   const char* b = "00:00:00:00:00:0b";
 };
 
 TEST_F(ServiceMountStatusSmTest, KeepsOneMachinePerSwitchEntryAndRefusesANullOrSecondRecord) {
+  service = nullptr;
   mountStatus->systemStatusIs(a);
   traceOn("7");
-  auto service = serviceIs("svcA");
+  service = serviceIs("svcA");
   auto sm = service->mountStatusSm();
   mountStatus->systemStatusIs(b);
   auto machineB = sm->systemStatusSm(b);
@@ -48,8 +46,7 @@ TEST_F(ServiceMountStatusSmTest, KeepsOneMachinePerSwitchEntryAndRefusesANullOrS
 // The traces of groups that are unknown, open or incomplete are pinned by the
 // completion scenario.
 TEST_F(ServiceMountStatusSmTest, InitialMountsCompleteReportsEachTrueForAClosedCompleteGroupOnly) {
-  auto service = serviceIs("svcA");
-  closedGroupIs(service, "g1");
+  closedGroupIs();
   for (bool complete : {true, false, true}) mountStatus->initialMountsCompleteIs("g1", complete);
   mountStatus->initialMountsCompleteDel("g1");
   EXPECT_EQ(hooks,
@@ -57,8 +54,7 @@ TEST_F(ServiceMountStatusSmTest, InitialMountsCompleteReportsEachTrueForAClosedC
 }
 
 TEST_F(ServiceMountStatusSmTest, NewMachineReportsSwitchesThenCompleteGroupsAndDiesQuietly) {
-  auto service = serviceIs("svcA");
-  closedGroupIs(service, "g1");
+  closedGroupIs();
   mountStatus->initialMountsCompleteIs("g1", true);
   auto g1 = mountStatus->systemStatusIs(a)->serviceMountGroupStatusIs("g1", mountStateMounted);
   hooks.clear();
@@ -71,8 +67,7 @@ TEST_F(ServiceMountStatusSmTest, NewMachineReportsSwitchesThenCompleteGroupsAndD
 }
 
 TEST_F(ServiceMountStatusSmTest, FollowsNothingWhileSwitchedOffOrOnceItsRecordIsDropped) {
-  auto service = serviceIs("svcA");
-  closedGroupIs(service, "g1");
+  closedGroupIs();
   auto g1 = mountStatus->systemStatusIs(a)->serviceMountGroupStatusIs("g1", mountStateMounted);
   auto sm = service->mountStatusSm();
   hooks.clear();

@@ -2,20 +2,27 @@
 
 #include <gtest/gtest.h>
 
-#include <hubstore/mountgroup/hubstore_service_mount_group.h>
-#include <hubstore/testing/world.h>
+#include <hubstore/mountgroup/test_mount_group.h>
 #include <hubstore/status/service_mount_status_sm.h>
 
 namespace Controller::testing {
 namespace {
 
-class SystemStatusSmTest : public World {
+class SystemStatusSmTest : public MountGroupWorld {
  protected:
   // A switch record that arrives already holding a status per named group.
   Vex::Ptr<SystemStatus> switchIs(const char* name, std::initializer_list<const char*> groups) {
     auto record = SystemStatus::SystemStatusIs(name);
     for (const char* group : groups) record->serviceMountGroupStatusIs(group, mountStateMounted);
     mountStatus->systemStatusIs(record);
+    return record;
+  }
+  // Groups g1 and g2 of `mounter`, then switch sw reporting both, the hooks
+  // it called forgotten.
+  Vex::Ptr<SystemStatus> twoGroupsIs() {
+    for (const char* name : {"g1", "g2"}) service->serviceMountGroupIs(name, mounter);
+    auto record = switchIs(sw, {"g1", "g2"});
+    hooks.clear();
     return record;
   }
   const char* sw = "00:1c:73:0a:0b:0c";
@@ -26,10 +33,7 @@ class SystemStatusSmTest : public World {
 // throw or remove a switch by the hooks_* scenarios.
 
 TEST_F(SystemStatusSmTest, RepointedGroupStatusReactorReportsItsNewRecordOnce) {
-  auto service = serviceIs("svcA");
-  service->serviceMountGroupIs("g1", mounter);
-  service->serviceMountGroupIs("g2", mounter);
-  auto record = switchIs(sw, {"g1", "g2"});
+  auto record = twoGroupsIs();
   auto g1 = record->serviceMountGroupStatusIs("g1");
   auto g2 = record->serviceMountGroupStatusIs("g2");
   g2->mountStateIs(mountStateFailed);
@@ -39,20 +43,17 @@ TEST_F(SystemStatusSmTest, RepointedGroupStatusReactorReportsItsNewRecordOnce) {
   reactor->notifierIs(g2);
   reactor->notifierIs(g2);
   EXPECT_EQ(traces(), Log{"8 SystemStatusSm::handleMountState: g2"});
-  EXPECT_EQ(hooks, Log{"doHandleControllerMountState 00:1c:73:0a:0b:0c g2 failed"});
   g1->mountStateIs(mountStateUnmounted);  // watched by nobody now
   reactor->notifierIs(nullptr);
-  EXPECT_EQ(hooks.size(), 1u);
+  EXPECT_EQ(hooks, Log{"doHandleControllerMountState 00:1c:73:0a:0b:0c g2 failed"});
 }
 
 TEST_F(SystemStatusSmTest, RepointedSwitchReactorBringsTheGroupReactorsInLineSilently) {
-  auto service = serviceIs("svcA");
-  for (const char* g : {"g1", "g2", "g3"}) service->serviceMountGroupIs(g, mounter);
-  auto record = switchIs(sw, {"g1", "g2"});
+  service->serviceMountGroupIs("g3", mounter);
+  auto record = twoGroupsIs();
   auto machine = service->mountStatusSm()->systemStatusSm(sw);
   auto other = SystemStatus::SystemStatusIs(sw);
   for (const char* g : {"g2", "g3"}) other->serviceMountGroupStatusIs(g, mountStateMounted);
-  hooks.clear();
   // The machine's own reactor is not reachable from outside; a second one
   // over the same machine runs the same code.
   auto reactor = Vex::make<SystemStatusSm::VexSystemStatus>(machine.get());
@@ -69,12 +70,8 @@ TEST_F(SystemStatusSmTest, RepointedSwitchReactorBringsTheGroupReactorsInLineSil
 }
 
 TEST_F(SystemStatusSmTest, DroppingAGroupStatusOrTheSwitchRecordEndsItsReports) {
-  auto service = serviceIs("svcA");
-  service->serviceMountGroupIs("g1", mounter);
-  service->serviceMountGroupIs("g2", mounter);
-  auto record = switchIs(sw, {"g1", "g2"});
+  auto record = twoGroupsIs();
   auto machine = service->mountStatusSm()->systemStatusSm(sw);
-  hooks.clear();
   auto g2 = record->serviceMountGroupStatusIs("g2");
   record->serviceMountGroupStatusDel("g2");
   g2->mountStateIs(mountStateUnmounted);
@@ -89,9 +86,10 @@ TEST_F(SystemStatusSmTest, DroppingAGroupStatusOrTheSwitchRecordEndsItsReports) 
 }
 
 TEST_F(SystemStatusSmTest, NameThatIsNoEthernetAddressIsAnAnomalyTheOthersAreTracked) {
+  service = nullptr;
   auto early = switchIs("switch-7", {"g1"});
   traceOn("5");
-  auto service = serviceIs("svcA");
+  service = serviceIs("svcA");
   service->serviceMountGroupIs("g1", mounter);
   auto late = SystemStatus::SystemStatusIs("switch-8");
   late->serviceMountGroupStatusIs("g1", mountStateMounted);
@@ -112,7 +110,6 @@ TEST_F(SystemStatusSmTest, NameThatIsNoEthernetAddressIsAnAnomalyTheOthersAreTra
 }
 
 TEST_F(SystemStatusSmTest, AHookMayReleaseItsOwnGroupAndMounterOrTheSwitchOfTheChange) {
-  auto service = serviceIs("svcA");
   auto solo = Vex::make<RecordingMounter>(&hooks);
   service->serviceMountGroupIs("g1", solo);
   service->serviceMountGroupIs("g2", mounter);
@@ -154,14 +151,12 @@ class RemovingMounter : public HubstoreServiceMounter {
 };
 
 TEST_F(SystemStatusSmTest, AHookThatRemovesItsSwitchMayStillReadTheSwitchItWasGiven) {
-  auto service = serviceIs("svcA");
   auto record = switchIs(sw, {"g1"});
   auto remover = Vex::make<RemovingMounter>(mountStatus.get());
   service->serviceMountGroupIs("g1", remover);
   record->serviceMountGroupStatusIs("g1")->mountStateIs(mountStateFailed);
   EXPECT_EQ(remover->seen, Log{sw});
   EXPECT_FALSE(service->mountStatusSm()->systemStatusSm(sw));
-  service = nullptr;
 }
 
 }  // namespace

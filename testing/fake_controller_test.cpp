@@ -31,21 +31,18 @@ TEST(FakeController, ItsWritesReachAnAgentsHooksAsTheMountMachinerysDo) {
   auto mounter = Vex::make<RecordingMounter>();
   auto service = controller.serviceIs("svcA");
   auto group = service->serviceMountGroupIs("g1", mounter);
-  group->controllerMountIs("/r", "/db/r", "T", "F");
   group->publishMountIs("/db/p", "/p", "T");
   group->versionWhiteListIs(service->versionWhiteListIs("v"));
   group->closedIs(true);
 
+  // Its other writes reach hooks in the tests on World.
   controller.systemStatus("00-1C-73-00-00-01", {{"g1", mountStateMounting}});
   controller.mountState("00-1C-73-00-00-01", "g1", mountStateMounted);
-  controller.mountState("00-1C-73-00-00-01", "g1", mountStateMounted);  // unchanged: no one told
-  controller.mountedPathPrefix("/r", "/db/r");
   controller.publishGroupStatus("g1");
   controller.publishStatus("g1", "/db/p");
-  controller.initialMountsComplete("g1", true);
   EXPECT_EQ(mounter->calls(), (Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounting",
                                    "doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted",
-                                   "doMountsComplete g1", "doInitialSwitchMountsComplete g1"}));
+                                   "doMountsComplete g1"}));
 
   EXPECT_THROW(controller.mountState("00:1c:73:00:00:02", "g1", mountStateFailed), std::invalid_argument);
   EXPECT_THROW(controller.mountState("00-1C-73-00-00-01", "g2", mountStateFailed), std::invalid_argument);

@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <set>
 
 #include <hubstore/foundations/framework/flat_collection.h>
@@ -16,19 +15,10 @@ namespace Vex::testing {
 namespace {
 
 template <class C>
-class CollectionContract : public ::testing::Test {
- protected:
-  void TearDown() override { EXPECT_EQ(Counter::staticType().liveCount(), 0); }
-};
+using CollectionContract = ContainerTest<C>;
 using Collections =
     ::testing::Types<Collection<Name, Counter>, FlatCollection<Name, Counter>, IndexedCollection<Name, Counter>>;
-struct CollectionName {
-  template <class C>
-  static std::string GetName(int i) {
-    return std::array{"Collection", "FlatCollection", "IndexedCollection"}[i];
-  }
-};
-TYPED_TEST_SUITE(CollectionContract, Collections, CollectionName);
+TYPED_TEST_SUITE(CollectionContract, Collections, ContainerName);
 
 TYPED_TEST(CollectionContract, MembersKnowTheirParentOnlyWhileTheyAreMembers) {
   Ptr<Counter> owner = Counter::CounterIs("root");

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <stdexcept>
 
 #include <hubstore/foundations/framework/test_record.h>
@@ -11,157 +12,116 @@ namespace {
 
 using Log = std::vector<std::string>;
 
-struct ThreeProbes : ::testing::Test {
+// Three probes on one counter; a row's setup may take some away first, down
+// to one, which takes the list's direct path.
+struct Probes {
   Ptr<Counter> counter = Counter::CounterIs("c");
   Log log;
   Ptr<Probe> a = Probe::ProbeIs("a", &log, counter);
   Ptr<Probe> b = Probe::ProbeIs("b", &log, counter);
   Ptr<Probe> c = Probe::ProbeIs("c", &log, counter);
-  void TearDown() override {
-    a = b = c = nullptr;
-    counter = nullptr;
-    EXPECT_EQ(liveObjectCount(), 0);
+  Ptr<Probe> late;
+  Ptr<Counter> other;
+  void releaseAll() {
+    a = b = c = late = nullptr;
+    counter = other = nullptr;
+  }
+  // Leaves probe a alone on the counter.
+  Probes& alone() {
+    b = c = nullptr;
+    return *this;
+  }
+  std::function<void()> addLate() {
+    return [this] {
+      if (!late) late = Probe::ProbeIs("late", &log, counter);
+    };
   }
 };
 
-TEST_F(ThreeProbes, EachActiveNotifieeIsCalledOncePerChangeAndEqualValuesNotifyNobody) {
-  counter->valueIs(1);
-  counter->valueIs(1);
-  b->hasNotificationActiveIs(false);
-  counter->valueIs(2);
-  EXPECT_EQ(log, (Log{"a", "b", "c", "a", "c"}));
-}
+void fail() { throw std::runtime_error("hook failed"); }
 
-TEST_F(ThreeProbes, ANotifieeThatReleasesItselfFinishesItsCallAndTheOthersStillRun) {
-  b->action = [this] { b = nullptr; };
-  counter->valueIs(1);
-  counter->valueIs(2);
-  EXPECT_EQ(log, (Log{"a", "b", "c", "a", "c"}));
-  EXPECT_EQ(counter->notifieeList()->count(), 2u);
-}
-
-TEST_F(ThreeProbes, DeletingAnEarlierAndALaterNotifieeSkipsNobodyAndCallsNobodyTwice) {
-  b->action = [this] {
-    a = nullptr;  // already called this round
-    c = nullptr;  // not yet called: must not be
-  };
-  counter->valueIs(1);
-  EXPECT_EQ(log, (Log{"a", "b"}));
-  counter->valueIs(2);
-  EXPECT_EQ(log, (Log{"a", "b", "b"}));
-}
-
-TEST_F(ThreeProbes, ANotifieeAddedDuringARoundWaitsForTheNextRound) {
-  Ptr<Probe> late;
-  a->action = [&] {
-    if (!late) late = Probe::ProbeIs("late", &log, counter);
-  };
-  counter->valueIs(1);
-  EXPECT_EQ(log, (Log{"a", "b", "c"}));
-  counter->valueIs(2);
-  EXPECT_EQ(log, (Log{"a", "b", "c", "a", "b", "c", "late"}));
-}
-
-TEST_F(ThreeProbes, TheRecordAndTheCallerSurviveReleasingEverythingMidDispatch) {
-  a->action = [this] {  // the last holders of the record
-    a = b = c = nullptr;
-    counter = nullptr;
-  };
-  Counter* raw = counter.get();
-  raw->valueIs(1);  // the dispatch keeps the record and the running probe alive until it ends
-  EXPECT_EQ(log, (Log{"a"}));
-  EXPECT_EQ(liveObjectCount(), 0);
-}
-
-TEST_F(ThreeProbes, WithThreadSafePointersTheDispatchHoldsCountedReferences) {
-  threadSafePointersIs(true);
-  b->action = [this] {
-    a = b = c = nullptr;
-    counter = nullptr;
-  };
-  Counter* raw = counter.get();
-  raw->valueIs(1);
-  threadSafePointersIs(false);
-  EXPECT_EQ(log, (Log{"a", "b"}));
-  EXPECT_EQ(liveObjectCount(), 0);
-}
-
-TEST_F(ThreeProbes, AnExceptionLeavesTheListConsistent) {
-  b->action = [this] {
-    c = nullptr;
-    throw std::runtime_error("hook failed");
-  };
-  EXPECT_THROW(counter->valueIs(1), std::runtime_error);
-  EXPECT_EQ(counter->notifieeList()->count(), 2u);
-  b->action = nullptr;
-  counter->valueIs(2);
-  EXPECT_EQ(log, (Log{"a", "b", "a", "b"}));
-}
-
-TEST_F(ThreeProbes, NestedDispatchCompactsOnlyWhenTheOuterRoundEnds) {
-  int depth = 0;
-  a->action = [&] {
-    if (depth++ == 0) counter->valueIs(counter->value() + 1);  // nested round
-    c = nullptr;
-  };
-  counter->valueIs(1);
-  EXPECT_EQ(log, (Log{"a", "a", "b", "b"}));
-  EXPECT_EQ(counter->notifieeList()->count(), 2u);
-}
-
-TEST_F(ThreeProbes, RebindingMovesTheRegistrationToTheNewNotifier) {
-  Ptr<Counter> other = Counter::CounterIs("other");
-  b->notifierIs(other);
-  EXPECT_FALSE(b->isRegisteredNotifiee());
-  b->isRegisteredNotifieeIs(true);
-  counter->valueIs(1);
-  other->valueIs(1);
-  EXPECT_EQ(log, (Log{"a", "c", "b"}));
-  b = nullptr;
-  EXPECT_EQ(other->notifieeList()->count(), 0u);
-}
-
-// A record with one notifiee takes the direct path; the rules are the same.
-struct OneProbe : ::testing::Test {
-  Ptr<Counter> counter = Counter::CounterIs("c");
+struct Row {
+  const char* name;
+  std::function<void(Probes&)> setUp;
+  std::vector<int> values;  // written in turn while the counter lives; a throw logs "!"
   Log log;
-  Ptr<Probe> a = Probe::ProbeIs("a", &log, counter);
-  void TearDown() override {
-    a = nullptr;
-    counter = nullptr;
-    EXPECT_EQ(liveObjectCount(), 0);
-  }
+  std::size_t left;  // notifiees registered afterwards, when the counter lives
 };
 
-TEST_F(OneProbe, ReleasingTheRecordAndItselfMidCallFinishesTheCall) {
-  a->action = [this] {
-    a->notifierIs(nullptr);  // the probe no longer holds the record
-    a = nullptr;
-    counter = nullptr;
-    log.push_back(std::to_string(liveObjectCount()));  // both still alive
+TEST(NotifieeList, ChangesDuringADispatchTakeEffectAsTheRulesSay) {
+  const Row rows[] = {
+      {"equal values and inactive probes notify nobody", [](Probes& p) { p.b->hasNotificationActiveIs(false); },
+       {1, 1, 2}, {"a", "c", "a", "c"}, 3},
+      {"a probe that releases itself finishes its call", [](Probes& p) { p.b->action = [&p] { p.b = nullptr; }; },
+       {1, 2}, {"a", "b", "c", "a", "c"}, 2},
+      {"deleting an earlier and a later probe skips and repeats nobody",
+       [](Probes& p) { p.b->action = [&p] { p.a = p.c = nullptr; }; }, {1, 2}, {"a", "b", "b"}, 1},
+      {"a probe added during a round waits for the next", [](Probes& p) { p.a->action = p.addLate(); }, {1, 2},
+       {"a", "b", "c", "a", "b", "c", "late"}, 4},
+      {"releasing everything mid-dispatch", [](Probes& p) { p.a->action = [&p] { p.releaseAll(); }; }, {1}, {"a"}, 0},
+      {"an exception leaves the list consistent",
+       [](Probes& p) {
+         p.b->action = [&p] {
+           p.c = nullptr;
+           fail();
+         };
+       },
+       {1, 2}, {"a", "b", "!", "a", "b", "!"}, 2},
+      {"a nested dispatch compacts only when the outer round ends",
+       [](Probes& p) {
+         p.a->action = [&p] {
+           if (p.log.size() == 1) p.counter->valueIs(p.counter->value() + 1);
+           p.c = nullptr;
+         };
+       },
+       {1}, {"a", "a", "b", "b"}, 2},
+      {"one probe releasing the record and itself finishes the call",
+       [](Probes& p) {
+         p.alone().a->action = [&p] {
+           p.a->notifierIs(nullptr);
+           p.releaseAll();
+           p.log.push_back(std::to_string(liveObjectCount()));  // both still alive
+         };
+       },
+       {1}, {"a", "2"}, 0},
+      {"rebinding moves the registration to the new notifier",
+       [](Probes& p) {
+         p.other = Counter::CounterIs("other");
+         p.b->notifierIs(p.other);
+         EXPECT_FALSE(p.b->isRegisteredNotifiee());
+         p.b->isRegisteredNotifieeIs(true);
+         p.other->valueIs(1);
+       },
+       {1}, {"b", "a", "c"}, 2},
+      {"one probe: an addition waits for the next round", [](Probes& p) { p.alone().a->action = p.addLate(); }, {1, 2},
+       {"a", "a", "late"}, 2},
+      {"one probe: a throw leaves the list whole", [](Probes& p) { p.alone().a->action = fail; }, {1, 2},
+       {"a", "!", "a", "!"}, 1},
   };
-  Counter* raw = counter.get();
-  raw->valueIs(1);
-  EXPECT_EQ(log, (Log{"a", "2"}));
-  EXPECT_EQ(liveObjectCount(), 0);
-}
-
-TEST_F(OneProbe, ANotifieeAddedDuringTheCallWaitsAndOneThatThrowsLeavesTheListWhole) {
-  Ptr<Probe> late;
-  a->action = [&] {
-    if (!late) late = Probe::ProbeIs("late", &log, counter);
-  };
-  counter->valueIs(1);
-  EXPECT_EQ(log, (Log{"a"}));
-  late->action = [] { throw std::runtime_error("hook failed"); };
-  EXPECT_THROW(counter->valueIs(2), std::runtime_error);
-  late = nullptr;  // back to one notifiee
-  a->action = [] { throw std::runtime_error("hook failed"); };
-  EXPECT_THROW(counter->valueIs(3), std::runtime_error);
-  a->action = nullptr;
-  counter->valueIs(4);
-  EXPECT_EQ(log, (Log{"a", "a", "late", "a", "a"}));
-  EXPECT_EQ(counter->notifieeList()->count(), 1u);
+  for (bool threadSafe : {false, true}) {
+    threadSafePointersIs(threadSafe);
+    for (const Row& row : rows) {
+      SCOPED_TRACE(std::string(row.name) + (threadSafe ? ", counted references" : ""));
+      {
+        Probes p;
+        row.setUp(p);
+        for (int value : row.values) {
+          Counter* raw = p.counter.get();
+          if (!raw) break;
+          try {
+            raw->valueIs(value);
+          } catch (const std::runtime_error&) {
+            p.log.push_back("!");
+          }
+        }
+        EXPECT_EQ(p.log, row.log);
+        EXPECT_EQ(p.counter ? p.counter->notifieeList()->count() : 0u, row.left);
+        p.releaseAll();
+      }
+      EXPECT_EQ(liveObjectCount(), 0);
+    }
+  }
+  threadSafePointersIs(false);
 }
 
 }  // namespace

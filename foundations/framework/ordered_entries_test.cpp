@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <string>
 #include <vector>
 
@@ -36,18 +35,9 @@ bool change(C& c, const std::string& what) {
 }
 
 template <class C>
-class OrderedContract : public ::testing::Test {
- protected:
-  void TearDown() override { EXPECT_EQ(Counter::staticType().liveCount(), 0); }
-};
+using OrderedContract = ContainerTest<C>;
 using Containers = ::testing::Types<Collection<Name, Counter>, FlatCollection<Name, Counter>,
                                     IndexedCollection<Name, Counter>, ValueMap<Name, Name>, FlatValueMap<Name, Name>>;
-struct ContainerName {
-  template <class C>
-  static std::string GetName(int i) {
-    return std::array{"Collection", "FlatCollection", "IndexedCollection", "ValueMap", "FlatValueMap"}[i];
-  }
-};
 TYPED_TEST_SUITE(OrderedContract, Containers, ContainerName);
 
 TYPED_TEST(OrderedContract, IteratesInKeyOrderThroughRemovalsAndAdditionsOnEitherSide) {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include <hubstore/foundations/framework/type_descriptor.h>
+#include <hubstore/foundations/framework/test_record.h>
 
 namespace Vex {
 namespace {
@@ -16,16 +16,10 @@ struct Owner {
   OwnerLinks links;
 };
 
-class Member : public PtrInterface {
+class Member : public testing::Mortal {
  public:
-  static const TypeDescriptor& staticType() {
-    static const TypeDescriptor type("OwnerLinkTest::Member", {});
-    return type;
-  }
-  const TypeDescriptor& fwkType() const override { return staticType(); }
   Member(Owner* owner, std::string name, std::vector<std::string>* log)
-      : name_(std::move(name)), log_(log), owner_(owner, owner ? &owner->links : nullptr, this, &Member::ownerGone) {}
-  ~Member() override { log_->push_back(name_ + " dies"); }
+      : Mortal(std::move(name), log), owner_(owner, owner ? &owner->links : nullptr, this, &Member::ownerGone) {}
   Owner* owner() const { return owner_.get(); }
   std::function<void()> onOwnerGone;
 
@@ -35,19 +29,20 @@ class Member : public PtrInterface {
     log_->push_back(name_ + " lets go of " + owner_->name);
     if (onOwnerGone) onOwnerGone();
   }
-  std::string name_;
-  std::vector<std::string>* log_;
   OwnerLink<Owner, Member> owner_;
 };
 
 using Log = std::vector<std::string>;
 
-TEST(OwnerLink, SurvivorsAreToldInLinkOrderThenReadNull) {
+struct OwnerLink : ::testing::Test {
   Log log;
   Owner owner{"o", {}};
-  auto a = make<Member>(&owner, "a", &log);
-  auto b = make<Member>(&owner, "b", &log);
-  auto c = make<Member>(&owner, "c", &log);
+  Ptr<Member> a = make<Member>(&owner, "a", &log);
+  Ptr<Member> b = make<Member>(&owner, "b", &log);
+  Ptr<Member> c = make<Member>(&owner, "c", &log);
+};
+
+TEST_F(OwnerLink, SurvivorsAreToldInLinkOrderThenReadNull) {
   b = nullptr;  // a member that dies first just unlinks
   owner.links.ownerGone();
   EXPECT_EQ(log, (Log{"b dies", "a lets go of o", "c lets go of o"}));
@@ -57,12 +52,7 @@ TEST(OwnerLink, SurvivorsAreToldInLinkOrderThenReadNull) {
   EXPECT_EQ(make<Member>(nullptr, "d", &log)->owner(), nullptr);
 }
 
-TEST(OwnerLink, AHandlerMayReleaseItsOwnMemberOrAnotherOne) {
-  Log log;
-  Owner owner{"o", {}};
-  auto a = make<Member>(&owner, "a", &log);
-  auto b = make<Member>(&owner, "b", &log);
-  auto c = make<Member>(&owner, "c", &log);
+TEST_F(OwnerLink, AHandlerMayReleaseItsOwnMemberOrAnotherOne) {
   // a drops the last reference to itself and to c: a dies after its call,
   // c is never told.
   a->onOwnerGone = [&] {

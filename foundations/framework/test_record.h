@@ -1,7 +1,11 @@
 #pragma once
-// A minimal watched record and a scriptable reactor, shared by the framework's
-// unit tests.
+// A minimal watched record, a scriptable reactor and an object that logs its
+// death, shared by the framework's unit tests, and the fixture of their typed
+// suites over containers.
 
+#include <gtest/gtest.h>
+
+#include <array>
 #include <functional>
 #include <string>
 #include <vector>
@@ -56,6 +60,38 @@ class Probe : public NotifieeConstOf<Counter> {
  private:
   std::string label_;
   std::vector<std::string>* log_;
+};
+
+// Logs "NAME dies" when it dies, to show the order of releases; `next` may
+// chain it to another.
+class Mortal : public PtrInterface {
+ public:
+  static const TypeDescriptor& staticType() {
+    static const TypeDescriptor type("Vex::testing::Mortal", {});
+    return type;
+  }
+  const TypeDescriptor& fwkType() const override { return staticType(); }
+  Mortal(std::string name, std::vector<std::string>* log) : name_(std::move(name)), log_(log) {}
+  ~Mortal() override { log_->push_back(name_ + " dies"); }
+  Ptr<Mortal> next;
+
+ protected:
+  std::string name_;
+  std::vector<std::string>* log_;
+};
+
+// A typed suite's fixture over containers of counters: no counter outlives a
+// test. ContainerName names the suites' types, in the order of their lists.
+template <class Container>
+class ContainerTest : public ::testing::Test {
+ protected:
+  void TearDown() override { EXPECT_EQ(Counter::staticType().liveCount(), 0); }
+};
+struct ContainerName {
+  template <class Container>
+  static std::string GetName(int i) {
+    return std::array{"Collection", "FlatCollection", "IndexedCollection", "ValueMap", "FlatValueMap"}[i];
+  }
 };
 
 }  // namespace Vex::testing
