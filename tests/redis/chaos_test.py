@@ -14,7 +14,6 @@ After each fault, once things are quiet, within a bounded wait:
 The seed is printed first, so that a failure can be replayed with --seed.
 """
 
-import argparse
 import collections
 import os
 import random
@@ -26,7 +25,7 @@ import time
 import redis
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from store_processes import SPAWNED, Failure, RedisServer, Sim, dump_block  # noqa: E402
+from store_processes import Failure, RedisServer, Sim, dump_block, fail_if, run_tests  # noqa: E402
 
 GROUPS = ["g1", "g2", "g3"]
 SWITCHES = [f"00:1c:73:00:00:{i:02x}" for i in range(1, 41)]
@@ -37,7 +36,7 @@ AGENT = ("agent A\nrecords\nmounter m1\nservice svcA\nswitchWhiteList L\nallowed
          "versionWhiteList V\nallowedVersion V 1 true\n"
          + "".join(f"group {g} m1\ncontrollerMount {g} /remote/{g} /db/{g} type flags\ngroupSwitchWhiteList {g} L\n"
                    f"groupVersionWhiteList {g} V\ngroupClosed {g} true\n" for g in GROUPS)
-         + "closed true\nreportMountStates\ndump\necho ready\n")
+         + "closed true\nreportMountStates\ndump\n")
 
 
 def config_lines(dump):
@@ -54,8 +53,7 @@ class Chaos:
         return redis.Redis(host="127.0.0.1", port=self.server.port, socket_timeout=5)
 
     def start_agent(self):
-        self.agent = Sim(self.args.sim, self.server.url(), AGENT, follow=True)
-        self.agent.wait_for(["# ready"], "agent")
+        self.agent = Sim(self.args.sim, self.server.url(), AGENT, follow=True, ready=True)
         self.declared = config_lines(dump_block(self.agent.lines))
 
     def heard(self):
@@ -80,8 +78,7 @@ class Chaos:
         """None when the checks hold, else what does not."""
         if self.agent.process.poll() is not None:
             raise Failure(f"the agent died (exit {self.agent.process.returncode}); faults: {self.faults}")
-        if self.server.process.poll() is not None:
-            raise Failure(f"redis-server died; faults: {self.faults}")
+        fail_if(self.server.process.poll() is not None, f"redis-server died; faults: {self.faults}")
         try:
             reader = subprocess.run([self.args.sim, "--store", self.server.url(), "-"], input="agent A\ndump\n",
                                     capture_output=True, text=True, timeout=10)
@@ -163,42 +160,30 @@ class Chaos:
             if self.random.random() < 0.5:
                 self.faults.append(self.burst())  # writes right after the fault, while the agent recovers
             self.quiet(self.faults[-1])
-        self.agent.process.send_signal(signal.SIGTERM)
-        self.agent.finish("agent at the end")
+        self.agent.finish("agent at the end", sig=signal.SIGTERM)
         return self.faults
 
 
-def main():
-    parser = argparse.ArgumentParser()
-    parser.add_argument("--sim", required=True)
-    parser.add_argument("--redis-server", required=True)
-    parser.add_argument("--seed", type=int, default=random.randrange(1 << 31))
-    parser.add_argument("--seconds", type=float, default=90.0, help="faults are scheduled for this long")
-    args = parser.parse_args()
-    print(f"chaos: seed {args.seed} (replay with --seed {args.seed})", flush=True)
-    chaos, start = None, time.monotonic()
+def test_chaos(ctx):
+    print(f"chaos: seed {ctx.seed} (replay with --seed {ctx.seed})", flush=True)
+    chaos = Chaos(ctx)
     try:
-        chaos = Chaos(args)
         faults = chaos.run()
     except Failure as failure:
-        print(f"chaos: FAILED with seed {args.seed}: {failure}")
-        if chaos and chaos.agent and chaos.agent.process.poll() is None:
-            chaos.agent.process.kill()
+        if chaos.agent:
             chaos.agent.drain()
-            print("chaos: the agent's last lines:\n" + "\n".join(
-                [line for line in chaos.agent.lines if not line.startswith("hook")][-40:]))
-        return 1
+        last = [line for line in (chaos.agent.lines if chaos.agent else []) if not line.startswith("hook")][-40:]
+        raise Failure(f"{failure}\nseed {ctx.seed}; the agent's last lines:\n" + "\n".join(last))
     finally:
-        for process in SPAWNED:
-            if process.poll() is None:
-                process.kill()
-        if chaos:
-            chaos.server.kill(signal.SIGTERM)
+        chaos.server.kill(signal.SIGTERM)
     kinds = collections.Counter("burst" if fault.startswith("burst") else fault.split(" ")[0] for fault in faults)
-    print(f"chaos: passed, {len(faults)} faults in {time.monotonic() - start:.0f} s "
-          f"({', '.join(f'{k} {v}' for k, v in sorted(kinds.items()))}), seed {args.seed}")
-    return 0
+    return f"{len(faults)} faults ({', '.join(f'{k} {v}' for k, v in sorted(kinds.items()))}), seed {ctx.seed}"
+
+
+def arguments(parser):
+    parser.add_argument("--seed", type=int, default=random.randrange(1 << 31))
+    parser.add_argument("--seconds", type=float, default=90.0, help="faults are scheduled for this long")
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(run_tests({"chaos": test_chaos}, arguments))

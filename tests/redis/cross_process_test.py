@@ -10,47 +10,27 @@ processes printed.
 """
 
 import os
-import shlex
 import shutil
 import signal
 import subprocess
 import sys
-import tempfile
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from store_processes import (WAIT, Failure, RedisServer, Sim, dump_block, free_port, run_sim,  # noqa: E402
-                             run_tests)
+from store_processes import (WAIT, Failure, Monitor, RedisServer, Sim, dump_block, fail_if, free_port,  # noqa: E402
+                             run_sim, run_tests, wait_until)
 
 SWITCH = "00:1c:73:00:00:01"
 
-DECLARE_G1 = """\
-mounter m1
-service svcA
-switchWhiteList L1
-allowedSwitch L1 00:1c:73:00:00:01 true
-versionWhiteList V1
-allowedVersion V1 1 true
-group g1 m1
-controllerMount g1 /remote/a /db/a type flags
-groupSwitchWhiteList g1 L1
-groupVersionWhiteList g1 V1
-groupClosed g1 true
-"""
 
-DECLARE_G2 = """\
-switchWhiteList L2
-allowedSwitch L2 00:1c:73:00:00:02 true
-versionWhiteList V2
-allowedVersion V2 2 true
-group g2 m1
-controllerMount g2 /remote/b /db/b type flags
-groupSwitchWhiteList g2 L2
-groupVersionWhiteList g2 V2
-groupClosed g2 true
-"""
+def declare(n):
+    """Group g<n> of mounter m1, admitting switch 00:1c:73:00:00:0<n> and version <n> through lists L<n> and V<n>."""
+    return (f"switchWhiteList L{n}\nallowedSwitch L{n} 00:1c:73:00:00:0{n} true\nversionWhiteList V{n}\n"
+            f"allowedVersion V{n} {n} true\ngroup g{n} m1\ncontrollerMount g{n} /remote/g{n} /db/g{n} type flags\n"
+            f"groupSwitchWhiteList g{n} L{n}\ngroupVersionWhiteList g{n} V{n}\ngroupClosed g{n} true\n")
 
-DECLARE_G3 = DECLARE_G2.replace("g2", "g3").replace("L2", "L3").replace("V2", "V3")
+
+AGENT_G1 = "mounter m1\nservice svcA\n" + declare(1)
 
 
 def test_transcripts(ctx):
@@ -71,8 +51,7 @@ def test_transcripts(ctx):
                 raise Failure(f"{name} differs with --store {url}:\n--- without\n{plain.stdout}"
                               f"exit {plain.returncode}\n--- with\n{stored.stdout}exit {stored.returncode}\n"
                               f"{stored.stderr}")
-        if not server.keys("agentB:*"):
-            raise Failure("the scenarios left no record in Redis")
+        fail_if(not server.keys("agentB:*"), "the scenarios left no record in Redis")
         return f"{len(scenarios)} scenarios"
 
 
@@ -91,8 +70,7 @@ def test_records(ctx):
             "record controller/publish/status/service/A Controller::ServicePublishStatus\n"
             f"systemStatus {SWITCH} g1=mounted\n").finish("machinery")
         statuses = server.hashes("A:*Status*") | server.hashes("A:status")
-        if server.keys("A:*Config*"):
-            raise Failure(f"the machinery wrote configuration: {server.keys('A:*Config*')}")
+        fail_if(server.keys("A:*Config*"), f"the machinery wrote configuration: {server.keys('A:*Config*')}")
         agent = Sim(ctx.sim, server.url(), "agent B\nrecords leaderGenId=gen-2\n"
                     "agent A\nrecord controller/publish/config/service/A ServiceMountStatus\nrecords\n"
                     "mounter m1\nservice svcA\ngroup g1 m1\nreportMountStates\ndump\nserviceDel\n"
@@ -102,8 +80,7 @@ def test_records(ctx):
         if "mountConfig.leaderGenId = gen-5" not in dump_block(agent):
             raise Failure(f"the agent's records replaced the controller status: {dump_block(agent)}")
         kept = server.hashes("A:*Status*") | server.hashes("A:status")
-        if kept != statuses:
-            raise Failure(f"the agent's records changed the statuses:\nbefore {statuses}\nafter {kept}")
+        fail_if(kept != statuses, f"the agent's records changed the statuses:\nbefore {statuses}\nafter {kept}")
         if not server.keys("A:mountConfig") or not server.keys("A:publishConfig"):
             raise Failure(f"the agent's records did not create the configuration: {server.keys('A:*')}")
         for key, generation in (("B:status", "gen-2"), ("C:status", "gen-1")):
@@ -117,7 +94,7 @@ def test_metrics(ctx):
     installed, accepts them."""
     with RedisServer(ctx.redis_server) as server:
         path = os.path.join(ctx.tmp, "metrics.prom")
-        Sim(ctx.sim, server.url(), "agent A\nrecords\n" + DECLARE_G1
+        Sim(ctx.sim, server.url(), "agent A\nrecords\n" + AGENT_G1
             + f"systemStatus {SWITCH} g1=mounted\n", options=["--metrics", path]).finish("agent")
         with open(path) as metrics:
             lines = metrics.read().splitlines()
@@ -125,8 +102,7 @@ def test_metrics(ctx):
                        'hubstore_store_connections{agent="A"} 2', 'hubstore_store_bad_records_total{agent="A"} 0',
                        'hubstore_group_switches{service="svcA",group="g1",state="mounted"} 1',
                        'hubstore_hook_calls_total{service="svcA",hook="doHandleControllerMountState"} 1'):
-            if wanted not in lines:
-                raise Failure(f"no line {wanted!r} in {lines}")
+            fail_if(wanted not in lines, f"no line {wanted!r} in {lines}")
         promtool = shutil.which("promtool")
         if promtool:
             check = subprocess.run([promtool, "check", "metrics"], input="\n".join(lines) + "\n",
@@ -142,14 +118,14 @@ def test_fleet_reports(ctx):
     run, as the same scenario does in one process."""
     with RedisServer(ctx.redis_server) as server:
         groups = "".join(f"group g{g:02} m1\n" for g in range(1, 21))
-        agent = Sim(ctx.sim, server.url(), "agent A\nrecords\nmounter m1\nservice svcA\n" + groups + "echo ready\n",
-                    follow=True)
-        agent.wait_for(["# ready"], "agent")
+        agent = Sim(ctx.sim, server.url(), "agent A\nrecords\nmounter m1\nservice svcA\n" + groups, follow=True,
+                    ready=True)
         Sim(ctx.sim, server.url(),
             "agent A\nrepeat 1..2000 systemStatus 00:1c:73:{i:xx:xx:xx} g{01..20}=mounted\n").finish("machinery")
-        agent.wait_for_count("hook ", 40000, "agent")
-        agent.process.send_signal(signal.SIGTERM)
-        hooks = [l for l in agent.finish("agent after SIGTERM") if l.startswith("hook ")]
+        printed = len(agent.lines)
+        agent.read_until(lambda: len(agent.lines) >= printed + 40000, "40,000 reports")
+        time.sleep(1.0)  # for any report beyond
+        hooks = [line for line in agent.finish("agent after SIGTERM", sig=signal.SIGTERM) if line.startswith("hook ")]
         if len(hooks) != 40000 or len(set(hooks)) != 40000:
             raise Failure(f"{len(hooks)} reports, {len(set(hooks))} different, of 40,000")
         return "40,000 reports, each once"
@@ -160,50 +136,31 @@ def test_warm_restart(ctx):
     run declares g1 again and g3 instead of g2: seen with MONITOR, no key of
     g1 (its group, its mounts, its lists) is deleted or written with other
     values, and g2 goes."""
-    server = RedisServer(ctx.redis_server)
-    monitor = None
-    try:
-        first = Sim(ctx.sim, server.url(), "agent A\nrecords\n" + DECLARE_G1 + DECLARE_G2 + "closed true\necho ready\n",
-                    follow=True, options=["--leave-config"])
-        first.wait_for(["# ready"], "first run")
-        first.process.send_signal(signal.SIGTERM)
-        first.finish("first run after SIGTERM")
+    with RedisServer(ctx.redis_server) as server:
+        Sim(ctx.sim, server.url(), "agent A\nrecords\n" + AGENT_G1 + declare(2) + "closed true\n", follow=True,
+            options=["--leave-config"], ready=True).finish("first run after SIGTERM", sig=signal.SIGTERM)
         left = server.hashes("A:*")
         g1 = {key: fields for key, fields in left.items() if "[g1]" in key or "[L1]" in key or "[V1]" in key}
         if not g1 or not any("[g2]" in key for key in left):
             raise Failure(f"the first run did not leave its configuration: {sorted(left)}")
-        log = tempfile.NamedTemporaryFile(mode="w+", suffix=".monitor")
-        monitor = subprocess.Popen(["redis-cli", "-h", "127.0.0.1", "-p", str(server.port), "monitor"],
-                                   stdout=log, stderr=subprocess.DEVNULL)
-        time.sleep(0.2)
+        monitor = Monitor(server, os.path.join(ctx.tmp, "warm_restart.monitor"))
         run_sim(ctx.sim, ["--store", server.url(), "--leave-config", "-"],
-                "agent A\nrecords\n" + DECLARE_G1 + DECLARE_G3 + "closed true\n")
+                "agent A\nrecords\n" + AGENT_G1 + declare(3) + "closed true\n")
         time.sleep(0.2)
-        monitor.terminate()
-        monitor.wait(timeout=WAIT)
-        log.seek(0)
         touched, g3_writes = [], 0
-        for line in log:
-            words = shlex.split(line[line.index('"'):]) if '"' in line else ["", ""]
+        for _, words in monitor.stop():
             command, key, pairs = words[0].upper(), (words + [""])[1], dict(zip(words[2::2], words[3::2]))
             g3_writes += command == "HSET" and "[g3]" in key
             changed = command == "HSET" and any(g1.get(key, {}).get(field) != value for field, value in pairs.items())
             if key in g1 and (command in ("DEL", "HDEL", "UNLINK") or changed):
-                touched.append(line.strip())
-        if not g3_writes:
-            raise Failure("MONITOR saw none of the second run's writes")
-        if touched:
-            raise Failure(f"the second run changed g1's keys: {touched}")
+                touched.append(words)
+        fail_if(not g3_writes, "MONITOR saw none of the second run's writes")
+        fail_if(touched, f"the second run changed g1's keys: {touched}")
         after = server.hashes("A:*")
         if any("[g2]" in key for key in after) or not any("[g3]" in key for key in after):
             raise Failure(f"the second run's close did not replace g2 with g3: {sorted(after)}")
-        if any(after.get(key) != fields for key, fields in g1.items()):
-            raise Failure("g1's keys differ after the second run")
+        fail_if(any(after.get(key) != fields for key, fields in g1.items()), "g1's keys differ after the second run")
         return f"{len(g1)} keys of g1 untouched; g2 removed, g3 written"
-    finally:
-        if monitor and monitor.poll() is None:
-            monitor.kill()
-        server.kill(signal.SIGTERM)
 
 
 def test_standby(ctx):
@@ -214,12 +171,10 @@ def test_standby(ctx):
     one, continued, learns it lost the lease, ends with status 3 and writes
     nothing."""
     with RedisServer(ctx.redis_server) as server:
-        active = Sim(ctx.sim, server.url(), "agent A\nrecords\n" + DECLARE_G1 + DECLARE_G2 + "closed true\necho ready\n",
-                     follow=True)
-        active.wait_for(["# ready"], "active")
-        standby = Sim(ctx.sim, server.url(), "agent A\n" + DECLARE_G1 + DECLARE_G3 + "closed true\ndump\necho ready\n",
-                      follow=True)
-        standby.wait_for(["# ready"], "standby")
+        active = Sim(ctx.sim, server.url(), "agent A\nrecords\n" + AGENT_G1 + declare(2) + "closed true\n",
+                     follow=True, ready=True)
+        standby = Sim(ctx.sim, server.url(), "agent A\n" + AGENT_G1 + declare(3) + "closed true\ndump\n", follow=True,
+                      ready=True)
         live = dump_block(standby.lines)
         if any("g2" in line or "L2" in line or "V2" in line for line in live):
             raise Failure(f"the standby kept what it does not declare: {live}")
@@ -228,19 +183,10 @@ def test_standby(ctx):
         if server.keys(g3) or not server.keys(g2):
             raise Failure("the standby wrote its configuration while the active one held the lease")
         active.process.send_signal(signal.SIGSTOP)
-        stopped = time.monotonic()
-        while server.keys(g2):
-            if time.monotonic() - stopped > WAIT:
-                raise Failure("the standby did not take over")
-            time.sleep(0.02)
-        took_over = time.monotonic() - stopped
-        if took_over > 3.0 + 1.0 + 0.5:
-            raise Failure(f"the standby took over after {took_over:.2f} s")
-        deadline = time.monotonic() + WAIT
-        while dump_block(Sim(ctx.sim, server.url(), "agent A\ndump\n").finish("reader")) != live:
-            if time.monotonic() > deadline:
-                raise Failure(f"Redis does not hold what the new active declares:\n{live}")
-            time.sleep(0.2)
+        took_over = wait_until(lambda: not server.keys(g2), "the standby to take over")
+        fail_if(took_over > 3.0 + 1.0 + 0.5, f"the standby took over after {took_over:.2f} s")
+        wait_until(lambda: dump_block(Sim(ctx.sim, server.url(), "agent A\ndump\n").finish("reader")) == live,
+                   f"Redis to hold what the new active declares:\n{live}")
         before = server.hashes("A:*Config*")
         active.process.send_signal(signal.SIGCONT)
         lines = active.finish("old active", expect_status=3)
@@ -248,8 +194,7 @@ def test_standby(ctx):
             raise Failure(f"the old active did not say why it stopped: {lines}")
         if server.hashes("A:*Config*") != before:
             raise Failure("the old active wrote to the configuration after it lost the lease")
-        standby.process.send_signal(signal.SIGTERM)
-        standby.finish("new active")
+        standby.finish("new active", sig=signal.SIGTERM)
         return f"took over in {took_over:.2f} s; the old active ended with status 3, writing nothing"
 
 
