@@ -12,7 +12,6 @@
 #include <string>
 #include <vector>
 
-#include <hubstore/redis/redis_store_error.h>
 #include "redis/test_agent.h"
 #include "redis/test_redis_server.h"
 
@@ -50,6 +49,17 @@ class RedisStoreTest : public ::testing::Test {
     ASSERT_TRUE(agent.store->flush(kWait));
     machinery.store->open();
   }
+  // A write by another client, and the agent synchronised after it.
+  void written(const std::vector<std::string>& args) {
+    server.command(args);
+    ASSERT_TRUE(agent.store->sync(kWait));
+  }
+  // A group status of g1 the mount machinery writes, and the agent synchronised after it.
+  void machineryWrites(const std::string& system, Controller::MountState state) {
+    machinery.mountStatus().systemStatusIs(system)->serviceMountGroupStatusIs("g1", state);
+    ASSERT_TRUE(machinery.store->flush(kWait));
+    ASSERT_TRUE(agent.store->sync(kWait));
+  }
 
   TestRedisServer server;
   TestAgent agent{server.url(), Side::config};
@@ -81,9 +91,8 @@ TEST_F(RedisStoreTest, TheConfigurationFollowsItsRecordsAlsoWhenConnectionsAreKi
     }
   }
   redisFree(killer);
-  server.command({"HSET", "agentB:mountStatus.systemStatus[00:1c:73:00:00:01]", "name", "00:1c:73:00:00:01", "[g1]",
-                   "mounted"});
-  ASSERT_TRUE(agent.store->sync(kWait));
+  written({"HSET", "agentB:mountStatus.systemStatus[00:1c:73:00:00:01]", "name", "00:1c:73:00:00:01", "[g1]",
+          "mounted"});
   EXPECT_EQ(agent.mounter->calls(), (Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted"}));
   group = nullptr;
   agent.service->serviceMountGroupDel("g1");
@@ -93,39 +102,27 @@ TEST_F(RedisStoreTest, TheConfigurationFollowsItsRecordsAlsoWhenConnectionsAreKi
   EXPECT_EQ(agent.store->statistics().failedWrites, 0u);
 }
 
-// A status written by the machinery or by hand reaches the hooks; its removal
-// calls none. A followed root deleted in Redis is emptied once and read again
-// when it comes back: the switches Redis still holds return as new switches,
-// reported, and later writes reach the hooks. States written by a mount
-// machinery's process are tests/redis/machinery_test.py's and fleet_reports'
-// in tests/redis/cross_process_test.py.
+// A status written by hand reaches the hooks; its removal calls none. A
+// followed root deleted in Redis is emptied once and read again when it comes
+// back: the switches Redis still holds return as new switches, reported, and
+// later writes reach the hooks. States written by a mount machinery's process
+// are tests/redis/machinery_test.py's and fleet_reports' in
+// tests/redis/cross_process_test.py.
 TEST_F(RedisStoreTest, StatusWrittenElsewhereReachesTheHooksAndItsRemovalNone) {
-  machinery.mountStatus().systemStatusIs("00:1c:73:00:00:01")->serviceMountGroupStatusIs("g1",
-                                                                                        Controller::mountStateMounting);
-  ASSERT_TRUE(machinery.store->flush(kWait));
-  ASSERT_TRUE(agent.store->sync(kWait));
   const std::string system = "agentB:mountStatus.systemStatus[00:1c:73:00:00:01]";
-  server.command({"HSET", system, "[g1]", "failed"});
-  ASSERT_TRUE(agent.store->sync(kWait));
-  // The switch arrives holding its group status, as in one process.
-  EXPECT_EQ(agent.mounter->calls(), (Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounting",
-                                   "doHandleControllerMountState 00:1c:73:00:00:01 g1 failed"}));
-  server.command({"DEL", "agentB:mountStatus"});
-  ASSERT_TRUE(agent.store->sync(kWait));
+  written({"HSET", system, "name", "00:1c:73:00:00:01", "[g1]", "failed"});
+  written({"DEL", "agentB:mountStatus"});
   EXPECT_FALSE(agent.mountStatus().systemStatus("00:1c:73:00:00:01"));
-  agent.mounter->callsDelAll();
-  server.command({"HSET", "agentB:mountStatus", "name", "agentB"});
-  ASSERT_TRUE(agent.store->sync(kWait));
+  written({"HSET", "agentB:mountStatus", "name", "agentB"});
   EXPECT_TRUE(eventually({agent.store.get()}, [&] { return agent.store->state() == RedisStore::State::live; }));
   ASSERT_TRUE(agent.store->sync(kWait));
   EXPECT_EQ(agent.keys(), server.hashes("agentB:*"));
-  server.command({"HSET", system, "[g1]", "mounted"});
-  ASSERT_TRUE(agent.store->sync(kWait));
+  written({"HSET", system, "[g1]", "mounted"});
   server.command({"HDEL", system, "[g1]"});
-  server.command({"DEL", system});
-  ASSERT_TRUE(agent.store->sync(kWait));
+  written({"DEL", system});
   EXPECT_EQ(agent.mounter->calls(), (Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 failed",
-                                   "doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted"}));
+                                         "doHandleControllerMountState 00:1c:73:00:00:01 g1 failed",
+                                         "doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted"}));
   EXPECT_FALSE(agent.mountStatus().systemStatus("00:1c:73:00:00:01"));
   EXPECT_EQ(agent.keys(), server.hashes("agentB:*"));
 }
@@ -133,13 +130,10 @@ TEST_F(RedisStoreTest, StatusWrittenElsewhereReachesTheHooksAndItsRemovalNone) {
 // Keys of hubstore 0.2's layout beside: counted, by a live store and by the
 // load, and never read.
 TEST_F(RedisStoreTest, AStartingProcessLoadsWhatRedisHoldsButKeysOfTheOldLayout) {
-  machinery.mountStatus().systemStatusIs("00:1c:73:00:00:02")->serviceMountGroupStatusIs("g1",
-                                                                                        Controller::mountStateFailed);
-  ASSERT_TRUE(machinery.store->flush(kWait));
+  machineryWrites("00:1c:73:00:00:02", Controller::mountStateFailed);
   const std::string old = "agentB:mountStatus.systemStatus[00:1c:73:00:00:01].serviceMountGroupStatus[g1]";
   server.command({"HSET", "agentB:mountStatus.systemStatus[00:1c:73:00:00:01]", "name", "00:1c:73:00:00:01"});
-  server.command({"HSET", old, "name", "g1", "mountState", "mounted"});
-  ASSERT_TRUE(agent.store->sync(kWait));
+  written({"HSET", old, "name", "g1", "mountState", "mounted"});
   EXPECT_EQ(agent.store->statistics().oldLayoutKeys, 1u);
   EXPECT_EQ(agent.mounter->calls(), (Log{"doHandleControllerMountState 00:1c:73:00:00:02 g1 failed"}));
   TestAgent restarted(server.url(), Side::config);
@@ -154,10 +148,7 @@ TEST_F(RedisStoreTest, AStartingProcessLoadsWhatRedisHoldsButKeysOfTheOldLayout)
 }
 
 TEST_F(RedisStoreTest, AServerRestartedEmptyGetsTheConfigurationBackWithItsChangesMeanwhile) {
-  machinery.mountStatus().systemStatusIs("00:1c:73:00:00:01")->serviceMountGroupStatusIs("g1",
-                                                                                        Controller::mountStateMounted);
-  ASSERT_TRUE(machinery.store->flush(kWait));
-  ASSERT_TRUE(agent.store->sync(kWait));
+  machineryWrites("00:1c:73:00:00:01", Controller::mountStateMounted);
   server.kill();
   // The agent goes on changing its configuration while the server is away.
   agent.service->serviceMountGroup("g1")->controllerMountIs("/remote/late", "/db/late", "t", "f");
@@ -172,8 +163,7 @@ TEST_F(RedisStoreTest, AServerRestartedEmptyGetsTheConfigurationBackWithItsChang
   EXPECT_FALSE(agent.mountStatus().systemStatus("00:1c:73:00:00:01"));
   // The agent listens to the restarted server: a later status reaches the hook.
   agent.mounter->callsDelAll();
-  server.command({"HSET", "agentB:mountStatus.systemStatus[00:1c:73:00:00:01]", "[g1]", "failed"});
-  ASSERT_TRUE(agent.store->sync(kWait));
+  written({"HSET", "agentB:mountStatus.systemStatus[00:1c:73:00:00:01]", "[g1]", "failed"});
   EXPECT_EQ(agent.mounter->calls(), (Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 failed"}));
 }
 
@@ -184,10 +174,7 @@ TEST_F(RedisStoreTest, AServerRestartedEmptyGetsTheConfigurationBackWithItsChang
 // field), or nothing at all (FLUSHALL: the periodic check finds the roots
 // gone).
 TEST_F(RedisStoreTest, WhatAnotherClientDoesToAnOwnedSideIsWrittenBack) {
-  machinery.mountStatus().systemStatusIs("00:1c:73:00:00:01")->serviceMountGroupStatusIs("g1",
-                                                                                        Controller::mountStateMounted);
-  ASSERT_TRUE(machinery.store->flush(kWait));
-  ASSERT_TRUE(agent.store->sync(kWait));
+  machineryWrites("00:1c:73:00:00:01", Controller::mountStateMounted);
   const auto declared = server.hashes("agentB:*");
   const std::string system = "agentB:mountStatus.systemStatus[00:1c:73:00:00:01]";
   struct Case {
@@ -220,8 +207,7 @@ TEST_F(RedisStoreTest, WhatAnotherClientDoesToAnOwnedSideIsWrittenBack) {
 TEST_F(RedisStoreTest, WritesThatCannotBeReadChangeNothingAndAreTracedWithTheirKey) {
   const std::string system = "agentB:mountStatus.systemStatus[00:1c:73:00:00:01]";
   const std::string other = "agentB:mountStatus.systemStatus[00:1c:73:00:00:02]";
-  server.command({"HSET", system, "name", "00:1c:73:00:00:01", "[g1]", "mounted"});
-  ASSERT_TRUE(agent.store->sync(kWait));
+  written({"HSET", system, "name", "00:1c:73:00:00:01", "[g1]", "mounted"});
   const auto before = agent.keys();
   struct Case {
     std::vector<std::vector<std::string>> writes;
@@ -258,14 +244,12 @@ TEST_F(RedisStoreTest, WritesThatCannotBeReadChangeNothingAndAreTracedWithTheirK
     server.command({"HSET", system, "name", "00:1c:73:00:00:01", "[g1]", "mounted"});
   }
   // A new switch whose state cannot be read is created without that status.
-  server.command({"HSET", other, "name", "00:1c:73:00:00:02", "[g1]", "bogus"});
-  ASSERT_TRUE(agent.store->sync(kWait));
+  written({"HSET", other, "name", "00:1c:73:00:00:02", "[g1]", "bogus"});
   EXPECT_EQ(agent.keys().at(other), (Fields{{"name", "00:1c:73:00:00:02"}}));
   redisStoreTrace.levelsIs(0);
   Vex::traceSinkIs(nullptr);
   agent.mounter->callsDelAll();
-  server.command({"HSET", system, "[g1]", "failed"});
-  ASSERT_TRUE(agent.store->sync(kWait));
+  written({"HSET", system, "[g1]", "failed"});
   EXPECT_EQ(agent.mounter->calls(), (Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 failed"}));
 }
 
@@ -313,15 +297,11 @@ TEST(RedisStoreOpenTest, AFleetOpensWithLimitsShorterThanItsReadAndAStallSaysHow
     std::this_thread::sleep_for(50ms);
     freeReplyObject(redisCommand(pauser, "CLIENT PAUSE 2000 ALL"));
   });
-  try {
-    stalled.open();
-    ADD_FAILURE() << "a paused server opened the store";
-  } catch (const RedisStoreError& error) {
-    EXPECT_TRUE(std::regex_search(error.what(), std::regex("stopped answering after reading [0-9,]+ of .*keys.*: "
-                                                           "nothing for 150 ms")))
-        << error.what();
-  }
+  const std::string error = testing::openError(stalled);
   pause.join();
+  EXPECT_TRUE(std::regex_search(error, std::regex("stopped answering after reading [0-9,]+ of .*keys.*: nothing for "
+                                                  "150 ms")))
+      << error;
   redisFree(pauser);
 }
 
@@ -446,12 +426,8 @@ TEST(RedisStoreOpenTest, AnAgentUserOfTheDocumentedAclWorksAndWhatOpenLacksIsNam
     options.openTimeout = 300ms;
     RedisStore refused(Mirra::EntityManager::EntityManagerIs(), options);
     const auto start = std::chrono::steady_clock::now();
-    try {
-      refused.open();
-      ADD_FAILURE() << url << " opened the store";
-    } catch (const RedisStoreError& error) {
-      EXPECT_NE(std::string(error.what()).find(says), std::string::npos) << error.what();
-    }
+    const std::string error = testing::openError(refused);
+    EXPECT_NE(error.find(says), std::string::npos) << error;
     EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
     EXPECT_EQ(refused.state(), RedisStore::State::closed);
   }

@@ -31,13 +31,7 @@ TEST(SentinelQueryTest, AFailedQueryHoldsNoConnection) {
     ::poll(&ready, query.fd() >= 0 ? 1 : 0, 10);
     query.process();
   }
-  ASSERT_EQ(query.state(), SentinelQuery::State::failed);
-  EXPECT_EQ(query.error().rfind("no sentinel knows master main (127.0.0.1:" + std::to_string(refused) +
-                                    ": Connection refused; 127.0.0.1:" + std::to_string(noSentinel.port()) +
-                                    ": ERR unknown command 'SENTINEL'",
-                                0),
-            0u)
-      << query.error();
+  ASSERT_EQ(query.state(), SentinelQuery::State::failed) << query.error();
   EXPECT_EQ(query.fd(), -1);
 }
 

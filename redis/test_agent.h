@@ -26,6 +26,7 @@
 #include <hubstore/foundations/records/service_mount_status.h>
 #include <hubstore/mountgroup/hubstore_service_mount_group.h>
 #include <hubstore/redis/redis_store.h>
+#include <hubstore/redis/redis_store_error.h>
 #include <hubstore/service/hubstore_service.h>
 #include <hubstore/testing/recording_mounter.h>
 
@@ -40,6 +41,16 @@ inline std::map<std::string, Fields> configIn(const std::map<std::string, Fields
     }
   }
   return config;
+}
+
+// What `store`'s open() raises, or "opened".
+inline std::string openError(RedisStore& store) {
+  try {
+    store.open();
+    return "opened";
+  } catch (const RedisStoreError& error) {
+    return error.what();
+  }
 }
 
 class TestAgent {
