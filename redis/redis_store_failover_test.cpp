@@ -65,19 +65,13 @@ class RedisStoreFailoverTest : public ::testing::TestWithParam<bool> {
     for (int i = 0; i < 3; ++i) sentinels.push_back(std::make_unique<TestSentinel>("main", master->port()));
     // Each sentinel knows the other two and the replica, in sync: a failover
     // can be agreed on and has a replica to promote.
-    ASSERT_TRUE(waitFor(
-        [&] {
-          for (const auto& sentinel : sentinels) {
-            const std::string replicas = sentinel->command({"SENTINEL", "replicas", "main"});
-            if (sentinel->command({"SENTINEL", "ckquorum", "main"}).rfind("OK 3 usable", 0) != 0 ||
-                replicas.find(" flags slave ") == std::string::npos ||
-                replicas.find("master-link-status ok") == std::string::npos) {
-              return false;
-            }
-          }
-          return true;
-        },
-        kFailoverWait))
+    const auto ready = [](const std::unique_ptr<TestSentinel>& sentinel) {
+      const std::string replicas = sentinel->command({"SENTINEL", "replicas", "main"});
+      return sentinel->command({"SENTINEL", "ckquorum", "main"}).rfind("OK 3 usable", 0) == 0 &&
+             replicas.find(" flags slave ") != std::string::npos &&
+             replicas.find("master-link-status ok") != std::string::npos;
+    };
+    ASSERT_TRUE(waitFor([&] { return std::all_of(sentinels.begin(), sentinels.end(), ready); }, kFailoverWait))
         << sentinels[0]->command({"SENTINEL", "ckquorum", "main"});
 
     const std::string url = "redis-sentinel://" + sentinels[0]->address() + "," + sentinels[1]->address() + "," +
@@ -154,28 +148,6 @@ TEST_P(RedisStoreFailoverTest, TheAgentMovesToTheNewMaster) {
 INSTANTIATE_TEST_SUITE_P(Fault, RedisStoreFailoverTest, ::testing::Values(true, false),
                          [](const auto& info) { return info.param ? "Forced" : "MasterKilled"; });
 
-// A port that accepts connections (the kernel's backlog does) and never
-// answers.
-class SilentPort {
- public:
-  SilentPort() : fd_(socket(AF_INET, SOCK_STREAM, 0)) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    bind(fd_, reinterpret_cast<sockaddr*>(&address), sizeof address);
-    listen(fd_, 8);
-    getsockname(fd_, reinterpret_cast<sockaddr*>(&address), &length);
-    port_ = ntohs(address.sin_port);
-  }
-  ~SilentPort() { close(fd_); }
-  int port() const { return port_; }
-
- private:
-  int fd_;
-  int port_ = 0;
-};
-
 // What the store says when the sentinels cannot name a master, or name a
 // replica: each sentinel that cannot say is skipped with its reason, in the
 // order given (refused, silent for the sentinel timeout, no sentinel, not
@@ -188,7 +160,8 @@ TEST(RedisStoreSentinelTest, SentinelsThatNameNoMasterAreClearErrors) {
   TestRedisServer replica("", {"--replicaof", "127.0.0.1", std::to_string(TestRedisServer::freePort())});
   TestSentinel sentinel("main", server.port(), 1);
   TestSentinel stale("main", replica.port(), 1);
-  SilentPort silent;
+  TestRedisServer silent;
+  silent.stop();
   const std::string refused = "127.0.0.1:" + std::to_string(TestRedisServer::freePort());
   Vex::CapturingTraceSink sink;
   Vex::traceSinkIs(&sink);
@@ -214,7 +187,7 @@ TEST(RedisStoreSentinelTest, SentinelsThatNameNoMasterAreClearErrors) {
     })) << said;
     return error;
   };
-  const std::string silentAt = "127.0.0.1:" + std::to_string(silent.port());
+  const std::string silentAt = silent.address();
   const std::string noSentinelAt = noSentinel.address();
   EXPECT_EQ(openError("redis-sentinel://" + refused + "," + silentAt + "#main"),
             "no answer from redis at master main via sentinels " + refused + "," + silentAt +

@@ -30,7 +30,6 @@ namespace {
 using namespace std::chrono_literals;
 using Controller::testing::Log;
 using Pair = std::pair<std::string, std::string>;  // switch, group
-using Levels = std::map<Pair, std::string>;       // what each group status holds
 
 // The last name is no Ethernet address: it must reach no hook.
 const std::vector<std::string> kSwitches = {"00:1c:73:00:00:01", "00:1c:73:00:00:02", "00:1c:73:00:00:03",
@@ -39,14 +38,11 @@ const std::vector<std::string> kSwitches = {"00:1c:73:00:00:01", "00:1c:73:00:00
 const std::vector<std::string> kGroups = {"g1", "g2", "g3", "gx"};
 const std::vector<std::string> kStates = {"unknown", "mounting", "mounted", "unmounted", "failed"};
 
-std::string switchKey(const std::string& name) { return "agentB:mountStatus.systemStatus[" + name + "]"; }
-
 // A raw client whose commands are sent when it says so and answered later.
 class Writer {
  public:
   explicit Writer(const testing::TestRedisServer& server) : context_(server.connect()) {}
   ~Writer() { redisFree(context_); }
-  bool ok() const { return context_ != nullptr; }
   void append(const std::vector<std::string>& args) {
     testing::appendCommand(context_, args);
     ++unanswered_;
@@ -82,17 +78,6 @@ std::map<Pair, std::vector<std::string>> reportsOf(const Log& log) {
   return reports;
 }
 
-// The state of each group status in the switch statuses Redis holds.
-Levels levelsIn(const std::map<std::string, Fields>& hashes) {
-  Levels levels;
-  for (const auto& [key, fields] : hashes) {
-    for (const auto& [field, value] : fields) {
-      if (auto group = RecordCodec::fieldKey(field)) levels[{fields.at("name"), *group}] = value;
-    }
-  }
-  return levels;
-}
-
 struct Outcome {
   std::map<std::string, Fields> recordsHeld;  // the agent's switch statuses as keys
   std::map<Pair, std::vector<std::string>> reports;
@@ -117,7 +102,7 @@ Outcome runSchedule(const testing::TestRedisServer& server, unsigned seed, int* 
   for (int step = 0; step < steps; ++step) {
     Writer& writer = *writers[random() % writers.size()];
     const std::string system = pick(kSwitches);
-    const std::string key = switchKey(system);
+    const std::string key = "agentB:mountStatus.systemStatus[" + system + "]";
     // HSET of the switch's name and some of its group states, at random.
     std::vector<std::string> hset{"HSET", key, "name", system};
     for (const std::string& group : kGroups) {
@@ -179,14 +164,17 @@ TEST(RedisStorePropertyTest, AfterRandomWritersTheRecordsEqualRedisAndTheLastRep
   for (unsigned n = 0; n < schedules; ++n) {
     const unsigned seed = first + n;
     SCOPED_TRACE("replay with HUBSTORE_PROPERTY_SEED=" + std::to_string(seed));
-    Writer flush(server);
-    flush.append({"FLUSHALL"});
-    flush.drain();
+    server.command({"FLUSHALL"});
     const Outcome cross = runSchedule(server, seed, &operations);
     // A switch written without its name has it in the records.
     auto hashes = server.hashes("agentB:mountStatus.systemStatus\\[*");
-    for (auto& [key, fields] : hashes) fields["name"] = key.substr(key.find('[') + 1, key.size() - key.find('[') - 2);
-    const Levels levels = levelsIn(hashes);
+    std::map<Pair, std::string> levels;  // the state of each group status Redis holds
+    for (auto& [key, fields] : hashes) {
+      fields["name"] = key.substr(key.find('[') + 1, key.size() - key.find('[') - 2);
+      for (const auto& [field, value] : fields) {
+        if (auto group = RecordCodec::fieldKey(field)) levels[{fields.at("name"), *group}] = value;
+      }
+    }
     ASSERT_EQ(cross.recordsHeld, hashes);
 
     for (const auto& [pair, state] : levels) {

@@ -6,6 +6,7 @@
 //   TestRedisServer replica("", {"--replicaof", "127.0.0.1", std::to_string(server.port())});
 //   server.url();                           // "redis://127.0.0.1:PORT"
 //   server.kill();  server.start();         // a restart that loses everything
+//   server.stop();                          // a port that never answers
 //   server.command({"HSET", "k", "f", "v"}); // "1"
 //   server.hashes("agentB:*");              // each hash key and its fields
 //
@@ -64,7 +65,7 @@ class TestRedisServer {
  public:
   explicit TestRedisServer(std::string password = "", std::vector<std::string> extraArgs = {})
       : TestRedisServer({HUBSTORE_REDIS_SERVER}, std::move(password), std::move(extraArgs)) {}
-  ~TestRedisServer() { kill(SIGTERM); }
+  ~TestRedisServer() { kill(); }
   TestRedisServer(const TestRedisServer&) = delete;
   TestRedisServer& operator=(const TestRedisServer&) = delete;
 
@@ -100,6 +101,9 @@ class TestRedisServer {
     kill();
     throw std::runtime_error(program_[0] + " did not start on port " + std::to_string(port_));
   }
+
+  // SIGSTOP: the kernel still accepts connections, and nothing answers them.
+  void stop() const { ::kill(pid_, SIGSTOP); }
 
   // SIGKILL: the server loses every key, as a crash without persistence does.
   void kill(int signal = SIGKILL) {

@@ -118,13 +118,9 @@ class Monitor:
         """(client address, [command, arguments...]) for each command recorded."""
         self.process.terminate()
         self.process.wait(timeout=WAIT)
-        commands = []
         with open(self.path) as log:
-            for line in log:
-                if '] "' in line:
-                    address = line[line.index("[") + 1:line.index("]")].split()[1]
-                    commands.append((address, shlex.split(line[line.index('] "') + 2:])))
-        return commands
+            return [(line[line.index("[") + 1:line.index("]")].split()[1], shlex.split(line[line.index('] "') + 2:]))
+                    for line in log if '] "' in line]
 
 
 class Sim:
