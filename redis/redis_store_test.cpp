@@ -72,8 +72,6 @@ class RedisStoreTest : public ::testing::Test {
 TEST_F(RedisStoreTest, TheConfigurationFollowsItsRecordsAlsoWhenConnectionsAreKilledWithWritesPending) {
   EXPECT_EQ(server.hashes("agentB:*"), agent.keys());
   auto group = agent.service->serviceMountGroup("g1");
-  redisContext* killer = server.connect();
-  ASSERT_TRUE(killer);
   // Round 0 keeps the connections; the others kill them after the burst's
   // first half, partly sent: what follows goes to the closed sockets first.
   for (int round = 0; round <= 25; ++round) {
@@ -82,7 +80,7 @@ TEST_F(RedisStoreTest, TheConfigurationFollowsItsRecordsAlsoWhenConnectionsAreKi
     for (int i = 0; i < 200; ++i) group->controllerMountIs("/remote/" + std::to_string(mount + i), "/db", "t", "f");
     agent.store->process();
     for (const char* type : {"normal", "pubsub"}) {
-      if (round > 0) freeReplyObject(redisCommand(killer, "CLIENT KILL TYPE %s SKIPME yes", type));
+      if (round > 0) server.command({"CLIENT", "KILL", "TYPE", type, "SKIPME", "yes"});
     }
     for (int i = 0; i < 200; i += 2) group->controllerMountDel("/remote/" + std::to_string(mount + i));
     ASSERT_TRUE(agent.store->flush(kWait));
@@ -90,7 +88,6 @@ TEST_F(RedisStoreTest, TheConfigurationFollowsItsRecordsAlsoWhenConnectionsAreKi
       EXPECT_EQ(configIn(server.hashes("agentB:*")), configIn(agent.keys()));
     }
   }
-  redisFree(killer);
   written({"HSET", "agentB:mountStatus.systemStatus[00:1c:73:00:00:01]", "name", "00:1c:73:00:00:01", "[g1]",
           "mounted"});
   EXPECT_EQ(agent.mounter->calls(), (Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted"}));
@@ -290,19 +287,16 @@ TEST(RedisStoreOpenTest, AFleetOpensWithLimitsShorterThanItsReadAndAStallSaysHow
   stalled.stateHandlerIs([&](RedisStore::State state, const std::string&) {
     if (state == RedisStore::State::syncing) syncing = true;
   });
-  redisContext* pauser = server.connect();
-  ASSERT_TRUE(pauser);
   std::thread pause([&] {
     while (!syncing) std::this_thread::sleep_for(1ms);
     std::this_thread::sleep_for(50ms);
-    freeReplyObject(redisCommand(pauser, "CLIENT PAUSE 2000 ALL"));
+    server.command({"CLIENT", "PAUSE", "2000", "ALL"});
   });
   const std::string error = testing::openError(stalled);
   pause.join();
   EXPECT_TRUE(std::regex_search(error, std::regex("stopped answering after reading [0-9,]+ of .*keys.*: nothing for "
                                                   "150 ms")))
       << error;
-  redisFree(pauser);
 }
 
 // The server killed in the middle of the first read and restarted empty: the

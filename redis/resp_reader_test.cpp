@@ -20,25 +20,16 @@ using namespace std::string_literals;
 // A reply as text, to compare readers; a string that is not NUL-terminated
 // shows.
 std::string dump(const redisReply& reply) {
-  switch (reply.type) {
-    case REDIS_REPLY_STRING:
-    case REDIS_REPLY_STATUS:
-    case REDIS_REPLY_ERROR: {
-      const char* kind = reply.type == REDIS_REPLY_STRING ? "$" : reply.type == REDIS_REPLY_STATUS ? "+" : "-";
-      return kind + std::to_string(reply.len) + ":" + std::string(reply.str, reply.len) +
-             (reply.str[reply.len] == '\0' ? "" : "<unterminated>");
-    }
-    case REDIS_REPLY_INTEGER:
-      return ":" + std::to_string(reply.integer);
-    case REDIS_REPLY_NIL:
-      return "nil";
-    case REDIS_REPLY_ARRAY: {
-      std::string text = "*" + std::to_string(reply.elements) + "[";
-      for (std::size_t i = 0; i < reply.elements; ++i) text += dump(*reply.element[i]) + ",";
-      return text + "]";
-    }
+  if (reply.type == REDIS_REPLY_INTEGER) return ":" + std::to_string(reply.integer);
+  if (reply.type == REDIS_REPLY_NIL) return "nil";
+  if (reply.type == REDIS_REPLY_ARRAY) {
+    std::string text = "*" + std::to_string(reply.elements) + "[";
+    for (std::size_t i = 0; i < reply.elements; ++i) text += dump(*reply.element[i]) + ",";
+    return text + "]";
   }
-  return "type " + std::to_string(reply.type);
+  const char* kind = reply.type == REDIS_REPLY_STRING ? "$" : reply.type == REDIS_REPLY_STATUS ? "+" : "-";
+  return kind + std::to_string(reply.len) + ":" + std::string(reply.str, reply.len) +
+         (reply.str[reply.len] == '\0' ? "" : "<unterminated>");
 }
 
 // hiredis's own reader is the oracle, fed as RedisConnection feeds it.

@@ -69,8 +69,6 @@ class TestAgent {
     service = nullptr;
     if (hostingAgent) Controller::globalAgent = nullptr;
   }
-  TestAgent(const TestAgent&) = delete;
-  TestAgent& operator=(const TestAgent&) = delete;
 
   // Opens the store and creates the five records, empty, as a controller does.
   void open() {

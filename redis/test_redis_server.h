@@ -46,19 +46,12 @@ inline void appendCommand(redisContext* context, const std::vector<std::string>&
 // A reply as text: an array's elements (nested ones too) joined by blanks.
 inline std::string replyText(const redisReply* reply) {
   if (!reply) return "(no reply)";
-  switch (reply->type) {
-    case REDIS_REPLY_INTEGER:
-      return std::to_string(reply->integer);
-    case REDIS_REPLY_NIL:
-      return "(nil)";
-    case REDIS_REPLY_ARRAY: {
-      std::string text;
-      for (std::size_t i = 0; i < reply->elements; ++i) text += (i ? " " : "") + replyText(reply->element[i]);
-      return text;
-    }
-    default:
-      return std::string(reply->str, reply->len);
-  }
+  if (reply->type == REDIS_REPLY_INTEGER) return std::to_string(reply->integer);
+  if (reply->type == REDIS_REPLY_NIL) return "(nil)";
+  if (reply->type != REDIS_REPLY_ARRAY) return std::string(reply->str, reply->len);
+  std::string text;
+  for (std::size_t i = 0; i < reply->elements; ++i) text += (i ? " " : "") + replyText(reply->element[i]);
+  return text;
 }
 
 class TestRedisServer {

@@ -25,17 +25,14 @@ import time
 import redis
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from store_processes import Failure, RedisServer, Sim, dump_block, fail_if, run_tests  # noqa: E402
+from store_processes import Failure, RedisServer, Sim, declare, dump_block, fail_if, run_tests  # noqa: E402
 
 GROUPS = ["g1", "g2", "g3"]
 SWITCHES = [f"00:1c:73:00:00:{i:02x}" for i in range(1, 41)]
 STATES = ["unknown", "mounting", "mounted", "unmounted", "failed"]
 CONVERGE = 20.0  # seconds a quiet period may take: a restarted agent waits out the killed one's lease (3 s)
 
-AGENT = ("agent A\nrecords\nmounter m1\nservice svcA\nswitchWhiteList L\nallowedSwitch L 00:1c:73:00:00:01 true\n"
-         "versionWhiteList V\nallowedVersion V 1 true\n"
-         + "".join(f"group {g} m1\ncontrollerMount {g} /remote/{g} /db/{g} type flags\ngroupSwitchWhiteList {g} L\n"
-                   f"groupVersionWhiteList {g} V\ngroupClosed {g} true\n" for g in GROUPS)
+AGENT = ("agent A\nrecords\nmounter m1\nservice svcA\n" + "".join(declare(n) for n in (1, 2, 3))
          + "closed true\nreportMountStates\ndump\n")
 
 
@@ -67,12 +64,9 @@ class Chaos:
         return last
 
     def levels(self):
-        client, levels = self.client(), {}
-        for key in client.scan_iter(match="A:mountStatus.systemStatus[[]*", count=1000):
-            switch = key.decode()[len("A:mountStatus.systemStatus["):-1]
-            levels.update({(switch, field.decode()[1:-1]): value.decode() for field, value in client.hgetall(key).items()
-                           if field.startswith(b"[") and field.endswith(b"]")})
-        return levels
+        return {(key[len("A:mountStatus.systemStatus["):-1], field[1:-1]): value
+                for key, fields in self.server.hashes("A:mountStatus.systemStatus[[]*").items()
+                for field, value in fields.items() if field.startswith("[") and field.endswith("]")}
 
     def converged(self):
         """None when the checks hold, else what does not."""

@@ -17,17 +17,10 @@ import sys
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from store_processes import (WAIT, Failure, Monitor, RedisServer, Sim, dump_block, fail_if, free_port,  # noqa: E402
-                             run_sim, run_tests, wait_until)
+from store_processes import (WAIT, Failure, Monitor, RedisServer, Sim, declare, dump_block, fail_if,  # noqa: E402
+                             free_port, run_sim, run_tests, wait_until)
 
 SWITCH = "00:1c:73:00:00:01"
-
-
-def declare(n):
-    """Group g<n> of mounter m1, admitting switch 00:1c:73:00:00:0<n> and version <n> through lists L<n> and V<n>."""
-    return (f"switchWhiteList L{n}\nallowedSwitch L{n} 00:1c:73:00:00:0{n} true\nversionWhiteList V{n}\n"
-            f"allowedVersion V{n} {n} true\ngroup g{n} m1\ncontrollerMount g{n} /remote/g{n} /db/g{n} type flags\n"
-            f"groupSwitchWhiteList g{n} L{n}\ngroupVersionWhiteList g{n} V{n}\ngroupClosed g{n} true\n")
 
 
 AGENT_G1 = "mounter m1\nservice svcA\n" + declare(1)

@@ -196,6 +196,13 @@ class Sim:
         return self.lines
 
 
+def declare(n):
+    """Group g<n> of mounter m1, admitting switch 00:1c:73:00:00:0<n> and version <n> through lists L<n> and V<n>."""
+    return (f"switchWhiteList L{n}\nallowedSwitch L{n} 00:1c:73:00:00:0{n} true\nversionWhiteList V{n}\n"
+            f"allowedVersion V{n} {n} true\ngroup g{n} m1\ncontrollerMount g{n} /remote/g{n} /db/g{n} type flags\n"
+            f"groupSwitchWhiteList g{n} L{n}\ngroupVersionWhiteList g{n} V{n}\ngroupClosed g{n} true\n")
+
+
 def run_sim(sim, args, scenario=None, cwd=None):
     return subprocess.run([sim] + args, input=scenario, capture_output=True, text=True, timeout=WAIT * 4, cwd=cwd)
 
