@@ -5,7 +5,6 @@
 #include <atomic>
 #include <chrono>
 #include <functional>
-#include <memory>
 #include <regex>
 #include <sstream>
 #include <thread>

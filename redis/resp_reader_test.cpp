@@ -4,9 +4,6 @@
 #include <hiredis/hiredis.h>
 
 #include <algorithm>
-#include <chrono>
-#include <cstdio>
-#include <cstring>
 #include <memory>
 #include <random>
 #include <string>

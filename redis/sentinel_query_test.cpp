@@ -19,9 +19,8 @@ using Clock = std::chrono::steady_clock;
 // connection.
 TEST(SentinelQueryTest, AFailedQueryHoldsNoConnection) {
   testing::TestRedisServer noSentinel;
-  const int refused = testing::TestRedisServer::freePort();
   RedisEndpoint endpoint;
-  endpoint.sentinels = {{"127.0.0.1", refused}, {"127.0.0.1", noSentinel.port()}};
+  endpoint.sentinels = {{"127.0.0.1", testing::TestRedisServer::freePort()}, {"127.0.0.1", noSentinel.port()}};
   endpoint.masterName = "main";
   SentinelQuery query(endpoint, 200ms);
   query.ask();

@@ -87,12 +87,11 @@ def test_inspect(ctx):
         time.sleep(0.3)
         agent.drain()
         fail_if(agent.lines != before, f"the agent printed {agent.lines[len(before):]} while inspected")
-        if lines[0] != "inspect A: store live, keyspace notifications on" or lines[1] != "service: svcA, warm true, ready false":
-            raise Failure(f"header: {lines[:2]}")
+        fail_if(lines[:2] != ["inspect A: store live, keyspace notifications on", "service: svcA, warm true, ready false"],
+                f"header: {lines[:2]}")
         groups = lines[2:lines.index("dump begin")][:len(GROUPS)]
         fail_if(groups != GROUPS, "groups:\n" + "\n".join(groups))
-        if dump_block(lines) != dump_block(agent.lines):
-            raise Failure(f"dump {dump_block(lines)} is not the agent's {dump_block(agent.lines)}")
+        fail_if(dump_block(lines) != dump_block(agent.lines), f"dump {dump_block(lines)} is not the agent's")
 
         # Following: a state change and the last prefix, each read once; g1's
         # block comes again as it completes.
@@ -107,8 +106,7 @@ def test_inspect(ctx):
         agent.wait_for(["hook m1 doMountsComplete g1"], "agent")
         followed = follower.finish("inspect --follow after SIGTERM", sig=signal.SIGTERM)
         followed = followed[followed.index("dump end") + 1:]
-        if followed.count(G1_COMPLETE) != 1 or len([l for l in followed if l.startswith("A:")]) != 2:
-            raise Failure(f"--follow printed {followed}")
+        fail_if(followed.count(G1_COMPLETE) != 1 or sum(x.startswith("A:") for x in followed) != 2, str(followed))
 
         # Without keyspace notifications the inspector polls, and sets none.
         server.cli("CONFIG", "SET", "notify-keyspace-events", "")
@@ -151,8 +149,7 @@ def test_inspect(ctx):
                               (["--inspect", "A", "--leave-config"], "--leave-config does not apply"),
                               (["--inspect", "A", "--json"], "--json, --quiet, --timeline and --metrics do not apply")]:
             result = run_sim(ctx.sim, ["--store", server.url()] + args)
-            if result.returncode != 2 or message not in result.stderr:
-                raise Failure(f"{args}: exit {result.returncode}, {result.stderr!r}")
+            fail_if(result.returncode != 2 or message not in result.stderr, f"{args}: {result.stderr!r}")
         return "inspector commands " + ", ".join(f"{name} {count}" for name, count in sorted(by_name.items()))
 
 
