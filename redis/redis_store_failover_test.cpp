@@ -162,18 +162,15 @@ TEST(RedisStoreSentinelTest, SentinelsThatNameNoMasterAreClearErrors) {
   redisStoreTrace.levelsIs(1u << 5);
   const auto openError = [&sink](const std::string& url) -> std::string {
     sink.clear();
-    RedisStore::Options options{RedisEndpoint::parse(url), "agentB"};
-    options.openTimeout = 500ms;
-    options.sentinelTimeout = 100ms;
-    RedisStore store(Mirra::EntityManager::EntityManagerIs(), options);
-    std::string said;
-    store.stateHandlerIs([&said](RedisStore::State state, const std::string& why) {
-      if (state == RedisStore::State::disconnected) said = why;
+    TestAgent agent(url, Side::status, [](RedisStore::Options& options) {
+      options.openTimeout = 500ms;
+      options.sentinelTimeout = 100ms;
     });
     const auto start = Clock::now();
-    const std::string error = testing::openError(store);
+    const std::string error = testing::openError(*agent.store);
     if (error == "opened") return error;
     EXPECT_LT(Clock::now() - start, 3s);
+    const std::string said = agent.disconnects.empty() ? "(none)" : agent.disconnects.back();
     EXPECT_NE(error.find(" (" + said + ")"), std::string::npos) << error;
     EXPECT_TRUE(std::any_of(sink.lines().begin(), sink.lines().end(), [&said](const std::string& line) {
       return line.rfind("5 RedisStore::state disconnected agent:agentB", 0) == 0 &&

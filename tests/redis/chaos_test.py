@@ -56,12 +56,8 @@ class Chaos:
     def heard(self):
         """The last state the agent's hook heard for each (switch, group)."""
         self.agent.drain()
-        last = {}
-        for line in self.agent.lines:
-            words = line.split()
-            if len(words) == 6 and words[2] == "doHandleControllerMountState":
-                last[(words[3], words[4])] = words[5]
-        return last
+        return {(words[3], words[4]): words[5] for words in map(str.split, self.agent.lines)
+                if len(words) == 6 and words[2] == "doHandleControllerMountState"}
 
     def levels(self):
         return {(key[len("A:mountStatus.systemStatus["):-1], field[1:-1]): value

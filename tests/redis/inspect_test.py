@@ -87,8 +87,8 @@ def test_inspect(ctx):
         time.sleep(0.3)
         agent.drain()
         fail_if(agent.lines != before, f"the agent printed {agent.lines[len(before):]} while inspected")
-        fail_if(lines[:2] != ["inspect A: store live, keyspace notifications on", "service: svcA, warm true, ready false"],
-                f"header: {lines[:2]}")
+        header = ["inspect A: store live, keyspace notifications on", "service: svcA, warm true, ready false"]
+        fail_if(lines[:2] != header, f"header: {lines[:2]}")
         groups = lines[2:lines.index("dump begin")][:len(GROUPS)]
         fail_if(groups != GROUPS, "groups:\n" + "\n".join(groups))
         fail_if(dump_block(lines) != dump_block(agent.lines), f"dump {dump_block(lines)} is not the agent's")

@@ -170,11 +170,8 @@ class Sim:
 
     def drain(self):
         """Takes in what the process has printed so far, without waiting."""
-        while True:
-            try:
-                line = self.arrived.get_nowait()
-            except queue.Empty:
-                return
+        while not self.arrived.empty():
+            line = self.arrived.get()
             if line is None:
                 self.arrived.put(None)  # the end, for finish()
                 return
