@@ -52,8 +52,8 @@ class Writer {
     while (!done && redisBufferWrite(context_, &done) == REDIS_OK) {
     }
   }
+  // A blocking read of a reply sends what is buffered first.
   void drain() {
-    send();
     for (; unanswered_ > 0; --unanswered_) {
       void* reply = nullptr;
       if (redisGetReply(context_, &reply) != REDIS_OK) return;

@@ -178,16 +178,16 @@ TEST_F(RedisStoreTest, WhatAnotherClientDoesToAnOwnedSideIsWrittenBack) {
     std::vector<std::vector<std::string>> commands;
     std::uint64_t repairs;
   };
-  const std::vector<Case> cases = {
+  for (const Case& c : std::vector<Case>{
       {"configuration deleted",
        {{"DEL", "agentB:mountConfig.mountGroupConfig[g1].mountConfig[/remote/a]"},
         {"HDEL", "agentB:mountConfig.systemFilter[L]", "[00:1c:73:00:00:01]"},
         {"DEL", "agentB:publishConfig"}},
        3},
-      {"status changed unheard", {{"HSET", system, "[g1]", "failed", "[gx]", "mounting"}, {"CLIENT", "KILL", "TYPE", "pubsub"}}, 0},
-      {"FLUSHALL", {{"FLUSHALL"}}, 0},
-  };
-  for (const Case& c : cases) {
+      {"status changed unheard",
+       {{"HSET", system, "[g1]", "failed", "[gx]", "mounting"}, {"CLIENT", "KILL", "TYPE", "pubsub"}},
+       0},
+      {"FLUSHALL", {{"FLUSHALL"}}, 0}}) {
     SCOPED_TRACE(c.what);
     const std::uint64_t repairs = agent.store->statistics().repairs;
     for (const auto& args : c.commands) server.command(args);

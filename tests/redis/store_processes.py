@@ -54,7 +54,6 @@ class RedisServer:
     def __init__(self, binary, password=None, unix_socket=None):
         self.binary, self.password, self.unix_socket = binary, password, unix_socket
         self.port = free_port()
-        self.process = None
         self.start()
 
     def __enter__(self):
@@ -63,10 +62,8 @@ class RedisServer:
     def __exit__(self, *error):
         self.kill(signal.SIGTERM)
 
-    def url(self, password=None):
-        password = password if password is not None else self.password
-        credentials = f":{password}@" if password else ""
-        return f"redis://{credentials}127.0.0.1:{self.port}"
+    def url(self):
+        return f"redis://{f':{self.password}@' if self.password else ''}127.0.0.1:{self.port}"
 
     def start(self):
         args = [self.binary, "--port", str(self.port), "--bind", "127.0.0.1", "--save", "",
