@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <functional>
 #include <iostream>
 #include <map>
 #include <memory>
@@ -21,6 +20,7 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 using Controller::testing::Log;
+using testing::eventually;
 using testing::TestAgent;
 using testing::TestRedisServer;
 using testing::TestSentinel;
@@ -30,15 +30,6 @@ constexpr auto kWait = 5000ms;
 constexpr auto kFailoverWait = 30s;
 
 bool haveSentinel() { return !std::string_view(HUBSTORE_REDIS_SENTINEL).empty(); }
-
-bool waitFor(const std::function<bool()>& done, Clock::duration limit) {
-  const auto deadline = Clock::now() + limit;
-  while (!done()) {
-    if (Clock::now() > deadline) return false;
-    std::this_thread::sleep_for(50ms);
-  }
-  return true;
-}
 
 // Replication without files: the full sync goes over the socket at once and
 // is loaded from it.
@@ -65,7 +56,7 @@ class RedisStoreFailoverTest : public ::testing::TestWithParam<bool> {
              replicas.find(" flags slave ") != std::string::npos &&
              replicas.find("master-link-status ok") != std::string::npos;
     };
-    ASSERT_TRUE(waitFor([&] { return std::all_of(sentinels.begin(), sentinels.end(), ready); }, kFailoverWait))
+    ASSERT_TRUE(eventually([&] { return std::all_of(sentinels.begin(), sentinels.end(), ready); }, {}, kFailoverWait))
         << sentinels[0]->command({"SENTINEL", "ckquorum", "main"});
 
     const std::string url = "redis-sentinel://" + sentinels[0]->address() + "," + sentinels[1]->address() + "," +
@@ -116,12 +107,12 @@ TEST_P(RedisStoreFailoverTest, TheAgentMovesToTheNewMaster) {
   const bool forced = GetParam();
   Clock::time_point fault = Clock::now();
   if (forced) {
-    ASSERT_TRUE(waitFor(
+    ASSERT_TRUE(eventually(
         [&] {
           fault = Clock::now();
           return sentinels[1]->command({"SENTINEL", "FAILOVER", "main"}) == "OK";
         },
-        10s));
+        {}, 10s));
   } else {
     master->kill();
   }
@@ -219,12 +210,7 @@ TEST(RedisStoreSentinelTest, AMasterMadeAReplicaUnderTheStoreIsLeftUntilItIsAMas
   ASSERT_EQ(server.command({"REPLICAOF", "127.0.0.1", std::to_string(TestRedisServer::freePort())}), "OK");
   agent.mountConfig().leaderGenIdIs("7");
   const std::string where = "master main at " + server.address();
-  const auto deadline = Clock::now() + kWait;
-  while (agent.disconnects.size() < 2 && Clock::now() < deadline) {
-    agent.store->process();
-    pollfd readable{agent.store->fd(), POLLIN, 0};
-    ::poll(&readable, 1, 10);
-  }
+  eventually([&] { return agent.disconnects.size() >= 2; }, {agent.store.get()});
   ASSERT_EQ(agent.disconnects.size(), 2u) << agent.history;
   // The write is the lease's fenced script: the server names it after the text.
   const std::string refused = where + " refused a write: READONLY You can't write against a read only replica.";

@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <functional>
 #include <regex>
 #include <sstream>
 #include <thread>
@@ -20,21 +19,11 @@ namespace {
 using namespace std::chrono_literals;
 using Controller::testing::Log;
 using testing::configIn;
+using testing::eventually;
 using testing::TestAgent;
 using testing::TestRedisServer;
 
 constexpr auto kWait = 5000ms;
-
-// Runs the stores until `done`, for what a periodic check finds.
-bool eventually(const std::vector<RedisStore*>& stores, const std::function<bool()>& done) {
-  const auto deadline = std::chrono::steady_clock::now() + kWait;
-  while (!done()) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    for (RedisStore* store : stores) store->process();
-    std::this_thread::sleep_for(5ms);
-  }
-  return true;
-}
 
 // An agent with a service and group g1 over a store that owns the
 // configuration, and a mount machinery over another store that owns the
@@ -110,7 +99,7 @@ TEST_F(RedisStoreTest, StatusWrittenElsewhereReachesTheHooksAndItsRemovalNone) {
   written({"DEL", "agentB:mountStatus"});
   EXPECT_FALSE(agent.mountStatus().systemStatus("00:1c:73:00:00:01"));
   written({"HSET", "agentB:mountStatus", "name", "agentB"});
-  EXPECT_TRUE(eventually({agent.store.get()}, [&] { return agent.store->state() == RedisStore::State::live; }));
+  EXPECT_TRUE(eventually([&] { return agent.store->state() == RedisStore::State::live; }, {agent.store.get()}));
   ASSERT_TRUE(agent.store->sync(kWait));
   EXPECT_EQ(agent.keys(), server.hashes("agentB:*"));
   written({"HSET", system, "[g1]", "mounted"});
@@ -191,8 +180,8 @@ TEST_F(RedisStoreTest, WhatAnotherClientDoesToAnOwnedSideIsWrittenBack) {
     SCOPED_TRACE(c.what);
     const std::uint64_t repairs = agent.store->statistics().repairs;
     for (const auto& args : c.commands) server.command(args);
-    EXPECT_TRUE(eventually({agent.store.get(), machinery.store.get()},
-                           [&] { return server.hashes("agentB:*") == declared && agent.keys() == declared; }));
+    EXPECT_TRUE(eventually([&] { return server.hashes("agentB:*") == declared && agent.keys() == declared; },
+                           {agent.store.get(), machinery.store.get()}));
     EXPECT_EQ(agent.store->statistics().repairs - repairs, c.repairs);
   }
 }
@@ -352,13 +341,13 @@ TEST(RedisStoreLeaseTest, AStandbyTakesOverAndTheOldActiveIsFenced) {
   // While the first runs, it renews its lease: the second stays a standby
   // well past the lease time.
   const auto renewing = std::chrono::steady_clock::now() + 1500ms;
-  ASSERT_TRUE(eventually({first.store.get(), second.store.get()},
-                         [&] { return second.store->leaseHeld() || std::chrono::steady_clock::now() > renewing; }));
+  ASSERT_TRUE(eventually([&] { return second.store->leaseHeld() || std::chrono::steady_clock::now() > renewing; },
+                         {first.store.get(), second.store.get()}));
   EXPECT_FALSE(second.store->leaseHeld());
 
   // The first stops; the standby takes over and writes what differs.
   const auto stopped = std::chrono::steady_clock::now();
-  ASSERT_TRUE(eventually({second.store.get()}, [&] { return second.store->leaseHeld(); }));
+  ASSERT_TRUE(eventually([&] { return second.store->leaseHeld(); }, {second.store.get()}));
   const auto tookOver = std::chrono::steady_clock::now() - stopped;
   EXPECT_LT(tookOver, 600ms + 100ms + 500ms);
   ASSERT_TRUE(second.store->flush(kWait));
@@ -367,7 +356,7 @@ TEST(RedisStoreLeaseTest, AStandbyTakesOverAndTheOldActiveIsFenced) {
 
   // The first runs again with a write queued before it learns anything.
   first.mountConfig().mountGroupConfigIs("late");
-  ASSERT_TRUE(eventually({first.store.get()}, [&] { return first.store->statistics().leasesLost == 1; }));
+  ASSERT_TRUE(eventually([&] { return first.store->statistics().leasesLost == 1; }, {first.store.get()}));
   EXPECT_EQ(first.store->statistics().fencedWrites, 1u);
   EXPECT_EQ(first.store->state(), RedisStore::State::standby);
   first.mountConfig().mountGroupConfigIs("later");

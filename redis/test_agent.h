@@ -12,10 +12,13 @@
 // with one controller mount (/remote/a) and bound to both lists, the group
 // and the service closed; this process's agent is agentB while it lives.
 
+#include <chrono>
+#include <functional>
 #include <iterator>
 #include <map>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <hubstore/allowlist/switch_white_list.h>
@@ -41,6 +44,19 @@ inline std::map<std::string, Fields> configIn(const std::map<std::string, Fields
     }
   }
   return config;
+}
+
+// Runs `stores` (each processes what it received) until `done`, at most
+// `limit`; whether it came.
+inline bool eventually(const std::function<bool()>& done, const std::vector<RedisStore*>& stores = {},
+                       std::chrono::milliseconds limit = std::chrono::milliseconds(5000)) {
+  const auto deadline = std::chrono::steady_clock::now() + limit;
+  while (!done()) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    for (RedisStore* store : stores) store->process();
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  return true;
 }
 
 // What `store`'s open() raises, or "opened".
