@@ -19,13 +19,10 @@ struct Records {
   Vex::Ptr<Vex::Entity> bySlot[5];
   Vex::Entity* operator()(RecordSlot slot) const { return bySlot[static_cast<int>(slot)].get(); }
 
-  static Records fresh() {
-    Records records;
+  Records() {
     for (RecordSlot slot : kRecordSlots) {
-      records.bySlot[static_cast<int>(slot)] =
-          RecordCodec::newRecord(slot, slot == RecordSlot::status ? "status" : "agentB");
+      bySlot[static_cast<int>(slot)] = RecordCodec::newRecord(slot, slot == RecordSlot::status ? "status" : "agentB");
     }
-    return records;
   }
   Keys keys() const {
     Keys keys;
@@ -47,7 +44,7 @@ struct Records {
 
 // Every kind of record and member, with names that need quoting.
 Records populated() {
-  Records records = Records::fresh();
+  Records records;
   static_cast<Hubstore::Status*>(records(RecordSlot::status))->leaderGenIdIs("gen-7");
   auto* mount = static_cast<ServiceMountConfig*>(records(RecordSlot::mountConfig));
   mount->serviceNameIs("svcA");
@@ -98,7 +95,7 @@ TEST(RecordCodecTest, EachRecordIsOneKeyOfItsValuesAndItsFleetSizedMembers) {
 
 TEST(RecordCodecTest, KeysReadBackInAnyOrderRebuildTheSameRecords) {
   const Keys keys = populated().keys();
-  Records inOrder = Records::fresh();
+  Records inOrder;
   for (const auto& [key, fields] : keys) inOrder.apply(key, &fields);
   EXPECT_EQ(inOrder.keys(), keys);
   // Read again, a group keeps the detached filter record it points at.
@@ -108,12 +105,11 @@ TEST(RecordCodecTest, KeysReadBackInAnyOrderRebuildTheSameRecords) {
   EXPECT_EQ(publish->publishGroupConfig("g1")->systemFilter(), detached);
   // Members before the records that hold them: the holders are made first
   // and get their own values when their keys come.
-  Records reversed = Records::fresh();
+  Records reversed;
   for (auto it = keys.rbegin(); it != keys.rend(); ++it) reversed.apply(it->first, &it->second);
   EXPECT_EQ(reversed.keys(), keys);
-  auto* group = static_cast<ServiceMountConfig*>(reversed(RecordSlot::mountConfig))->mountGroupConfig("g1").get();
-  EXPECT_EQ(group->systemFilter(),
-            static_cast<ServiceMountConfig*>(reversed(RecordSlot::mountConfig))->systemFilter("L"));
+  const auto* config = static_cast<ServiceMountConfig*>(reversed(RecordSlot::mountConfig));
+  EXPECT_EQ(config->mountGroupConfig("g1")->systemFilter(), config->systemFilter("L"));
 }
 
 TEST(RecordCodecTest, AGoneKeyRemovesItsMemberAndEverythingBelow) {

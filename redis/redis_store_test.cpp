@@ -386,11 +386,7 @@ TEST(RedisStoreOpenTest, AnAgentUserOfTheDocumentedAclWorksAndWhatOpenLacksIsNam
   TestAgent agent(url("agentB"), Side::config);
   TestAgent machinery(url("agentB"), Side::status);
   for (TestAgent* process : {&agent, &machinery}) process->store->open();
-  for (RecordSlot slot : kRecordSlots) {
-    (sideOf(slot) == Side::config ? agent : machinery)
-        .store->recordIs(Vex::String(agent.store->keys().recordPath(slot)),
-                         RecordCodec::newRecord(slot, slot == RecordSlot::status ? "status" : "agentB"));
-  }
+  for (RecordSlot slot : kRecordSlots) (sideOf(slot) == Side::config ? agent : machinery).createRecord(slot);
   ASSERT_TRUE(machinery.store->flush(kWait));
   ASSERT_TRUE(agent.store->sync(kWait));
   EXPECT_EQ(agent.store->statistics().failedWrites + machinery.store->statistics().failedWrites, 0u);

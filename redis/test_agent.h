@@ -36,14 +36,11 @@
 namespace hubstore::redis::testing {
 
 // The configuration's keys of `keys`.
-inline std::map<std::string, Fields> configIn(const std::map<std::string, Fields>& keys) {
-  std::map<std::string, Fields> config;
-  for (const auto& [key, fields] : keys) {
-    if (key.rfind("agentB:mountConfig", 0) == 0 || key.rfind("agentB:publishConfig", 0) == 0) {
-      config.emplace(key, fields);
-    }
-  }
-  return config;
+inline std::map<std::string, Fields> configIn(std::map<std::string, Fields> keys) {
+  std::erase_if(keys, [](const auto& key) {
+    return key.first.rfind("agentB:mountConfig", 0) != 0 && key.first.rfind("agentB:publishConfig", 0) != 0;
+  });
+  return keys;
 }
 
 // Runs `stores` (each processes what it received) until `done`, at most
@@ -89,10 +86,11 @@ class TestAgent {
   // Opens the store and creates the five records, empty, as a controller does.
   void open() {
     store->open();
-    for (RecordSlot slot : kRecordSlots) {
-      store->recordIs(Vex::String(store->keys().recordPath(slot)),
-                      RecordCodec::newRecord(slot, slot == RecordSlot::status ? "status" : "agentB"));
-    }
+    for (RecordSlot slot : kRecordSlots) createRecord(slot);
+  }
+  void createRecord(RecordSlot slot) {
+    store->recordIs(Vex::String(store->keys().recordPath(slot)),
+                    RecordCodec::newRecord(slot, slot == RecordSlot::status ? "status" : "agentB"));
   }
 
   void declareService() {

@@ -66,8 +66,7 @@ class Chaos:
 
     def converged(self):
         """None when the checks hold, else what does not."""
-        if self.agent.process.poll() is not None:
-            raise Failure(f"the agent died (exit {self.agent.process.returncode}); faults: {self.faults}")
+        fail_if(self.agent.process.poll() is not None, f"the agent died: {self.agent.process.poll()}; {self.faults}")
         fail_if(self.server.process.poll() is not None, f"redis-server died; faults: {self.faults}")
         try:
             reader = subprocess.run([self.args.sim, "--store", self.server.url(), "-"], input="agent A\ndump\n",
@@ -86,13 +85,10 @@ class Chaos:
         return None
 
     def quiet(self, fault):
-        deadline, problem = time.monotonic() + CONVERGE, None
-        while time.monotonic() < deadline:
-            problem = self.converged()
-            if problem is None:
-                return
+        deadline = time.monotonic() + CONVERGE
+        while (problem := self.converged()) is not None:
+            fail_if(time.monotonic() > deadline, f"not converged after {fault}: {problem}; faults: {self.faults}")
             time.sleep(0.2)
-        raise Failure(f"not converged after {fault}: {problem}; faults so far: {self.faults}")
 
     # The faults
     def pause_server(self):

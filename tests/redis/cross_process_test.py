@@ -66,17 +66,13 @@ def test_records(ctx):
                     "agent A\nrecord controller/publish/config/service/A ServiceMountStatus\nrecords\n"
                     "mounter m1\nservice svcA\ngroup g1 m1\nreportMountStates\ndump\nserviceDel\n"
                     "agent C\nrecords\n").finish("agent")
-        if f"hook m1 doHandleControllerMountState {SWITCH} g1 mounted" not in agent:
-            raise Failure(f"the machinery's status did not reach the agent's group: {agent}")
-        if "mountConfig.leaderGenId = gen-5" not in dump_block(agent):
-            raise Failure(f"the agent's records replaced the controller status: {dump_block(agent)}")
+        fail_if(f"hook m1 doHandleControllerMountState {SWITCH} g1 mounted" not in agent, f"g1 heard nothing: {agent}")
+        fail_if("mountConfig.leaderGenId = gen-5" not in dump_block(agent), f"status replaced: {dump_block(agent)}")
         kept = server.hashes("A:*Status*") | server.hashes("A:status")
         fail_if(kept != statuses, f"the agent's records changed the statuses:\nbefore {statuses}\nafter {kept}")
-        if not server.keys("A:mountConfig") or not server.keys("A:publishConfig"):
-            raise Failure(f"the agent's records did not create the configuration: {server.keys('A:*')}")
+        fail_if(not server.keys("A:mountConfig") or not server.keys("A:publishConfig"), f"{server.keys('A:*')}")
         for key, generation in (("B:status", "gen-2"), ("C:status", "gen-1")):
-            if generation not in server.cli("HGETALL", key):
-                raise Failure(f"{key} holds {server.cli('HGETALL', key)!r}, not the generation {generation}")
+            fail_if(generation not in server.cli("HGETALL", key), f"{key}: {server.cli('HGETALL', key)!r}")
         return f"{len(statuses)} status keys kept, the configuration created"
 
 
@@ -142,8 +138,7 @@ def test_warm_restart(ctx):
         fail_if(not any(command == "HSET" and "[g3]" in key for command, key, _ in commands), "no write of g3 seen")
         fail_if(touched, f"the second run changed g1's keys: {touched}")
         after = server.hashes("A:*")
-        if any("[g2]" in key for key in after) or not any("[g3]" in key for key in after):
-            raise Failure(f"the second run's close did not replace g2 with g3: {sorted(after)}")
+        fail_if(any("[g2]" in key for key in after) or not any("[g3]" in key for key in after), str(sorted(after)))
         fail_if(any(after.get(key) != fields for key, fields in g1.items()), "g1's keys differ after the second run")
         return f"{len(g1)} keys of g1 untouched; g2 removed, g3 written"
 
@@ -189,8 +184,7 @@ def test_login(ctx):
     start = time.monotonic()
     absent = run_sim(ctx.sim, ["--store", f"redis://127.0.0.1:{free_port()}", "-"], "agent A\n")
     elapsed = time.monotonic() - start
-    if absent.returncode != 2 or "no answer from redis" not in absent.stderr or elapsed > 10:
-        raise Failure(f"absent server: exit {absent.returncode} after {elapsed:.1f}s, {absent.stderr!r}")
+    fail_if(absent.returncode != 2 or "no answer from redis" not in absent.stderr or elapsed > 10, absent.stderr)
     return f"wrong password and absent server: exit 2 ({elapsed:.1f}s)"
 
 

@@ -44,8 +44,7 @@ def wait_until(condition, what, limit=WAIT):
     """Polls `condition` until it holds; the seconds that took."""
     start = time.monotonic()
     while not condition():
-        if time.monotonic() - start > limit:
-            raise Failure(f"waited {limit}s for {what}")
+        fail_if(time.monotonic() - start > limit, f"waited {limit}s for {what}")
         time.sleep(0.02)
     return time.monotonic() - start
 
