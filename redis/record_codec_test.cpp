@@ -19,13 +19,10 @@ struct Records {
   Vex::Ptr<Vex::Entity> bySlot[5];
   Vex::Entity* operator()(RecordSlot slot) const { return bySlot[static_cast<int>(slot)].get(); }
 
-  static Records fresh() {
-    Records records;
+  Records() {
     for (RecordSlot slot : kRecordSlots) {
-      records.bySlot[static_cast<int>(slot)] =
-          RecordCodec::newRecord(slot, slot == RecordSlot::status ? "status" : "agentB");
+      bySlot[static_cast<int>(slot)] = RecordCodec::newRecord(slot, slot == RecordSlot::status ? "status" : "agentB");
     }
-    return records;
   }
   Keys keys() const {
     Keys keys;
@@ -36,22 +33,18 @@ struct Records {
     }
     return keys;
   }
-  // Writes each key the way the store applies what it reads.
-  template <class Iterator>
-  void apply(Iterator begin, Iterator end) {
-    const RedisKeySchema schema("agentB");
-    const RecordCodec::Context roots{[this](RecordSlot slot) { return (*this)(slot); }};
-    for (auto it = begin; it != end; ++it) {
-      const auto path = schema.parse(it->first);
-      ASSERT_TRUE(path) << it->first;
-      RecordCodec::applyPath(*(*this)(path->record), path->steps, &it->second, roots);
-    }
+  // Writes a key the way the store applies what it reads; null: the key is gone.
+  void apply(const std::string& key, const Fields* fields) {
+    const auto path = RedisKeySchema("agentB").parse(key);
+    ASSERT_TRUE(path) << key;
+    RecordCodec::applyPath(*(*this)(path->record), path->steps, fields,
+                           {[this](RecordSlot slot) { return (*this)(slot); }});
   }
 };
 
 // Every kind of record and member, with names that need quoting.
 Records populated() {
-  Records records = Records::fresh();
+  Records records;
   static_cast<Hubstore::Status*>(records(RecordSlot::status))->leaderGenIdIs("gen-7");
   auto* mount = static_cast<ServiceMountConfig*>(records(RecordSlot::mountConfig));
   mount->serviceNameIs("svcA");
@@ -102,40 +95,36 @@ TEST(RecordCodecTest, EachRecordIsOneKeyOfItsValuesAndItsFleetSizedMembers) {
 
 TEST(RecordCodecTest, KeysReadBackInAnyOrderRebuildTheSameRecords) {
   const Keys keys = populated().keys();
-  Records inOrder = Records::fresh();
-  inOrder.apply(keys.begin(), keys.end());
+  Records inOrder;
+  for (const auto& [key, fields] : keys) inOrder.apply(key, &fields);
   EXPECT_EQ(inOrder.keys(), keys);
   // Read again, a group keeps the detached filter record it points at.
   const auto* publish = static_cast<ServicePublishConfig*>(inOrder(RecordSlot::publishConfig));
   const Vex::Ptr<MountFilterSystem> detached = publish->publishGroupConfig("g1")->systemFilter();
-  inOrder.apply(keys.begin(), keys.end());
+  for (const auto& [key, fields] : keys) inOrder.apply(key, &fields);
   EXPECT_EQ(publish->publishGroupConfig("g1")->systemFilter(), detached);
   // Members before the records that hold them: the holders are made first
   // and get their own values when their keys come.
-  Records reversed = Records::fresh();
-  reversed.apply(keys.rbegin(), keys.rend());
+  Records reversed;
+  for (auto it = keys.rbegin(); it != keys.rend(); ++it) reversed.apply(it->first, &it->second);
   EXPECT_EQ(reversed.keys(), keys);
-  auto* group = static_cast<ServiceMountConfig*>(reversed(RecordSlot::mountConfig))->mountGroupConfig("g1").get();
-  EXPECT_EQ(group->systemFilter(),
-            static_cast<ServiceMountConfig*>(reversed(RecordSlot::mountConfig))->systemFilter("L"));
+  const auto* config = static_cast<ServiceMountConfig*>(reversed(RecordSlot::mountConfig));
+  EXPECT_EQ(config->mountGroupConfig("g1")->systemFilter(), config->systemFilter("L"));
 }
 
 TEST(RecordCodecTest, AGoneKeyRemovesItsMemberAndEverythingBelow) {
   Records records = populated();
-  const RecordCodec::Context roots{[&records](RecordSlot slot) { return records(slot); }};
-  const RedisKeySchema schema("agentB");
   for (const char* key : {"agentB:mountStatus.systemStatus[00:1c:73:00:00:01]",
                           "agentB:mountConfig.mountGroupConfig[g1].mountConfig[\"/remote/a b\"]",
                           "agentB:mountConfig.nothing[x]"}) {
-    const auto path = schema.parse(key);
-    RecordCodec::applyPath(*records(path->record), path->steps, nullptr, roots);
+    records.apply(key, nullptr);
   }
   const Keys keys = records.keys();
   EXPECT_EQ(keys.count("agentB:mountStatus.systemStatus[00:1c:73:00:00:01]"), 0u);
   EXPECT_EQ(keys.count("agentB:mountConfig.mountGroupConfig[g1]"), 1u);
   EXPECT_EQ(keys.size(), 14u);
   // The root record itself is emptied, never replaced.
-  RecordCodec::applyPath(*records(RecordSlot::mountConfig), {}, nullptr, roots);
+  records.apply("agentB:mountConfig", nullptr);
   EXPECT_EQ(static_cast<ServiceMountConfig*>(records(RecordSlot::mountConfig))->mountGroupConfigMembers().count(), 0u);
   EXPECT_TRUE(static_cast<ServiceMountConfig*>(records(RecordSlot::mountConfig))->warm());
 }

@@ -38,27 +38,23 @@ TEST(RedisEndpointTest, ReadsEachFormOfStoreUrl) {
   EXPECT_EQ(RedisEndpoint::parse("unix:///tmp/redis.sock").socketPath, "/tmp/redis.sock");
 }
 
+// Each refused, some with the whole message.
 TEST(RedisEndpointTest, RejectsWhatIsNotAStoreUrl) {
-  for (const char* url : {"redis-sentinel://h:26379", "redis-sentinel://h:26379#", "redis-sentinel://#main",
-                          "redis-sentinel://h:1,,h:2#main", "redis-sentinel://h:x#main", "redis-sentinel://h#%2",
-                          "sentinel://h:26379#main", "http://127.0.0.1:6379", "redis://", "redis://host:port", "redis://host:70000",
-                          "redis://host:6379/x", "redis://user@host:6379", "redis://u:@host", "unix://relative",
-                          "redis://:%4@host"}) {
-    EXPECT_THROW(RedisEndpoint::parse(url), std::invalid_argument) << url;
-  }
-  try {
-    RedisEndpoint::parse("redis://host:port");
-    FAIL();
-  } catch (const std::invalid_argument& error) {
-    EXPECT_STREQ(error.what(), "bad store URL 'redis://host:port': port 'port' is not a number from 0 to 65535");
-  }
-  try {
-    RedisEndpoint::parse("redis-sentinel://h:26379/1");
-    FAIL();
-  } catch (const std::invalid_argument& error) {
-    EXPECT_STREQ(error.what(),
-                 "bad store URL 'redis-sentinel://h:26379/1': no master name: "
-                 "redis-sentinel://host:port[,host:port...][/db]#master");
+  for (const auto& [url, message] : std::vector<std::pair<std::string, std::string>>{
+           {"redis-sentinel://h:26379", ""}, {"redis-sentinel://h:26379#", ""}, {"redis-sentinel://#main", ""},
+           {"redis-sentinel://h:1,,h:2#main", ""}, {"redis-sentinel://h:x#main", ""}, {"redis-sentinel://h#%2", ""},
+           {"sentinel://h:26379#main", ""}, {"http://127.0.0.1:6379", ""}, {"redis://", ""},
+           {"redis://host:70000", ""}, {"redis://host:6379/x", ""}, {"redis://user@host:6379", ""},
+           {"redis://u:@host", ""}, {"unix://relative", ""}, {"redis://:%4@host", ""},
+           {"redis://host:port", "bad store URL 'redis://host:port': port 'port' is not a number from 0 to 65535"},
+           {"redis-sentinel://h:26379/1", "bad store URL 'redis-sentinel://h:26379/1': no master name: "
+                                          "redis-sentinel://host:port[,host:port...][/db]#master"}}) {
+    try {
+      RedisEndpoint::parse(url);
+      ADD_FAILURE() << url << " was read";
+    } catch (const std::invalid_argument& error) {
+      EXPECT_TRUE(message.empty() || error.what() == message) << error.what();
+    }
   }
 }
 

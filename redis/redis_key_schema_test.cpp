@@ -5,7 +5,7 @@
 namespace hubstore::redis {
 namespace {
 
-TEST(RedisKeySchemaTest, NamesRecordsAndMembersUnderTheAgent) {
+TEST(RedisKeySchemaTest, NamesRecordsAndMembersUnderTheAgentAndMatchesOnlyItsOwnKeys) {
   const RedisKeySchema keys("agentB");
   EXPECT_EQ(keys.recordKey(RecordSlot::mountConfig), "agentB:mountConfig");
   EXPECT_EQ(keys.recordPath(RecordSlot::publishStatus), "controller/publish/status/service/agentB");
@@ -13,6 +13,12 @@ TEST(RedisKeySchemaTest, NamesRecordsAndMembersUnderTheAgent) {
   EXPECT_EQ(keys.recordAtPath("controller/mount/config/service/agentC"), std::nullopt);
   const std::string group = RedisKeySchema::memberKey(keys.recordKey(RecordSlot::mountConfig), "mountGroupConfig", "g1");
   EXPECT_EQ(RedisKeySchema::memberKey(group, "mountConfig", "/a/b"), "agentB:mountConfig.mountGroupConfig[g1].mountConfig[/a/b]");
+  // The pattern of an agent's keys, and the keys within a member's.
+  EXPECT_EQ(RedisKeySchema("a*[b]").pattern(), "a\\*\\[b\\]:*");
+  EXPECT_TRUE(RedisKeySchema::isWithin("a:mountConfig.g[x].m[y]", "a:mountConfig.g[x]"));
+  EXPECT_TRUE(RedisKeySchema::isWithin("a:mountConfig.g[x]", "a:mountConfig.g[x]"));
+  EXPECT_FALSE(RedisKeySchema::isWithin("a:mountConfig.g[x1]", "a:mountConfig.g[x"));
+  EXPECT_FALSE(RedisKeySchema::isWithin("a:mountConfig", "a:mountConfig.g[x]"));
 }
 
 TEST(RedisKeySchemaTest, MemberNamesOfAnyTextReadBack) {
@@ -37,14 +43,6 @@ TEST(RedisKeySchemaTest, RejectsKeysOfOthersAndMalformedKeys) {
                           "agentB:mountConfig.[k]", "agentB:mountConfig.x[\"k]", "agentB:mountConfigX"}) {
     EXPECT_FALSE(keys.parse(key)) << key;
   }
-}
-
-TEST(RedisKeySchemaTest, PatternAndSubtreesMatchOnlyTheirOwnKeys) {
-  EXPECT_EQ(RedisKeySchema("a*[b]").pattern(), "a\\*\\[b\\]:*");
-  EXPECT_TRUE(RedisKeySchema::isWithin("a:mountConfig.g[x].m[y]", "a:mountConfig.g[x]"));
-  EXPECT_TRUE(RedisKeySchema::isWithin("a:mountConfig.g[x]", "a:mountConfig.g[x]"));
-  EXPECT_FALSE(RedisKeySchema::isWithin("a:mountConfig.g[x1]", "a:mountConfig.g[x"));
-  EXPECT_FALSE(RedisKeySchema::isWithin("a:mountConfig", "a:mountConfig.g[x]"));
 }
 
 }  // namespace

@@ -4,9 +4,6 @@
 #include <hiredis/hiredis.h>
 
 #include <algorithm>
-#include <chrono>
-#include <cstdio>
-#include <cstring>
 #include <memory>
 #include <random>
 #include <string>
@@ -20,25 +17,16 @@ using namespace std::string_literals;
 // A reply as text, to compare readers; a string that is not NUL-terminated
 // shows.
 std::string dump(const redisReply& reply) {
-  switch (reply.type) {
-    case REDIS_REPLY_STRING:
-    case REDIS_REPLY_STATUS:
-    case REDIS_REPLY_ERROR: {
-      const char* kind = reply.type == REDIS_REPLY_STRING ? "$" : reply.type == REDIS_REPLY_STATUS ? "+" : "-";
-      return kind + std::to_string(reply.len) + ":" + std::string(reply.str, reply.len) +
-             (reply.str[reply.len] == '\0' ? "" : "<unterminated>");
-    }
-    case REDIS_REPLY_INTEGER:
-      return ":" + std::to_string(reply.integer);
-    case REDIS_REPLY_NIL:
-      return "nil";
-    case REDIS_REPLY_ARRAY: {
-      std::string text = "*" + std::to_string(reply.elements) + "[";
-      for (std::size_t i = 0; i < reply.elements; ++i) text += dump(*reply.element[i]) + ",";
-      return text + "]";
-    }
+  if (reply.type == REDIS_REPLY_INTEGER) return ":" + std::to_string(reply.integer);
+  if (reply.type == REDIS_REPLY_NIL) return "nil";
+  if (reply.type == REDIS_REPLY_ARRAY) {
+    std::string text = "*" + std::to_string(reply.elements) + "[";
+    for (std::size_t i = 0; i < reply.elements; ++i) text += dump(*reply.element[i]) + ",";
+    return text + "]";
   }
-  return "type " + std::to_string(reply.type);
+  const char* kind = reply.type == REDIS_REPLY_STRING ? "$" : reply.type == REDIS_REPLY_STATUS ? "+" : "-";
+  return kind + std::to_string(reply.len) + ":" + std::string(reply.str, reply.len) +
+         (reply.str[reply.len] == '\0' ? "" : "<unterminated>");
 }
 
 // hiredis's own reader is the oracle, fed as RedisConnection feeds it.
@@ -132,6 +120,12 @@ TEST(RespReaderTest, MatchesHiredisWhereverTheInputIsCut) {
     everyByte.push_back(cut);
   }
   EXPECT_EQ(readInPieces(kMixedStream, everyByte), expected);
+  // Lengths are read past their last digit without bounds checks: a length
+  // cut at the end of a full buffer (64 KiB at first) must not read beyond it.
+  const std::string filler = bulk(std::string(64 * 1024 - 13, 'x')) + "$12";
+  ASSERT_EQ(filler.size(), 64u * 1024);
+  EXPECT_EQ(readInPieces(filler + "\r\nhello world!\r\n", {filler.size()}),
+            hiredisReplies(filler + "\r\nhello world!\r\n"));
 }
 
 // Replies larger than the buffer, cut while their nodes point into it, and
@@ -155,22 +149,6 @@ TEST(RespReaderTest, MatchesHiredisOnLargeStreamsFedInPieces) {
     EXPECT_EQ(readInPieces(stream, cuts), expected) << "pieces of " << piece;
     EXPECT_EQ(readInPieces(stream, cuts, &random), expected) << "pieces of " << piece << ", replies taken late";
   }
-}
-
-// Lengths are read past their last digit without bounds checks: a length
-// cut at the end of a full buffer (64 KiB at first) must not read beyond it.
-TEST(RespReaderTest, ReadsALengthCutAtTheEndOfAFullBuffer) {
-  const std::string filler = bulk(std::string(64 * 1024 - 13, 'x')) + "$12";
-  ASSERT_EQ(filler.size(), 64u * 1024);
-  RespReader reader;
-  reader.feed(filler.data(), filler.size());
-  ASSERT_TRUE(reader.next());
-  EXPECT_EQ(reader.next(), nullptr);
-  const std::string rest = "\r\nhello world!\r\n";
-  reader.feed(rest.data(), rest.size());
-  const redisReply* reply = reader.next();
-  ASSERT_TRUE(reply);
-  EXPECT_EQ(dump(*reply), "$12:hello world!");
 }
 
 TEST(RespReaderTest, ReportsProtocolErrorsThenReadsNoMore) {
@@ -220,11 +198,6 @@ TEST(RespReaderTest, MemoryFollowsTheBytesThatArriveNotTheLengthsAnnounced) {
     EXPECT_FALSE(reader.failed()) << reader.error();
     EXPECT_LT(reader.heldBytes(), 1024u * 1024) << input.substr(0, 12);
   }
-  RespReader reader;
-  reader.feed("$1099511627776\r\n", 16);
-  EXPECT_EQ(reader.next(), nullptr);
-  EXPECT_TRUE(reader.failed());
-
   // A buffer grown for a large reply is given back once the reply is read.
   RespReader afterLarge;
   const std::string large = bulk(std::string(8 * 1024 * 1024, 'v'));

@@ -19,9 +19,8 @@ using Clock = std::chrono::steady_clock;
 // connection.
 TEST(SentinelQueryTest, AFailedQueryHoldsNoConnection) {
   testing::TestRedisServer noSentinel;
-  const int refused = testing::TestRedisServer::freePort();
   RedisEndpoint endpoint;
-  endpoint.sentinels = {{"127.0.0.1", refused}, {"127.0.0.1", noSentinel.port()}};
+  endpoint.sentinels = {{"127.0.0.1", testing::TestRedisServer::freePort()}, {"127.0.0.1", noSentinel.port()}};
   endpoint.masterName = "main";
   SentinelQuery query(endpoint, 200ms);
   query.ask();
@@ -31,13 +30,7 @@ TEST(SentinelQueryTest, AFailedQueryHoldsNoConnection) {
     ::poll(&ready, query.fd() >= 0 ? 1 : 0, 10);
     query.process();
   }
-  ASSERT_EQ(query.state(), SentinelQuery::State::failed);
-  EXPECT_EQ(query.error().rfind("no sentinel knows master main (127.0.0.1:" + std::to_string(refused) +
-                                    ": Connection refused; 127.0.0.1:" + std::to_string(noSentinel.port()) +
-                                    ": ERR unknown command 'SENTINEL'",
-                                0),
-            0u)
-      << query.error();
+  ASSERT_EQ(query.state(), SentinelQuery::State::failed) << query.error();
   EXPECT_EQ(query.fd(), -1);
 }
 

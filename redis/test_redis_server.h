@@ -6,6 +6,8 @@
 //   TestRedisServer replica("", {"--replicaof", "127.0.0.1", std::to_string(server.port())});
 //   server.url();                           // "redis://127.0.0.1:PORT"
 //   server.kill();  server.start();         // a restart that loses everything
+//   server.stop();                          // a port that never answers
+//   server.command({"HSET", "k", "f", "v"}); // "1"
 //   server.hashes("agentB:*");              // each hash key and its fields
 //
 // Every wait is bounded; a server that does not come up fails the test.
@@ -30,55 +32,48 @@
 
 namespace hubstore::redis::testing {
 
+// Queues `args` on `context`, binary-safe.
+inline void appendCommand(redisContext* context, const std::vector<std::string>& args) {
+  std::vector<const char*> argv;
+  std::vector<std::size_t> lengths;
+  for (const std::string& arg : args) {
+    argv.push_back(arg.data());
+    lengths.push_back(arg.size());
+  }
+  redisAppendCommandArgv(context, static_cast<int>(args.size()), argv.data(), lengths.data());
+}
+
+// A reply as text: an array's elements (nested ones too) joined by blanks.
+inline std::string replyText(const redisReply* reply) {
+  if (!reply) return "(no reply)";
+  if (reply->type == REDIS_REPLY_INTEGER) return std::to_string(reply->integer);
+  if (reply->type == REDIS_REPLY_NIL) return "(nil)";
+  if (reply->type != REDIS_REPLY_ARRAY) return std::string(reply->str, reply->len);
+  std::string text;
+  for (std::size_t i = 0; i < reply->elements; ++i) text += (i ? " " : "") + replyText(reply->element[i]);
+  return text;
+}
+
 class TestRedisServer {
  public:
   explicit TestRedisServer(std::string password = "", std::vector<std::string> extraArgs = {})
-      : password_(std::move(password)), extraArgs_(std::move(extraArgs)), port_(freePort()) {
-    start();
-  }
-  ~TestRedisServer() { kill(SIGTERM); }
+      : TestRedisServer({HUBSTORE_REDIS_SERVER}, std::move(password), std::move(extraArgs)) {}
+  ~TestRedisServer() { kill(); }
   TestRedisServer(const TestRedisServer&) = delete;
   TestRedisServer& operator=(const TestRedisServer&) = delete;
 
   int port() const { return port_; }
-  std::string url() const {
-    return "redis://" + (password_.empty() ? std::string() : ":" + password_ + "@") + "127.0.0.1:" +
-           std::to_string(port_);
-  }
+  std::string address() const { return "127.0.0.1:" + std::to_string(port_); }
+  std::string url() const { return "redis://" + (password_.empty() ? "" : ":" + password_ + "@") + address(); }
 
   void start() {
-    const std::string port = std::to_string(port_);
-    std::vector<std::string> args{HUBSTORE_REDIS_SERVER, "--port", port, "--bind", "127.0.0.1", "--save", "",
-                                  "--appendonly", "no", "--logfile", "", "--loglevel", "warning"};
-    if (!password_.empty()) {
-      args.push_back("--requirepass");
-      args.push_back(password_);
-    }
+    std::vector<std::string> args = program_;
+    args.insert(args.end(), {"--port", std::to_string(port_), "--bind", "127.0.0.1", "--save", "", "--appendonly", "no",
+                             "--logfile", "", "--loglevel", "warning"});
+    if (!password_.empty()) args.insert(args.end(), {"--requirepass", password_});
     args.insert(args.end(), extraArgs_.begin(), extraArgs_.end());
-    pid_ = spawn(std::move(args));
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (std::chrono::steady_clock::now() < deadline) {
-      if (auto* context = connect()) {
-        redisFree(context);
-        return;
-      }
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    throw std::runtime_error("redis-server did not start on port " + port);
-  }
-
-  // SIGKILL: the server loses every key, as a crash without persistence does.
-  void kill(int signal = SIGKILL) {
-    if (pid_ <= 0) return;
-    ::kill(pid_, signal);
-    waitpid(pid_, nullptr, 0);
-    pid_ = -1;
-  }
-
-  // Starts `args` (the program's path first) with its output discarded.
-  static pid_t spawn(std::vector<std::string> args) {
-    const pid_t pid = fork();
-    if (pid == 0) {
+    pid_ = fork();
+    if (pid_ == 0) {
       const int null = open("/dev/null", O_WRONLY);
       dup2(null, 1);
       dup2(null, 2);
@@ -88,7 +83,27 @@ class TestRedisServer {
       execv(argv[0], argv.data());
       _exit(127);
     }
-    return pid;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (std::chrono::steady_clock::now() < deadline) {
+      if (auto* context = connect()) {
+        redisFree(context);
+        return;
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    kill();
+    throw std::runtime_error(program_[0] + " did not start on port " + std::to_string(port_));
+  }
+
+  // SIGSTOP: the kernel still accepts connections, and nothing answers them.
+  void stop() const { ::kill(pid_, SIGSTOP); }
+
+  // SIGKILL: the server loses every key, as a crash without persistence does.
+  void kill(int signal = SIGKILL) {
+    if (pid_ <= 0) return;
+    ::kill(pid_, signal);
+    waitpid(pid_, nullptr, 0);
+    pid_ = -1;
   }
 
   static int freePort() {
@@ -110,11 +125,21 @@ class TestRedisServer {
       if (context) redisFree(context);
       return nullptr;
     }
-    if (!password_.empty()) {
-      auto* reply = static_cast<redisReply*>(redisCommand(context, "AUTH %s", password_.c_str()));
-      if (reply) freeReplyObject(reply);
-    }
+    if (!password_.empty()) freeReplyObject(redisCommand(context, "AUTH %s", password_.c_str()));
     return context;
+  }
+
+  // One command on a fresh connection, its reply as text.
+  std::string command(const std::vector<std::string>& args) const {
+    redisContext* context = connect();
+    if (!context) return "(not reached)";
+    appendCommand(context, args);
+    void* reply = nullptr;
+    redisGetReply(context, &reply);
+    std::string text = replyText(static_cast<redisReply*>(reply));
+    freeReplyObject(reply);
+    redisFree(context);
+    return text;
   }
 
   // Each hash whose key matches `pattern` (other types are left out); none
@@ -131,12 +156,23 @@ class TestRedisServer {
         hashes[key][std::string(hash->element[j]->str, hash->element[j]->len)] =
             std::string(hash->element[j + 1]->str, hash->element[j + 1]->len);
       }
-      if (hash) freeReplyObject(hash);
+      freeReplyObject(hash);
     }
-    if (keys) freeReplyObject(keys);
+    freeReplyObject(keys);
     redisFree(context);
     return hashes;
   }
+
+ protected:
+  // `program`: the server's path and the arguments that go before the options.
+  TestRedisServer(std::vector<std::string> program, std::string password, std::vector<std::string> extraArgs)
+      : program_(std::move(program)), password_(std::move(password)), extraArgs_(std::move(extraArgs)),
+        port_(freePort()) {
+    start();
+  }
+
+ protected:
+  std::vector<std::string> program_;
 
  private:
   std::string password_;

@@ -14,7 +14,6 @@ After each fault, once things are quiet, within a bounded wait:
 The seed is printed first, so that a failure can be replayed with --seed.
 """
 
-import argparse
 import collections
 import os
 import random
@@ -26,18 +25,15 @@ import time
 import redis
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from store_processes import SPAWNED, Failure, RedisServer, Sim, dump_block  # noqa: E402
+from store_processes import Failure, RedisServer, Sim, declare, dump_block, fail_if, run_tests  # noqa: E402
 
 GROUPS = ["g1", "g2", "g3"]
 SWITCHES = [f"00:1c:73:00:00:{i:02x}" for i in range(1, 41)]
 STATES = ["unknown", "mounting", "mounted", "unmounted", "failed"]
 CONVERGE = 20.0  # seconds a quiet period may take: a restarted agent waits out the killed one's lease (3 s)
 
-AGENT = ("agent A\nrecords\nmounter m1\nservice svcA\nswitchWhiteList L\nallowedSwitch L 00:1c:73:00:00:01 true\n"
-         "versionWhiteList V\nallowedVersion V 1 true\n"
-         + "".join(f"group {g} m1\ncontrollerMount {g} /remote/{g} /db/{g} type flags\ngroupSwitchWhiteList {g} L\n"
-                   f"groupVersionWhiteList {g} V\ngroupClosed {g} true\n" for g in GROUPS)
-         + "closed true\nreportMountStates\ndump\necho ready\n")
+AGENT = ("agent A\nrecords\nmounter m1\nservice svcA\n" + "".join(declare(n) for n in (1, 2, 3))
+         + "closed true\nreportMountStates\ndump\n")
 
 
 def config_lines(dump):
@@ -54,34 +50,24 @@ class Chaos:
         return redis.Redis(host="127.0.0.1", port=self.server.port, socket_timeout=5)
 
     def start_agent(self):
-        self.agent = Sim(self.args.sim, self.server.url(), AGENT, follow=True)
-        self.agent.wait_for(["# ready"], "agent")
+        self.agent = Sim(self.args.sim, self.server.url(), AGENT, follow=True, ready=True)
         self.declared = config_lines(dump_block(self.agent.lines))
 
     def heard(self):
         """The last state the agent's hook heard for each (switch, group)."""
         self.agent.drain()
-        last = {}
-        for line in self.agent.lines:
-            words = line.split()
-            if len(words) == 6 and words[2] == "doHandleControllerMountState":
-                last[(words[3], words[4])] = words[5]
-        return last
+        return {(words[3], words[4]): words[5] for words in map(str.split, self.agent.lines)
+                if len(words) == 6 and words[2] == "doHandleControllerMountState"}
 
     def levels(self):
-        client, levels = self.client(), {}
-        for key in client.scan_iter(match="A:mountStatus.systemStatus[[]*", count=1000):
-            switch = key.decode()[len("A:mountStatus.systemStatus["):-1]
-            levels.update({(switch, field.decode()[1:-1]): value.decode() for field, value in client.hgetall(key).items()
-                           if field.startswith(b"[") and field.endswith(b"]")})
-        return levels
+        return {(key[len("A:mountStatus.systemStatus["):-1], field[1:-1]): value
+                for key, fields in self.server.hashes("A:mountStatus.systemStatus[[]*").items()
+                for field, value in fields.items() if field.startswith("[") and field.endswith("]")}
 
     def converged(self):
         """None when the checks hold, else what does not."""
-        if self.agent.process.poll() is not None:
-            raise Failure(f"the agent died (exit {self.agent.process.returncode}); faults: {self.faults}")
-        if self.server.process.poll() is not None:
-            raise Failure(f"redis-server died; faults: {self.faults}")
+        fail_if(self.agent.process.poll() is not None, f"the agent died: {self.agent.process.poll()}; {self.faults}")
+        fail_if(self.server.process.poll() is not None, f"redis-server died; faults: {self.faults}")
         try:
             reader = subprocess.run([self.args.sim, "--store", self.server.url(), "-"], input="agent A\ndump\n",
                                     capture_output=True, text=True, timeout=10)
@@ -99,13 +85,10 @@ class Chaos:
         return None
 
     def quiet(self, fault):
-        deadline, problem = time.monotonic() + CONVERGE, None
-        while time.monotonic() < deadline:
-            problem = self.converged()
-            if problem is None:
-                return
+        deadline = time.monotonic() + CONVERGE
+        while (problem := self.converged()) is not None:
+            fail_if(time.monotonic() > deadline, f"not converged after {fault}: {problem}; faults: {self.faults}")
             time.sleep(0.2)
-        raise Failure(f"not converged after {fault}: {problem}; faults so far: {self.faults}")
 
     # The faults
     def pause_server(self):
@@ -163,42 +146,30 @@ class Chaos:
             if self.random.random() < 0.5:
                 self.faults.append(self.burst())  # writes right after the fault, while the agent recovers
             self.quiet(self.faults[-1])
-        self.agent.process.send_signal(signal.SIGTERM)
-        self.agent.finish("agent at the end")
+        self.agent.finish("agent at the end", sig=signal.SIGTERM)
         return self.faults
 
 
-def main():
-    parser = argparse.ArgumentParser()
-    parser.add_argument("--sim", required=True)
-    parser.add_argument("--redis-server", required=True)
-    parser.add_argument("--seed", type=int, default=random.randrange(1 << 31))
-    parser.add_argument("--seconds", type=float, default=90.0, help="faults are scheduled for this long")
-    args = parser.parse_args()
-    print(f"chaos: seed {args.seed} (replay with --seed {args.seed})", flush=True)
-    chaos, start = None, time.monotonic()
+def test_chaos(ctx):
+    print(f"chaos: seed {ctx.seed} (replay with --seed {ctx.seed})", flush=True)
+    chaos = Chaos(ctx)
     try:
-        chaos = Chaos(args)
         faults = chaos.run()
     except Failure as failure:
-        print(f"chaos: FAILED with seed {args.seed}: {failure}")
-        if chaos and chaos.agent and chaos.agent.process.poll() is None:
-            chaos.agent.process.kill()
+        if chaos.agent:
             chaos.agent.drain()
-            print("chaos: the agent's last lines:\n" + "\n".join(
-                [line for line in chaos.agent.lines if not line.startswith("hook")][-40:]))
-        return 1
+        last = [line for line in (chaos.agent.lines if chaos.agent else []) if not line.startswith("hook")][-40:]
+        raise Failure(f"{failure}\nseed {ctx.seed}; the agent's last lines:\n" + "\n".join(last))
     finally:
-        for process in SPAWNED:
-            if process.poll() is None:
-                process.kill()
-        if chaos:
-            chaos.server.kill(signal.SIGTERM)
+        chaos.server.kill(signal.SIGTERM)
     kinds = collections.Counter("burst" if fault.startswith("burst") else fault.split(" ")[0] for fault in faults)
-    print(f"chaos: passed, {len(faults)} faults in {time.monotonic() - start:.0f} s "
-          f"({', '.join(f'{k} {v}' for k, v in sorted(kinds.items()))}), seed {args.seed}")
-    return 0
+    return f"{len(faults)} faults ({', '.join(f'{k} {v}' for k, v in sorted(kinds.items()))}), seed {ctx.seed}"
+
+
+def arguments(parser):
+    parser.add_argument("--seed", type=int, default=random.randrange(1 << 31))
+    parser.add_argument("--seconds", type=float, default=90.0, help="faults are scheduled for this long")
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(run_tests({"chaos": test_chaos}, arguments))

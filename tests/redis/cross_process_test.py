@@ -10,57 +10,28 @@ processes printed.
 """
 
 import os
-import shlex
 import shutil
 import signal
 import subprocess
 import sys
-import tempfile
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from store_processes import (WAIT, Failure, RedisServer, Sim, dump_block, free_port, run_sim,  # noqa: E402
-                             run_tests)
+from store_processes import (WAIT, Failure, Monitor, RedisServer, Sim, declare, dump_block, fail_if,  # noqa: E402
+                             free_port, run_sim, run_tests, wait_until)
 
 SWITCH = "00:1c:73:00:00:01"
 
-DECLARE_G1 = """\
-mounter m1
-service svcA
-switchWhiteList L1
-allowedSwitch L1 00:1c:73:00:00:01 true
-versionWhiteList V1
-allowedVersion V1 1 true
-group g1 m1
-controllerMount g1 /remote/a /db/a type flags
-groupSwitchWhiteList g1 L1
-groupVersionWhiteList g1 V1
-groupClosed g1 true
-"""
 
-DECLARE_G2 = """\
-switchWhiteList L2
-allowedSwitch L2 00:1c:73:00:00:02 true
-versionWhiteList V2
-allowedVersion V2 2 true
-group g2 m1
-controllerMount g2 /remote/b /db/b type flags
-groupSwitchWhiteList g2 L2
-groupVersionWhiteList g2 V2
-groupClosed g2 true
-"""
-
-DECLARE_G3 = DECLARE_G2.replace("g2", "g3").replace("L2", "L3").replace("V2", "V3")
+AGENT_G1 = "mounter m1\nservice svcA\n" + declare(1)
 
 
 def test_transcripts(ctx):
     """Every scenario prints the same with and without --store."""
     with RedisServer(ctx.redis_server, unix_socket=os.path.join(ctx.tmp, "redis.sock")) as server:
-        scenarios = []
-        for folder in ("tests/scenarios", "examples"):
-            directory = os.path.join(ctx.source, folder)
-            scenarios += [(directory, f) for f in sorted(os.listdir(directory))
-                          if f.endswith(".scn") and f[:-len(".scn")] not in set(ctx.skip.split(";"))]
+        directories = [os.path.join(ctx.source, folder) for folder in ("tests/scenarios", "examples")]
+        scenarios = [(directory, f) for directory in directories for f in sorted(os.listdir(directory))
+                     if f.endswith(".scn") and f[:-len(".scn")] not in ctx.skip.split(";")]
         for index, (directory, name) in enumerate(scenarios):
             server.cli("FLUSHALL")
             # Every other scenario goes through the unix socket.
@@ -71,8 +42,7 @@ def test_transcripts(ctx):
                 raise Failure(f"{name} differs with --store {url}:\n--- without\n{plain.stdout}"
                               f"exit {plain.returncode}\n--- with\n{stored.stdout}exit {stored.returncode}\n"
                               f"{stored.stderr}")
-        if not server.keys("agentB:*"):
-            raise Failure("the scenarios left no record in Redis")
+        fail_if(not server.keys("agentB:*"), "the scenarios left no record in Redis")
         return f"{len(scenarios)} scenarios"
 
 
@@ -91,24 +61,18 @@ def test_records(ctx):
             "record controller/publish/status/service/A Controller::ServicePublishStatus\n"
             f"systemStatus {SWITCH} g1=mounted\n").finish("machinery")
         statuses = server.hashes("A:*Status*") | server.hashes("A:status")
-        if server.keys("A:*Config*"):
-            raise Failure(f"the machinery wrote configuration: {server.keys('A:*Config*')}")
+        fail_if(server.keys("A:*Config*"), f"the machinery wrote configuration: {server.keys('A:*Config*')}")
         agent = Sim(ctx.sim, server.url(), "agent B\nrecords leaderGenId=gen-2\n"
                     "agent A\nrecord controller/publish/config/service/A ServiceMountStatus\nrecords\n"
                     "mounter m1\nservice svcA\ngroup g1 m1\nreportMountStates\ndump\nserviceDel\n"
                     "agent C\nrecords\n").finish("agent")
-        if f"hook m1 doHandleControllerMountState {SWITCH} g1 mounted" not in agent:
-            raise Failure(f"the machinery's status did not reach the agent's group: {agent}")
-        if "mountConfig.leaderGenId = gen-5" not in dump_block(agent):
-            raise Failure(f"the agent's records replaced the controller status: {dump_block(agent)}")
+        fail_if(f"hook m1 doHandleControllerMountState {SWITCH} g1 mounted" not in agent, f"g1 heard nothing: {agent}")
+        fail_if("mountConfig.leaderGenId = gen-5" not in dump_block(agent), f"status replaced: {dump_block(agent)}")
         kept = server.hashes("A:*Status*") | server.hashes("A:status")
-        if kept != statuses:
-            raise Failure(f"the agent's records changed the statuses:\nbefore {statuses}\nafter {kept}")
-        if not server.keys("A:mountConfig") or not server.keys("A:publishConfig"):
-            raise Failure(f"the agent's records did not create the configuration: {server.keys('A:*')}")
+        fail_if(kept != statuses, f"the agent's records changed the statuses:\nbefore {statuses}\nafter {kept}")
+        fail_if(not server.keys("A:mountConfig") or not server.keys("A:publishConfig"), f"{server.keys('A:*')}")
         for key, generation in (("B:status", "gen-2"), ("C:status", "gen-1")):
-            if generation not in server.cli("HGETALL", key):
-                raise Failure(f"{key} holds {server.cli('HGETALL', key)!r}, not the generation {generation}")
+            fail_if(generation not in server.cli("HGETALL", key), f"{key}: {server.cli('HGETALL', key)!r}")
         return f"{len(statuses)} status keys kept, the configuration created"
 
 
@@ -117,7 +81,7 @@ def test_metrics(ctx):
     installed, accepts them."""
     with RedisServer(ctx.redis_server) as server:
         path = os.path.join(ctx.tmp, "metrics.prom")
-        Sim(ctx.sim, server.url(), "agent A\nrecords\n" + DECLARE_G1
+        Sim(ctx.sim, server.url(), "agent A\nrecords\n" + AGENT_G1
             + f"systemStatus {SWITCH} g1=mounted\n", options=["--metrics", path]).finish("agent")
         with open(path) as metrics:
             lines = metrics.read().splitlines()
@@ -125,14 +89,12 @@ def test_metrics(ctx):
                        'hubstore_store_connections{agent="A"} 2', 'hubstore_store_bad_records_total{agent="A"} 0',
                        'hubstore_group_switches{service="svcA",group="g1",state="mounted"} 1',
                        'hubstore_hook_calls_total{service="svcA",hook="doHandleControllerMountState"} 1'):
-            if wanted not in lines:
-                raise Failure(f"no line {wanted!r} in {lines}")
+            fail_if(wanted not in lines, f"no line {wanted!r} in {lines}")
         promtool = shutil.which("promtool")
         if promtool:
             check = subprocess.run([promtool, "check", "metrics"], input="\n".join(lines) + "\n",
                                    capture_output=True, text=True, timeout=WAIT)
-            if check.returncode != 0 or check.stdout.strip() or check.stderr.strip():
-                raise Failure(f"promtool: {check.stdout}{check.stderr}")
+            fail_if(check.returncode or check.stdout.strip() or check.stderr.strip(), check.stdout + check.stderr)
         return f"{len(lines)} lines" + (", promtool accepts them" if promtool else ", promtool not installed")
 
 
@@ -142,16 +104,15 @@ def test_fleet_reports(ctx):
     run, as the same scenario does in one process."""
     with RedisServer(ctx.redis_server) as server:
         groups = "".join(f"group g{g:02} m1\n" for g in range(1, 21))
-        agent = Sim(ctx.sim, server.url(), "agent A\nrecords\nmounter m1\nservice svcA\n" + groups + "echo ready\n",
-                    follow=True)
-        agent.wait_for(["# ready"], "agent")
+        agent = Sim(ctx.sim, server.url(), "agent A\nrecords\nmounter m1\nservice svcA\n" + groups, follow=True,
+                    ready=True)
         Sim(ctx.sim, server.url(),
             "agent A\nrepeat 1..2000 systemStatus 00:1c:73:{i:xx:xx:xx} g{01..20}=mounted\n").finish("machinery")
-        agent.wait_for_count("hook ", 40000, "agent")
-        agent.process.send_signal(signal.SIGTERM)
-        hooks = [l for l in agent.finish("agent after SIGTERM") if l.startswith("hook ")]
-        if len(hooks) != 40000 or len(set(hooks)) != 40000:
-            raise Failure(f"{len(hooks)} reports, {len(set(hooks))} different, of 40,000")
+        printed = len(agent.lines)
+        agent.read_until(lambda: len(agent.lines) >= printed + 40000, "40,000 reports")
+        time.sleep(1.0)  # for any report beyond
+        hooks = [line for line in agent.finish("agent after SIGTERM", sig=signal.SIGTERM) if line.startswith("hook ")]
+        fail_if(len(hooks) != 40000 or len(set(hooks)) != 40000, f"{len(hooks)} reports, {len(set(hooks))} different")
         return "40,000 reports, each once"
 
 
@@ -160,50 +121,26 @@ def test_warm_restart(ctx):
     run declares g1 again and g3 instead of g2: seen with MONITOR, no key of
     g1 (its group, its mounts, its lists) is deleted or written with other
     values, and g2 goes."""
-    server = RedisServer(ctx.redis_server)
-    monitor = None
-    try:
-        first = Sim(ctx.sim, server.url(), "agent A\nrecords\n" + DECLARE_G1 + DECLARE_G2 + "closed true\necho ready\n",
-                    follow=True, options=["--leave-config"])
-        first.wait_for(["# ready"], "first run")
-        first.process.send_signal(signal.SIGTERM)
-        first.finish("first run after SIGTERM")
+    with RedisServer(ctx.redis_server) as server:
+        Sim(ctx.sim, server.url(), "agent A\nrecords\n" + AGENT_G1 + declare(2) + "closed true\n", follow=True,
+            options=["--leave-config"], ready=True).finish("first run after SIGTERM", sig=signal.SIGTERM)
         left = server.hashes("A:*")
         g1 = {key: fields for key, fields in left.items() if "[g1]" in key or "[L1]" in key or "[V1]" in key}
-        if not g1 or not any("[g2]" in key for key in left):
-            raise Failure(f"the first run did not leave its configuration: {sorted(left)}")
-        log = tempfile.NamedTemporaryFile(mode="w+", suffix=".monitor")
-        monitor = subprocess.Popen(["redis-cli", "-h", "127.0.0.1", "-p", str(server.port), "monitor"],
-                                   stdout=log, stderr=subprocess.DEVNULL)
-        time.sleep(0.2)
+        fail_if(not g1 or not any("[g2]" in key for key in left), f"the first run left {sorted(left)}")
+        monitor = Monitor(server, os.path.join(ctx.tmp, "warm_restart.monitor"))
         run_sim(ctx.sim, ["--store", server.url(), "--leave-config", "-"],
-                "agent A\nrecords\n" + DECLARE_G1 + DECLARE_G3 + "closed true\n")
+                "agent A\nrecords\n" + AGENT_G1 + declare(3) + "closed true\n")
         time.sleep(0.2)
-        monitor.terminate()
-        monitor.wait(timeout=WAIT)
-        log.seek(0)
-        touched, g3_writes = [], 0
-        for line in log:
-            words = shlex.split(line[line.index('"'):]) if '"' in line else ["", ""]
-            command, key, pairs = words[0].upper(), (words + [""])[1], dict(zip(words[2::2], words[3::2]))
-            g3_writes += command == "HSET" and "[g3]" in key
-            changed = command == "HSET" and any(g1.get(key, {}).get(field) != value for field, value in pairs.items())
-            if key in g1 and (command in ("DEL", "HDEL", "UNLINK") or changed):
-                touched.append(line.strip())
-        if not g3_writes:
-            raise Failure("MONITOR saw none of the second run's writes")
-        if touched:
-            raise Failure(f"the second run changed g1's keys: {touched}")
+        commands = [(words[0].upper(), (words + [""])[1], dict(zip(words[2::2], words[3::2])))
+                    for _, words in monitor.stop()]
+        touched = [(command, key) for command, key, pairs in commands if key in g1 and (
+            command in ("DEL", "HDEL", "UNLINK") or command == "HSET" and pairs.items() - g1[key].items())]
+        fail_if(not any(command == "HSET" and "[g3]" in key for command, key, _ in commands), "no write of g3 seen")
+        fail_if(touched, f"the second run changed g1's keys: {touched}")
         after = server.hashes("A:*")
-        if any("[g2]" in key for key in after) or not any("[g3]" in key for key in after):
-            raise Failure(f"the second run's close did not replace g2 with g3: {sorted(after)}")
-        if any(after.get(key) != fields for key, fields in g1.items()):
-            raise Failure("g1's keys differ after the second run")
+        fail_if(any("[g2]" in key for key in after) or not any("[g3]" in key for key in after), str(sorted(after)))
+        fail_if(any(after.get(key) != fields for key, fields in g1.items()), "g1's keys differ after the second run")
         return f"{len(g1)} keys of g1 untouched; g2 removed, g3 written"
-    finally:
-        if monitor and monitor.poll() is None:
-            monitor.kill()
-        server.kill(signal.SIGTERM)
 
 
 def test_standby(ctx):
@@ -214,42 +151,26 @@ def test_standby(ctx):
     one, continued, learns it lost the lease, ends with status 3 and writes
     nothing."""
     with RedisServer(ctx.redis_server) as server:
-        active = Sim(ctx.sim, server.url(), "agent A\nrecords\n" + DECLARE_G1 + DECLARE_G2 + "closed true\necho ready\n",
-                     follow=True)
-        active.wait_for(["# ready"], "active")
-        standby = Sim(ctx.sim, server.url(), "agent A\n" + DECLARE_G1 + DECLARE_G3 + "closed true\ndump\necho ready\n",
-                      follow=True)
-        standby.wait_for(["# ready"], "standby")
+        active = Sim(ctx.sim, server.url(), "agent A\nrecords\n" + AGENT_G1 + declare(2) + "closed true\n",
+                     follow=True, ready=True)
+        standby = Sim(ctx.sim, server.url(), "agent A\n" + AGENT_G1 + declare(3) + "closed true\ndump\n", follow=True,
+                      ready=True)
         live = dump_block(standby.lines)
-        if any("g2" in line or "L2" in line or "V2" in line for line in live):
-            raise Failure(f"the standby kept what it does not declare: {live}")
+        fail_if(any(name in line for line in live for name in ("g2", "L2", "V2")), f"the standby kept {live}")
         time.sleep(0.5)
         g2, g3 = "A:mountConfig.mountGroupConfig[[]g2]", "A:mountConfig.mountGroupConfig[[]g3]"
-        if server.keys(g3) or not server.keys(g2):
-            raise Failure("the standby wrote its configuration while the active one held the lease")
+        fail_if(server.keys(g3) or not server.keys(g2), "the standby wrote while the active one held the lease")
         active.process.send_signal(signal.SIGSTOP)
-        stopped = time.monotonic()
-        while server.keys(g2):
-            if time.monotonic() - stopped > WAIT:
-                raise Failure("the standby did not take over")
-            time.sleep(0.02)
-        took_over = time.monotonic() - stopped
-        if took_over > 3.0 + 1.0 + 0.5:
-            raise Failure(f"the standby took over after {took_over:.2f} s")
-        deadline = time.monotonic() + WAIT
-        while dump_block(Sim(ctx.sim, server.url(), "agent A\ndump\n").finish("reader")) != live:
-            if time.monotonic() > deadline:
-                raise Failure(f"Redis does not hold what the new active declares:\n{live}")
-            time.sleep(0.2)
+        took_over = wait_until(lambda: not server.keys(g2), "the standby to take over")
+        fail_if(took_over > 3.0 + 1.0 + 0.5, f"the standby took over after {took_over:.2f} s")
+        wait_until(lambda: dump_block(Sim(ctx.sim, server.url(), "agent A\ndump\n").finish("reader")) == live,
+                   f"Redis to hold what the new active declares:\n{live}")
         before = server.hashes("A:*Config*")
         active.process.send_signal(signal.SIGCONT)
         lines = active.finish("old active", expect_status=3)
-        if "took the configuration's lease" not in active.process.stderr.read():
-            raise Failure(f"the old active did not say why it stopped: {lines}")
-        if server.hashes("A:*Config*") != before:
-            raise Failure("the old active wrote to the configuration after it lost the lease")
-        standby.process.send_signal(signal.SIGTERM)
-        standby.finish("new active")
+        fail_if("took the configuration's lease" not in active.process.stderr.read(), f"the old active said {lines}")
+        fail_if(server.hashes("A:*Config*") != before, "the old active wrote after it lost the lease")
+        standby.finish("new active", sig=signal.SIGTERM)
         return f"took over in {took_over:.2f} s; the old active ended with status 3, writing nothing"
 
 
@@ -257,16 +178,13 @@ def test_login(ctx):
     """AUTH with a password; a wrong one and an absent server are clear errors."""
     with RedisServer(ctx.redis_server, password="s3cret") as server:
         good = run_sim(ctx.sim, ["--store", server.url(), "-"], "agent A\nrecords\ndump\n")
-        if good.returncode != 0 or not server.keys("A:*"):
-            raise Failure(f"with the password: exit {good.returncode} {good.stderr}")
-        wrong = run_sim(ctx.sim, ["--store", server.url("wrong"), "-"], "agent A\n")
-        if wrong.returncode != 2 or "refused the login" not in wrong.stderr:
-            raise Failure(f"wrong password: exit {wrong.returncode}, {wrong.stderr!r}")
+        fail_if(good.returncode != 0 or not server.keys("A:*"), f"with the password: {good.returncode} {good.stderr}")
+        wrong = run_sim(ctx.sim, ["--store", server.url().replace("s3cret", "wrong"), "-"], "agent A\n")
+        fail_if(wrong.returncode != 2 or "refused the login" not in wrong.stderr, f"wrong password: {wrong.stderr!r}")
     start = time.monotonic()
     absent = run_sim(ctx.sim, ["--store", f"redis://127.0.0.1:{free_port()}", "-"], "agent A\n")
     elapsed = time.monotonic() - start
-    if absent.returncode != 2 or "no answer from redis" not in absent.stderr or elapsed > 10:
-        raise Failure(f"absent server: exit {absent.returncode} after {elapsed:.1f}s, {absent.stderr!r}")
+    fail_if(absent.returncode != 2 or "no answer from redis" not in absent.stderr or elapsed > 10, absent.stderr)
     return f"wrong password and absent server: exit 2 ({elapsed:.1f}s)"
 
 

@@ -11,17 +11,13 @@
 # follows (through keyspace notifications, and by polling when they are off).
 
 import collections
-import queue
 import os
-import re
 import signal
-import subprocess
 import sys
-import threading
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from store_processes import (SPAWNED, WAIT, Failure, RedisServer, Sim, dump_block, run_sim,  # noqa: E402
+from store_processes import (Failure, Monitor, RedisServer, Sim, dump_block, fail_if, run_sim,  # noqa: E402
                              run_tests)
 
 AGENT = """agent A
@@ -41,7 +37,6 @@ groupVersionWhiteList g2 V
 groupClosed g2 true
 closed true
 dump
-echo declared
 """
 
 MACHINERY = """agent A
@@ -71,82 +66,36 @@ group g2: complete if closed; waits for initial switch mounts""".splitlines()
 
 G1_COMPLETE = "group g1: complete if closed; waits for initial switch mounts"
 
-MONITOR_LINE = re.compile(r'^[\d.]+ \[\d+ (\S+)\] "([^"]+)"(?: "([^"]*)")?(?: "([^"]*)")?')
-
-
-class Inspector(Sim):
-    # hubstore-sim --inspect: the arguments alone, no scenario.
-
-    def __init__(self, sim, url, *options):
-        self.process = subprocess.Popen([sim, "--store", url, "--inspect", "A", *options], stdin=subprocess.DEVNULL,
-                                        stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
-        SPAWNED.append(self.process)
-        self.lines = []
-        self.arrived = queue.Queue()
-        threading.Thread(target=self._read, daemon=True).start()
-
-
-def monitor(server, path):
-    with open(path, "w") as out:
-        process = subprocess.Popen(["redis-cli", "-h", "127.0.0.1", "-p", str(server.port), "MONITOR"], stdout=out)
-    SPAWNED.append(process)
-    time.sleep(0.2)  # MONITOR answers OK before it records
-    return process
-
-
-def commands_by_client(path):
-    # (address, COMMAND) for each command MONITOR recorded; CLIENT SETNAME
-    # names the inspector's addresses.
-    commands, inspector = [], set()
-    with open(path) as f:
-        for line in f:
-            found = MONITOR_LINE.match(line)
-            if not found:
-                continue
-            address, name = found.group(1), found.group(2).upper()
-            commands.append((address, name))
-            if name == "CLIENT" and (found.group(3) or "").upper() == "SETNAME" and found.group(4) == "hubstore-inspect":
-                inspector.add(address)
-    return commands, inspector
-
 
 def lease(server):
     return server.cli("GET", "A:lease"), int(server.cli("PTTL", "A:lease"))
 
 
 def test_inspect(ctx):
-    server = RedisServer(ctx.redis_server)
-    recorder = None
-    try:
-        agent = Sim(ctx.sim, server.url(), AGENT, follow=True)
-        agent.wait_for(["# declared"], "agent")
+    with RedisServer(ctx.redis_server) as server:
+        agent = Sim(ctx.sim, server.url(), AGENT, follow=True, ready=True)
         Sim(ctx.sim, server.url(), MACHINERY).finish("machinery")
         agent.wait_for(["hook m1 doMountsComplete g2"], "agent")
         time.sleep(0.3)
         agent.drain()
         before = list(agent.lines)
         token, _ = lease(server)
-        monitor_log = os.path.join(ctx.tmp, "monitor")
-        recorder = monitor(server, monitor_log)
+        monitor = Monitor(server, os.path.join(ctx.tmp, "inspect.monitor"))
 
         # Once: the groups, then the configuration as the agent dumps it.
-        once = Inspector(ctx.sim, server.url())
-        lines = once.finish("inspect")
+        lines = Sim(ctx.sim, server.url(), options=["--inspect", "A"]).finish("inspect")
         time.sleep(0.3)
         agent.drain()
-        if agent.lines != before:
-            raise Failure(f"the agent printed {agent.lines[len(before):]} while inspected")
-        if lines[0] != "inspect A: store live, keyspace notifications on" or lines[1] != "service: svcA, warm true, ready false":
-            raise Failure(f"header: {lines[:2]}")
+        fail_if(agent.lines != before, f"the agent printed {agent.lines[len(before):]} while inspected")
+        header = ["inspect A: store live, keyspace notifications on", "service: svcA, warm true, ready false"]
+        fail_if(lines[:2] != header, f"header: {lines[:2]}")
         groups = lines[2:lines.index("dump begin")][:len(GROUPS)]
-        if groups != GROUPS:
-            raise Failure("groups:\n" + "\n".join(groups))
-        if dump_block(lines) != dump_block(agent.lines):
-            raise Failure(f"dump {dump_block(lines)} is not the agent's {dump_block(agent.lines)}")
+        fail_if(groups != GROUPS, "groups:\n" + "\n".join(groups))
+        fail_if(dump_block(lines) != dump_block(agent.lines), f"dump {dump_block(lines)} is not the agent's")
 
         # Following: a state change and the last prefix, each read once; g1's
         # block comes again as it completes.
-        follower = Inspector(ctx.sim, server.url(), "--follow")
+        follower = Sim(ctx.sim, server.url(), options=["--inspect", "A", "--follow"])
         follower.wait_for(["dump end"], "inspect --follow")
         Sim(ctx.sim, server.url(), "agent A\nmountState 00:1c:73:00:00:02 g1 mounted\nmountedPathPrefix /b /mnt/b\n"
             ).finish("machinery")
@@ -155,36 +104,30 @@ def test_inspect(ctx):
                      G1_COMPLETE]:
             follower.wait_for([line], "inspect --follow")
         agent.wait_for(["hook m1 doMountsComplete g1"], "agent")
-        follower.process.send_signal(signal.SIGTERM)
-        followed = follower.finish("inspect --follow after SIGTERM")
+        followed = follower.finish("inspect --follow after SIGTERM", sig=signal.SIGTERM)
         followed = followed[followed.index("dump end") + 1:]
-        if followed.count(G1_COMPLETE) != 1 or len([l for l in followed if l.startswith("A:")]) != 2:
-            raise Failure(f"--follow printed {followed}")
+        fail_if(followed.count(G1_COMPLETE) != 1 or sum(x.startswith("A:") for x in followed) != 2, str(followed))
 
         # Without keyspace notifications the inspector polls, and sets none.
         server.cli("CONFIG", "SET", "notify-keyspace-events", "")
-        poller = Inspector(ctx.sim, server.url(), "--follow")
+        poller = Sim(ctx.sim, server.url(), options=["--inspect", "A", "--follow"])
         poller.wait_for(["inspect A: store live, keyspace notifications off (--follow polls)", "dump end"], "polling")
         server.cli("HSET", SWITCH_2, "[g1]", "failed")
         poller.wait_for([f"{SWITCH_2}: [g1] mounted -> failed"], "polling")
-        poller.process.send_signal(signal.SIGTERM)
-        poller.finish("polling after SIGTERM")
+        poller.finish("polling after SIGTERM", sig=signal.SIGTERM)
         # redis-cli prints the name, then the empty value.
-        if server.cli("CONFIG", "GET", "notify-keyspace-events") != "notify-keyspace-events":
-            raise Failure("the inspector set the keyspace events")
+        fail_if(server.cli("CONFIG", "GET", "notify-keyspace-events") != "notify-keyspace-events", "events set")
         server.cli("CONFIG", "SET", "notify-keyspace-events", "KA")
 
-        recorder.send_signal(signal.SIGTERM)
-        recorder.wait(timeout=WAIT)
-        commands, inspector = commands_by_client(monitor_log)
-        if len(inspector) != 6:
-            raise Failure(f"{len(inspector)} inspector connections named, expected 2 per run")
+        commands = monitor.stop()
+        inspector = {address for address, words in commands
+                     if [word.upper() for word in words[:3]] == ["CLIENT", "SETNAME", "HUBSTORE-INSPECT"]}
+        fail_if(len(inspector) != 6, f"{len(inspector)} inspector connections named, expected 2 per run")
         writes = set(server.cli("COMMAND", "LIST", "FILTERBY", "ACLCAT", "write").upper().split())
-        by_name = collections.Counter(name for address, name in commands if address in inspector)
-        if writes & set(by_name):
-            raise Failure(f"the inspector wrote: {by_name}")
+        by_name = collections.Counter(words[0].upper() for address, words in commands if address in inspector)
+        fail_if(writes & set(by_name), f"the inspector wrote: {by_name}")
         # The same check finds the agent's and the machinery's writes.
-        if not writes & {name for address, name in commands if address not in inspector}:
+        if not writes & {words[0].upper() for address, words in commands if address not in inspector}:
             raise Failure("MONITOR recorded no write of the agent or the machinery")
 
         # The agent heard only the machinery (a prefix re-runs every group's
@@ -195,10 +138,8 @@ def test_inspect(ctx):
                      "hook m1 doMountsComplete g2"]:
             raise Failure(f"the agent printed {heard}")
         now, ttl = lease(server)
-        if now != token or ttl <= 0:
-            raise Failure(f"the agent's lease {token} became {now} ({ttl} ms)")
-        agent.process.send_signal(signal.SIGTERM)
-        agent.finish("agent after SIGTERM")
+        fail_if(now != token or ttl <= 0, f"the agent's lease {token} became {now} ({ttl} ms)")
+        agent.finish("agent after SIGTERM", sig=signal.SIGTERM)
 
         # Refused with status 2: an agent of which Redis holds nothing, and
         # what --inspect does not take.
@@ -207,13 +148,8 @@ def test_inspect(ctx):
                               (["--inspect", "A", "--leave-config"], "--leave-config does not apply"),
                               (["--inspect", "A", "--json"], "--json, --quiet, --timeline and --metrics do not apply")]:
             result = run_sim(ctx.sim, ["--store", server.url()] + args)
-            if result.returncode != 2 or message not in result.stderr:
-                raise Failure(f"{args}: exit {result.returncode}, {result.stderr!r}")
+            fail_if(result.returncode != 2 or message not in result.stderr, f"{args}: {result.stderr!r}")
         return "inspector commands " + ", ".join(f"{name} {count}" for name, count in sorted(by_name.items()))
-    finally:
-        if recorder and recorder.poll() is None:
-            recorder.kill()
-        server.kill(signal.SIGTERM)
 
 
 if __name__ == "__main__":

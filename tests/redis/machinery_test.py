@@ -17,10 +17,10 @@ import os
 import signal
 import subprocess
 import sys
-import time
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from store_processes import SPAWNED, WAIT, Failure, RedisServer, Sim, run_tests  # noqa: E402
+from store_processes import SPAWNED, WAIT, Failure, RedisServer, Sim, fail_if, run_tests, wait_until  # noqa: E402
+
 
 def expected(ctx, name):
     with open(os.path.join(ctx.source, "tests", "redis", name)) as f:
@@ -34,17 +34,8 @@ def status_side(server):
                   for key, fields in hashes.items())
 
 
-def wait_until(condition, what):
-    deadline = time.monotonic() + WAIT
-    while not condition():
-        if time.monotonic() > deadline:
-            raise Failure(f"waited {WAIT}s for {what}")
-        time.sleep(0.02)
-
-
 def compare(what, actual, wanted):
-    if actual != wanted:
-        raise Failure(f"{what}:\n--- expected\n" + "\n".join(wanted) + "\n--- actual\n" + "\n".join(actual))
+    fail_if(actual != wanted, f"{what}:\n--- expected\n" + "\n".join(wanted) + "\n--- actual\n" + "\n".join(actual))
 
 
 def test_machinery(ctx):
@@ -73,16 +64,14 @@ def test_machinery(ctx):
 
         # The agent's teardown withdraws its configuration; the machinery
         # takes the statuses of the withdrawn groups away.
-        agent.process.send_signal(signal.SIGTERM)
-        compare("what the agent printed", agent.finish("agent after SIGTERM"), agent_lines)
+        compare("what the agent printed", agent.finish("agent after SIGTERM", sig=signal.SIGTERM), agent_lines)
         wait_until(lambda: not server.keys("A:mountStatus.mountedPathPrefix*"), "the statuses to go")
         machinery.send_signal(signal.SIGTERM)
         try:
             out, err = machinery.communicate(timeout=WAIT)
         except subprocess.TimeoutExpired:
             raise Failure("the machinery did not stop on SIGTERM")
-        if machinery.returncode != 0:
-            raise Failure(f"the machinery ended with {machinery.returncode}: {err}")
+        fail_if(machinery.returncode != 0, f"the machinery ended with {machinery.returncode}: {err}")
         compare("what the machinery wrote", out.splitlines(), expected(ctx, "machinery_writes.expected"))
         return f"{len(agent_lines)} agent lines, {len(out.splitlines())} machinery lines"
 

@@ -1,13 +1,15 @@
 #!/usr/bin/env python3
 """The processes of the store's cross-process tests: private redis-server
 instances (127.0.0.1, a free port, no persistence, stopped by their process
-id) and hubstore-sim processes whose output is read as it comes; and the
-runner that gives each test a bounded run and kills what a failed one left.
+id), hubstore-sim processes whose output is read as it comes, and MONITOR;
+and the runner that gives each test a bounded run and kills what a failed
+one left.
 """
 
 import argparse
 import os
 import queue
+import shlex
 import signal
 import socket
 import subprocess
@@ -22,7 +24,12 @@ class Failure(Exception):
     pass
 
 
-# The sim processes a test started; whatever a failed test leaves running is
+def fail_if(condition, message):
+    if condition:
+        raise Failure(message)
+
+
+# The processes a test started; whatever a failed test leaves running is
 # killed before the next one.
 SPAWNED = []
 
@@ -33,11 +40,19 @@ def free_port():
         return s.getsockname()[1]
 
 
+def wait_until(condition, what, limit=WAIT):
+    """Polls `condition` until it holds; the seconds that took."""
+    start = time.monotonic()
+    while not condition():
+        fail_if(time.monotonic() - start > limit, f"waited {limit}s for {what}")
+        time.sleep(0.02)
+    return time.monotonic() - start
+
+
 class RedisServer:
     def __init__(self, binary, password=None, unix_socket=None):
         self.binary, self.password, self.unix_socket = binary, password, unix_socket
         self.port = free_port()
-        self.process = None
         self.start()
 
     def __enter__(self):
@@ -46,10 +61,8 @@ class RedisServer:
     def __exit__(self, *error):
         self.kill(signal.SIGTERM)
 
-    def url(self, password=None):
-        password = password if password is not None else self.password
-        credentials = f":{password}@" if password else ""
-        return f"redis://{credentials}127.0.0.1:{self.port}"
+    def url(self):
+        return f"redis://{f':{self.password}@' if self.password else ''}127.0.0.1:{self.port}"
 
     def start(self):
         args = [self.binary, "--port", str(self.port), "--bind", "127.0.0.1", "--save", "",
@@ -59,12 +72,7 @@ class RedisServer:
         if self.unix_socket:
             args += ["--unixsocket", self.unix_socket]
         self.process = subprocess.Popen(args, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        deadline = time.monotonic() + WAIT
-        while time.monotonic() < deadline:
-            if self.cli("PING", check=False) == "PONG":
-                return
-            time.sleep(0.02)
-        raise Failure("redis-server did not start")
+        wait_until(lambda: self.cli("PING", check=False) == "PONG", "redis-server to start")
 
     def kill(self, sig=signal.SIGKILL):
         if self.process:
@@ -77,8 +85,7 @@ class RedisServer:
         if self.password:
             command += ["-a", self.password]
         result = subprocess.run(command + list(args), capture_output=True, text=True, timeout=WAIT)
-        if check and result.returncode != 0:
-            raise Failure(f"redis-cli {args}: {result.stderr}")
+        fail_if(check and result.returncode != 0, f"redis-cli {args}: {result.stderr}")
         return result.stdout.strip()
 
     def keys(self, pattern):
@@ -92,73 +99,84 @@ class RedisServer:
         return {key: fields(key) for key in self.keys(pattern)}
 
 
-class Sim:
-    """A hubstore-sim process whose standard output is read as it comes."""
+class Monitor:
+    """MONITOR on a server, recorded in a file until stop()."""
 
-    def __init__(self, sim, url, scenario, follow=False, cwd=None, options=()):
-        args = [sim, "--store", url] + (["--follow"] if follow else []) + list(options) + ["-"]
-        self.process = subprocess.Popen(args, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                                        stderr=subprocess.PIPE, text=True, cwd=cwd)
+    def __init__(self, server, path):
+        self.path = path
+        with open(path, "w") as out:
+            self.process = subprocess.Popen(["redis-cli", "-h", "127.0.0.1", "-p", str(server.port), "MONITOR"],
+                                            stdout=out, stderr=subprocess.DEVNULL)
         SPAWNED.append(self.process)
-        self.process.stdin.write(scenario)
-        self.process.stdin.close()
+        time.sleep(0.2)  # MONITOR answers OK before it records
+
+    def stop(self):
+        """(client address, [command, arguments...]) for each command recorded."""
+        self.process.terminate()
+        self.process.wait(timeout=WAIT)
+        with open(self.path) as log:
+            return [(line[line.index("[") + 1:line.index("]")].split()[1], shlex.split(line[line.index('] "') + 2:]))
+                    for line in log if '] "' in line]
+
+
+class Sim:
+    """A hubstore-sim process whose standard output is read as it comes: it
+    runs `scenario`, or only its options when there is none. `ready`, with
+    --follow, waits for the scenario's end."""
+
+    def __init__(self, sim, url, scenario=None, follow=False, options=(), ready=False):
+        args = [sim, "--store", url] + (["--follow"] if follow else []) + list(options)
+        self.process = subprocess.Popen(args + (["-"] if scenario is not None else []),
+                                        stdin=subprocess.PIPE if scenario is not None else subprocess.DEVNULL,
+                                        stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        SPAWNED.append(self.process)
+        if scenario is not None:
+            self.process.stdin.write(scenario + ("echo ready\n" if ready else ""))
+            self.process.stdin.close()
         self.lines = []
         self.arrived = queue.Queue()
         threading.Thread(target=self._read, daemon=True).start()
+        if ready:
+            self.wait_for(["# ready"], "the scenario")
 
     def _read(self):
         for line in self.process.stdout:
             self.arrived.put(line.rstrip("\n"))
         self.arrived.put(None)
 
-    def wait_for(self, wanted, what):
-        """Reads lines until every line of `wanted` has come, in order."""
+    def read_until(self, done, what):
+        """Reads lines until `done()` holds."""
         deadline = time.monotonic() + WAIT
-        while not self._in_order(wanted):
+        while not done():
             try:
                 line = self.arrived.get(timeout=max(0.0, deadline - time.monotonic()))
             except queue.Empty:
-                raise Failure(f"{what}: waited {WAIT}s for {wanted}; printed {self.lines}")
+                raise Failure(f"{what}: waited {WAIT}s; printed {self.lines[-50:]}")
             if line is None:
-                raise Failure(f"{what}: ended without {wanted}; printed {self.lines}; "
+                raise Failure(f"{what}: the process ended; printed {self.lines[-50:]}; "
                               f"stderr {self.process.stderr.read()}")
             self.lines.append(line)
 
-    def _in_order(self, wanted):
-        printed = iter(self.lines)
-        return all(line in printed for line in wanted)  # each found after the one before
+    def wait_for(self, wanted, what):
+        """Reads lines until every line of `wanted` has come, in order."""
+        def in_order():
+            printed = iter(self.lines)
+            return all(line in printed for line in wanted)  # each found after the one before
+        self.read_until(in_order, f"{what}: {wanted}")
 
     def drain(self):
         """Takes in what the process has printed so far, without waiting."""
-        while True:
-            try:
-                line = self.arrived.get_nowait()
-            except queue.Empty:
-                return
+        while not self.arrived.empty():
+            line = self.arrived.get()
             if line is None:
                 self.arrived.put(None)  # the end, for finish()
                 return
             self.lines.append(line)
 
-    def wait_for_count(self, prefix, count, what):
-        """Reads lines until `count` of them start with `prefix`, and a
-        second more for any beyond: wait_for for a long output."""
-        deadline, seen = time.monotonic() + WAIT, 0
-        while seen < count or time.monotonic() < deadline:
-            try:
-                line = self.arrived.get(timeout=max(0.0, deadline - time.monotonic()))
-            except queue.Empty:
-                if seen >= count:
-                    return
-                raise Failure(f"{what}: waited {WAIT}s for {count} lines '{prefix}...', {seen} came")
-            if line is None:
-                raise Failure(f"{what}: ended after {seen} of {count} lines '{prefix}...'")
-            self.lines.append(line)
-            seen += line.startswith(prefix)
-            if seen == count:
-                deadline = time.monotonic() + 1.0
-
-    def finish(self, what, expect_status=0):
+    def finish(self, what, expect_status=0, sig=None):
+        """Waits for the end (after `sig` when given); every line printed."""
+        if sig:
+            self.process.send_signal(sig)
         try:
             status = self.process.wait(timeout=WAIT)
         except subprocess.TimeoutExpired:
@@ -169,6 +187,13 @@ class Sim:
             raise Failure(f"{what}: exit {status}, expected {expect_status}; printed {self.lines}; "
                           f"stderr {self.process.stderr.read()}")
         return self.lines
+
+
+def declare(n):
+    """Group g<n> of mounter m1, admitting switch 00:1c:73:00:00:0<n> and version <n> through lists L<n> and V<n>."""
+    return (f"switchWhiteList L{n}\nallowedSwitch L{n} 00:1c:73:00:00:0{n} true\nversionWhiteList V{n}\n"
+            f"allowedVersion V{n} {n} true\ngroup g{n} m1\ncontrollerMount g{n} /remote/g{n} /db/g{n} type flags\n"
+            f"groupSwitchWhiteList g{n} L{n}\ngroupVersionWhiteList g{n} V{n}\ngroupClosed g{n} true\n")
 
 
 def run_sim(sim, args, scenario=None, cwd=None):
@@ -186,7 +211,7 @@ def run_tests(tests, add_arguments=None):
     parser = argparse.ArgumentParser()
     parser.add_argument("--sim", required=True)
     parser.add_argument("--redis-server", required=True)
-    parser.add_argument("--source", required=True)
+    parser.add_argument("--source", default=os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", ".."))
     if add_arguments:
         add_arguments(parser)
     parser.add_argument("tests", nargs="*", default=list(tests))
