@@ -44,9 +44,8 @@ class RedisStoreFailoverTest : public ::testing::TestWithParam<bool> {
   void SetUp() override {
     if (!haveSentinel()) GTEST_SKIP() << "redis-sentinel is not installed";
     master = std::make_unique<TestRedisServer>("", kDiskless);
-    std::vector<std::string> replicaArgs = kDiskless;
-    replicaArgs.insert(replicaArgs.end(), {"--replicaof", "127.0.0.1", std::to_string(master->port())});
-    replica = std::make_unique<TestRedisServer>("", replicaArgs);
+    replica = std::make_unique<TestRedisServer>("", kDiskless);
+    replica->command({"REPLICAOF", "127.0.0.1", std::to_string(master->port())});
     for (int i = 0; i < 3; ++i) sentinels.push_back(std::make_unique<TestSentinel>("main", master->port()));
     // Each sentinel knows the other two and the replica, in sync: a failover
     // can be agreed on and has a replica to promote.
