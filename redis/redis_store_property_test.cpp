@@ -78,8 +78,7 @@ Outcome runSchedule(const testing::TestRedisServer& server, unsigned seed, int* 
   agent.open();
   agent.declareService();
   for (const char* group : {"g2", "g3"}) agent.service->serviceMountGroupIs(group, agent.mounter);
-  RedisStore& store = *agent.store;
-  EXPECT_TRUE(store.flush(5000ms));
+  EXPECT_TRUE(agent.store->flush(5000ms));
 
   std::mt19937 random(seed);
   auto pick = [&random](const std::vector<std::string>& from) { return from[random() % from.size()]; };
@@ -124,11 +123,11 @@ Outcome runSchedule(const testing::TestRedisServer& server, unsigned seed, int* 
     }
     if (random() % 2) writer.send();
     if (random() % 4 == 0) writer.drain();
-    if (random() % 3 == 0) store.process();
+    if (random() % 3 == 0) agent.store->process();
   }
   *operations += steps;
   for (Writer& writer : writers) writer.drain();
-  EXPECT_TRUE(store.sync(5000ms));
+  EXPECT_TRUE(agent.store->sync(5000ms));
   for (const std::string& line : agent.mounter->calls()) {
     std::istringstream words(line);
     std::string hook, system, group, state;
