@@ -5,6 +5,8 @@
 
 #include <cctype>
 #include <chrono>
+#include <iterator>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -25,10 +27,7 @@ TEST(RedisConnectionTest, WritingToAConnectionTheServerClosedIsAnErrorNotSigpipe
   pollfd writable{connection.fd(), POLLOUT, 0};
   ASSERT_EQ(poll(&writable, 1, 5000), 1);
   ASSERT_TRUE(connection.finishConnect());
-  redisContext* killer = server.connect();
-  ASSERT_TRUE(killer);
-  freeReplyObject(redisCommand(killer, "CLIENT KILL TYPE normal SKIPME yes"));
-  redisFree(killer);
+  server.command({"CLIENT", "KILL", "TYPE", "normal", "SKIPME", "yes"});
   std::this_thread::sleep_for(std::chrono::milliseconds(20));
   const std::string value(4096, 'x');
   bool written = true;
@@ -47,16 +46,9 @@ TEST(RedisConnectionTest, WritingToAConnectionTheServerClosedIsAnErrorNotSigpipe
 // them, and still sends every read a store makes.
 TEST(RedisConnectionTest, AReadOnlyConnectionRefusesEveryCommandThatCouldWrite) {
   testing::TestRedisServer server;
-  redisContext* context = server.connect();
-  ASSERT_TRUE(context);
-  std::vector<std::string> refused;
-  for (const char* category : {"write", "dangerous"}) {
-    auto* list = static_cast<redisReply*>(redisCommand(context, "COMMAND LIST FILTERBY ACLCAT %s", category));
-    ASSERT_TRUE(list && list->type == REDIS_REPLY_ARRAY);
-    for (std::size_t i = 0; i < list->elements; ++i) refused.emplace_back(list->element[i]->str, list->element[i]->len);
-    freeReplyObject(list);
-  }
-  redisFree(context);
+  std::istringstream names(server.command({"COMMAND", "LIST", "FILTERBY", "ACLCAT", "write"}) + " " +
+                           server.command({"COMMAND", "LIST", "FILTERBY", "ACLCAT", "dangerous"}));
+  std::vector<std::string> refused{std::istream_iterator<std::string>(names), {}};
   ASSERT_GT(refused.size(), 100u);
   RedisConnection connection("data");
   connection.readOnlyIs(true);

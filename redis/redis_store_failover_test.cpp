@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <stdlib.h>
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <map>
 #include <memory>
@@ -12,7 +15,7 @@
 #include <vector>
 
 #include "redis/test_agent.h"
-#include "redis/test_redis_sentinel.h"
+#include "redis/test_redis_server.h"
 
 namespace hubstore::redis {
 namespace {
@@ -23,11 +26,35 @@ using Controller::testing::Log;
 using testing::eventually;
 using testing::TestAgent;
 using testing::TestRedisServer;
-using testing::TestSentinel;
 
 constexpr auto kWait = 5000ms;
 // A failover takes seconds (the sentinels' timeouts are 1 s and 3 s).
 constexpr auto kFailoverWait = 30s;
+
+// A private sentinel: a TestRedisServer in sentinel mode watching one master,
+// its configuration file (which a sentinel rewrites) in a temporary directory
+// of its own. Its timeouts are short, so that a failover takes seconds.
+class TestSentinel : public TestRedisServer {
+ public:
+  TestSentinel(const std::string& masterName, int masterPort, int quorum = 2)
+      : TestRedisServer({HUBSTORE_REDIS_SENTINEL, configFile(masterName, masterPort, quorum)}, "", {}) {}
+  ~TestSentinel() {
+    kill(SIGTERM);
+    std::error_code ignored;
+    std::filesystem::remove_all(std::filesystem::path(program_[1]).parent_path(), ignored);
+  }
+
+ private:
+  static std::string configFile(const std::string& masterName, int masterPort, int quorum) {
+    char directory[] = "/tmp/hubstore-sentinel-XXXXXX";
+    if (!mkdtemp(directory)) throw std::runtime_error("no temporary directory for a sentinel");
+    const std::string file = std::string(directory) + "/sentinel.conf";
+    std::ofstream(file) << "dir " << directory << "\nsentinel monitor " << masterName << " 127.0.0.1 "
+                        << masterPort << " " << quorum << "\nsentinel down-after-milliseconds " << masterName
+                        << " 1000\nsentinel failover-timeout " << masterName << " 3000\n";
+    return file;
+  }
+};
 
 bool haveSentinel() { return !std::string_view(HUBSTORE_REDIS_SENTINEL).empty(); }
 
@@ -44,9 +71,8 @@ class RedisStoreFailoverTest : public ::testing::TestWithParam<bool> {
   void SetUp() override {
     if (!haveSentinel()) GTEST_SKIP() << "redis-sentinel is not installed";
     master = std::make_unique<TestRedisServer>("", kDiskless);
-    std::vector<std::string> replicaArgs = kDiskless;
-    replicaArgs.insert(replicaArgs.end(), {"--replicaof", "127.0.0.1", std::to_string(master->port())});
-    replica = std::make_unique<TestRedisServer>("", replicaArgs);
+    replica = std::make_unique<TestRedisServer>("", kDiskless);
+    replica->command({"REPLICAOF", "127.0.0.1", std::to_string(master->port())});
     for (int i = 0; i < 3; ++i) sentinels.push_back(std::make_unique<TestSentinel>("main", master->port()));
     // Each sentinel knows the other two and the replica, in sync: a failover
     // can be agreed on and has a replica to promote.
@@ -169,8 +195,7 @@ TEST(RedisStoreSentinelTest, SentinelsThatNameNoMasterAreClearErrors) {
     })) << said;
     return error;
   };
-  const std::string silentAt = silent.address();
-  const std::string noSentinelAt = noSentinel.address();
+  const std::string silentAt = silent.address(), noSentinelAt = noSentinel.address();
   EXPECT_EQ(openError("redis-sentinel://" + refused + "," + silentAt + "#main"),
             "no answer from redis at master main via sentinels " + refused + "," + silentAt +
                 " within 500 ms (no sentinel answered for master main (" + refused + ": Connection refused; " +

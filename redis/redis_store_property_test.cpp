@@ -28,7 +28,6 @@ namespace hubstore::redis {
 namespace {
 
 using namespace std::chrono_literals;
-using Controller::testing::Log;
 using Pair = std::pair<std::string, std::string>;  // switch, group
 
 // The last name is no Ethernet address: it must reach no hook.
@@ -66,21 +65,9 @@ class Writer {
   int unanswered_ = 0;
 };
 
-// The reports as (switch, group) -> states in order.
-std::map<Pair, std::vector<std::string>> reportsOf(const Log& log) {
-  std::map<Pair, std::vector<std::string>> reports;
-  for (const std::string& line : log) {
-    std::istringstream words(line);
-    std::string hook, system, group, state;
-    words >> hook >> system >> group >> state;
-    if (hook == "doHandleControllerMountState") reports[{system, group}].push_back(state);
-  }
-  return reports;
-}
-
 struct Outcome {
   std::map<std::string, Fields> recordsHeld;  // the agent's switch statuses as keys
-  std::map<Pair, std::vector<std::string>> reports;
+  std::map<Pair, std::vector<std::string>> reports;  // the states heard, in order
   std::map<Pair, std::set<std::string>> written;
 };
 
@@ -91,8 +78,7 @@ Outcome runSchedule(const testing::TestRedisServer& server, unsigned seed, int* 
   agent.open();
   agent.declareService();
   for (const char* group : {"g2", "g3"}) agent.service->serviceMountGroupIs(group, agent.mounter);
-  RedisStore& store = *agent.store;
-  EXPECT_TRUE(store.flush(5000ms));
+  EXPECT_TRUE(agent.store->flush(5000ms));
 
   std::mt19937 random(seed);
   auto pick = [&random](const std::vector<std::string>& from) { return from[random() % from.size()]; };
@@ -137,28 +123,29 @@ Outcome runSchedule(const testing::TestRedisServer& server, unsigned seed, int* 
     }
     if (random() % 2) writer.send();
     if (random() % 4 == 0) writer.drain();
-    if (random() % 3 == 0) store.process();
+    if (random() % 3 == 0) agent.store->process();
   }
   *operations += steps;
   for (Writer& writer : writers) writer.drain();
-  EXPECT_TRUE(store.sync(5000ms));
-  outcome.reports = reportsOf(agent.mounter->calls());
+  EXPECT_TRUE(agent.store->sync(5000ms));
+  for (const std::string& line : agent.mounter->calls()) {
+    std::istringstream words(line);
+    std::string hook, system, group, state;
+    words >> hook >> system >> group >> state;
+    if (hook == "doHandleControllerMountState") outcome.reports[{system, group}].push_back(state);
+  }
   for (auto& [key, fields] : agent.keys({RecordSlot::mountStatus})) {
     if (key.find(".systemStatus[") != std::string::npos) outcome.recordsHeld.emplace(key, fields);
   }
   return outcome;
 }
 
-unsigned fromEnvironment(const char* name, unsigned otherwise) {
-  const char* value = std::getenv(name);
-  return value ? static_cast<unsigned>(std::strtoul(value, nullptr, 10)) : otherwise;
-}
-
 TEST(RedisStorePropertyTest, AfterRandomWritersTheRecordsEqualRedisAndTheLastReportsTheLevel) {
   testing::TestRedisServer server;
   const char* replay = std::getenv("HUBSTORE_PROPERTY_SEED");
-  const unsigned first = replay ? fromEnvironment("HUBSTORE_PROPERTY_SEED", 0) : std::random_device()();
-  const unsigned schedules = replay ? 1 : fromEnvironment("HUBSTORE_PROPERTY_SCHEDULES", 300);
+  const char* count = std::getenv("HUBSTORE_PROPERTY_SCHEDULES");
+  const unsigned first = replay ? std::stoul(replay) : std::random_device()();
+  const unsigned schedules = replay ? 1 : count ? std::stoul(count) : 300;
   int operations = 0;
   for (unsigned n = 0; n < schedules; ++n) {
     const unsigned seed = first + n;

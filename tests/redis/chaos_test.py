@@ -25,7 +25,7 @@ import time
 import redis
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from store_processes import Failure, RedisServer, Sim, declare, dump_block, fail_if, run_tests  # noqa: E402
+from store_processes import Failure, RedisServer, Sim, declare, dump_block, fail_if, run_sim, run_tests  # noqa: E402
 
 GROUPS = ["g1", "g2", "g3"]
 SWITCHES = [f"00:1c:73:00:00:{i:02x}" for i in range(1, 41)]
@@ -55,8 +55,7 @@ class Chaos:
 
     def heard(self):
         """The last state the agent's hook heard for each (switch, group)."""
-        self.agent.drain()
-        return {(words[3], words[4]): words[5] for words in map(str.split, self.agent.lines)
+        return {(words[3], words[4]): words[5] for words in map(str.split, self.agent.drain())
                 if len(words) == 6 and words[2] == "doHandleControllerMountState"}
 
     def levels(self):
@@ -69,8 +68,7 @@ class Chaos:
         fail_if(self.agent.process.poll() is not None, f"the agent died: {self.agent.process.poll()}; {self.faults}")
         fail_if(self.server.process.poll() is not None, f"redis-server died; faults: {self.faults}")
         try:
-            reader = subprocess.run([self.args.sim, "--store", self.server.url(), "-"], input="agent A\ndump\n",
-                                    capture_output=True, text=True, timeout=10)
+            reader = run_sim(self.args.sim, ["--store", self.server.url(), "-"], "agent A\ndump\n")
             if reader.returncode != 0:
                 return f"the reader failed: {reader.stderr.strip()}"
             in_redis = config_lines(dump_block(reader.stdout.splitlines()))
@@ -110,8 +108,7 @@ class Chaos:
         return f"CLIENT KILL TYPE {kind}"
 
     def restart_agent(self):
-        self.agent.process.kill()
-        self.agent.process.wait(timeout=10)
+        self.agent.finish("the killed agent", expect_status=-signal.SIGKILL, sig=signal.SIGKILL)
         self.start_agent()
         return "agent killed and restarted"
 
@@ -141,8 +138,7 @@ class Chaos:
                   self.burst]
         end = time.monotonic() + self.args.seconds
         while time.monotonic() < end:
-            fault = self.random.choice(faults)()
-            self.faults.append(fault)
+            self.faults.append(self.random.choice(faults)())
             if self.random.random() < 0.5:
                 self.faults.append(self.burst())  # writes right after the fault, while the agent recovers
             self.quiet(self.faults[-1])
@@ -156,9 +152,7 @@ def test_chaos(ctx):
     try:
         faults = chaos.run()
     except Failure as failure:
-        if chaos.agent:
-            chaos.agent.drain()
-        last = [line for line in (chaos.agent.lines if chaos.agent else []) if not line.startswith("hook")][-40:]
+        last = [line for line in (chaos.agent.drain() if chaos.agent else []) if not line.startswith("hook")][-40:]
         raise Failure(f"{failure}\nseed {ctx.seed}; the agent's last lines:\n" + "\n".join(last))
     finally:
         chaos.server.kill(signal.SIGTERM)

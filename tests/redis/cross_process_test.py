@@ -4,9 +4,8 @@ instances (127.0.0.1, a free port, no persistence, stopped at the end).
 
   cross_process_test.py --sim PATH --redis-server PATH --source DIR [TEST...]
 
-Tests: transcripts, records, fleet_reports, metrics, warm_restart, standby,
-login. Every wait is bounded; a test that times out fails with what the
-processes printed.
+Every wait is bounded; a test that times out fails with what the processes
+printed.
 """
 
 import os
@@ -17,7 +16,7 @@ import sys
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from store_processes import (WAIT, Failure, Monitor, RedisServer, Sim, declare, dump_block, fail_if,  # noqa: E402
+from store_processes import (WAIT, Monitor, RedisServer, Sim, declare, dump_block, fail_if,  # noqa: E402
                              free_port, run_sim, run_tests, wait_until)
 
 SWITCH = "00:1c:73:00:00:01"
@@ -26,8 +25,8 @@ SWITCH = "00:1c:73:00:00:01"
 AGENT_G1 = "mounter m1\nservice svcA\n" + declare(1)
 
 
+# Every scenario prints the same with and without --store.
 def test_transcripts(ctx):
-    """Every scenario prints the same with and without --store."""
     with RedisServer(ctx.redis_server, unix_socket=os.path.join(ctx.tmp, "redis.sock")) as server:
         directories = [os.path.join(ctx.source, folder) for folder in ("tests/scenarios", "examples")]
         scenarios = [(directory, f) for directory in directories for f in sorted(os.listdir(directory))
@@ -38,22 +37,21 @@ def test_transcripts(ctx):
             url = f"unix://{server.unix_socket}" if index % 2 else server.url()
             plain = run_sim(ctx.sim, [name], cwd=directory)
             stored = run_sim(ctx.sim, ["--store", url, name], cwd=directory)
-            if (plain.stdout, plain.returncode) != (stored.stdout, stored.returncode):
-                raise Failure(f"{name} differs with --store {url}:\n--- without\n{plain.stdout}"
-                              f"exit {plain.returncode}\n--- with\n{stored.stdout}exit {stored.returncode}\n"
-                              f"{stored.stderr}")
+            fail_if((plain.stdout, plain.returncode) != (stored.stdout, stored.returncode),
+                    f"{name} differs with --store {url}:\n--- without\n{plain.stdout}exit {plain.returncode}\n"
+                    f"--- with\n{stored.stdout}exit {stored.returncode}\n{stored.stderr}")
         fail_if(not server.keys("agentB:*"), "the scenarios left no record in Redis")
         return f"{len(scenarios)} scenarios"
 
 
+# An agent's `records` creates only what Redis lacks: the statuses that a
+# mount machinery wrote before the agent started stay, and reach its groups.
+# The agent process has had another agent first, whose controller status (at
+# the same path in the process) is not the one Redis holds for this agent;
+# a third agent, of which Redis holds nothing, gets a controller status. A
+# record of another type than its path's, which the store does not keep in
+# Redis, is replaced.
 def test_records(ctx):
-    """An agent's `records` creates only what Redis lacks: the statuses that a
-    mount machinery wrote before the agent started stay, and reach its groups.
-    The agent process has had another agent first, whose controller status (at
-    the same path in the process) is not the one Redis holds for this agent;
-    a third agent, of which Redis holds nothing, gets a controller status. A
-    record of another type than its path's, which the store does not keep in
-    Redis, is replaced."""
     with RedisServer(ctx.redis_server) as server:
         Sim(ctx.sim, server.url(),
             "agent A\nrecord controller/status Hubstore::Status\nleaderGenId gen-5\n"
@@ -76,9 +74,9 @@ def test_records(ctx):
         return f"{len(statuses)} status keys kept, the configuration created"
 
 
+# --metrics writes the service's and the store's numbers; promtool, when
+# installed, accepts them.
 def test_metrics(ctx):
-    """--metrics writes the service's and the store's numbers; promtool, when
-    installed, accepts them."""
     with RedisServer(ctx.redis_server) as server:
         path = os.path.join(ctx.tmp, "metrics.prom")
         Sim(ctx.sim, server.url(), "agent A\nrecords\n" + AGENT_G1
@@ -98,10 +96,10 @@ def test_metrics(ctx):
         return f"{len(lines)} lines" + (", promtool accepts them" if promtool else ", promtool not installed")
 
 
+# Another process writes 2,000 switches with 20 group statuses each: the
+# following agent hears every one of the 40,000 statuses once, in every
+# run, as the same scenario does in one process.
 def test_fleet_reports(ctx):
-    """Another process writes 2,000 switches with 20 group statuses each: the
-    following agent hears every one of the 40,000 statuses once, in every
-    run, as the same scenario does in one process."""
     with RedisServer(ctx.redis_server) as server:
         groups = "".join(f"group g{g:02} m1\n" for g in range(1, 21))
         agent = Sim(ctx.sim, server.url(), "agent A\nrecords\nmounter m1\nservice svcA\n" + groups, follow=True,
@@ -116,11 +114,11 @@ def test_fleet_reports(ctx):
         return "40,000 reports, each once"
 
 
+# An agent stopped with --leave-config leaves its configuration; the next
+# run declares g1 again and g3 instead of g2: seen with MONITOR, no key of
+# g1 (its group, its mounts, its lists) is deleted or written with other
+# values, and g2 goes.
 def test_warm_restart(ctx):
-    """An agent stopped with --leave-config leaves its configuration; the next
-    run declares g1 again and g3 instead of g2: seen with MONITOR, no key of
-    g1 (its group, its mounts, its lists) is deleted or written with other
-    values, and g2 goes."""
     with RedisServer(ctx.redis_server) as server:
         Sim(ctx.sim, server.url(), "agent A\nrecords\n" + AGENT_G1 + declare(2) + "closed true\n", follow=True,
             options=["--leave-config"], ready=True).finish("first run after SIGTERM", sig=signal.SIGTERM)
@@ -143,13 +141,13 @@ def test_warm_restart(ctx):
         return f"{len(g1)} keys of g1 untouched; g2 removed, g3 written"
 
 
+# A second agent process of the same name, declaring g3 instead of g2,
+# waits as a standby, writing nothing; the active one stopped with SIGSTOP,
+# the standby takes over within the lease (3 s) and a check (1 s), and
+# another process then reads from Redis exactly what it declares. The old
+# one, continued, learns it lost the lease, ends with status 3 and writes
+# nothing.
 def test_standby(ctx):
-    """A second agent process of the same name, declaring g3 instead of g2,
-    waits as a standby, writing nothing; the active one stopped with SIGSTOP,
-    the standby takes over within the lease (3 s) and a check (1 s), and
-    another process then reads from Redis exactly what it declares. The old
-    one, continued, learns it lost the lease, ends with status 3 and writes
-    nothing."""
     with RedisServer(ctx.redis_server) as server:
         active = Sim(ctx.sim, server.url(), "agent A\nrecords\n" + AGENT_G1 + declare(2) + "closed true\n",
                      follow=True, ready=True)
@@ -174,8 +172,8 @@ def test_standby(ctx):
         return f"took over in {took_over:.2f} s; the old active ended with status 3, writing nothing"
 
 
+# AUTH with a password; a wrong one and an absent server are clear errors.
 def test_login(ctx):
-    """AUTH with a password; a wrong one and an absent server are clear errors."""
     with RedisServer(ctx.redis_server, password="s3cret") as server:
         good = run_sim(ctx.sim, ["--store", server.url(), "-"], "agent A\nrecords\ndump\n")
         fail_if(good.returncode != 0 or not server.keys("A:*"), f"with the password: {good.returncode} {good.stderr}")
@@ -192,9 +190,6 @@ TESTS = {"transcripts": test_transcripts, "records": test_records, "fleet_report
          "metrics": test_metrics, "warm_restart": test_warm_restart, "standby": test_standby, "login": test_login}
 
 
-def skip_argument(parser):
-    parser.add_argument("--skip", default="", help="scenarios (NAME;NAME...) the transcript test leaves out")
-
-
 if __name__ == "__main__":
-    sys.exit(run_tests(TESTS, skip_argument))
+    sys.exit(run_tests(TESTS, lambda parser: parser.add_argument(
+        "--skip", default="", help="scenarios (NAME;NAME...) the transcript test leaves out")))

@@ -17,8 +17,7 @@ import sys
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from store_processes import (Failure, Monitor, RedisServer, Sim, dump_block, fail_if, run_sim,  # noqa: E402
-                             run_tests)
+from store_processes import Monitor, RedisServer, Sim, dump_block, fail_if, run_sim, run_tests  # noqa: E402
 
 AGENT = """agent A
 records
@@ -77,16 +76,14 @@ def test_inspect(ctx):
         Sim(ctx.sim, server.url(), MACHINERY).finish("machinery")
         agent.wait_for(["hook m1 doMountsComplete g2"], "agent")
         time.sleep(0.3)
-        agent.drain()
-        before = list(agent.lines)
+        before = list(agent.drain())
         token, _ = lease(server)
         monitor = Monitor(server, os.path.join(ctx.tmp, "inspect.monitor"))
 
         # Once: the groups, then the configuration as the agent dumps it.
         lines = Sim(ctx.sim, server.url(), options=["--inspect", "A"]).finish("inspect")
         time.sleep(0.3)
-        agent.drain()
-        fail_if(agent.lines != before, f"the agent printed {agent.lines[len(before):]} while inspected")
+        fail_if(agent.drain() != before, f"the agent printed {agent.lines[len(before):]} while inspected")
         header = ["inspect A: store live, keyspace notifications on", "service: svcA, warm true, ready false"]
         fail_if(lines[:2] != header, f"header: {lines[:2]}")
         groups = lines[2:lines.index("dump begin")][:len(GROUPS)]
@@ -127,16 +124,14 @@ def test_inspect(ctx):
         by_name = collections.Counter(words[0].upper() for address, words in commands if address in inspector)
         fail_if(writes & set(by_name), f"the inspector wrote: {by_name}")
         # The same check finds the agent's and the machinery's writes.
-        if not writes & {words[0].upper() for address, words in commands if address not in inspector}:
-            raise Failure("MONITOR recorded no write of the agent or the machinery")
+        fail_if(not writes & {words[0].upper() for address, words in commands if address not in inspector},
+                "MONITOR recorded no write of the agent or the machinery")
 
         # The agent heard only the machinery (a prefix re-runs every group's
         # check, so complete g2 is told again); its lease is untouched.
-        agent.drain()
-        heard = sorted(agent.lines[len(before):])
-        if heard != ["hook m1 doHandleControllerMountState 00:1c:73:00:00:02 g1 mounted", "hook m1 doMountsComplete g1",
-                     "hook m1 doMountsComplete g2"]:
-            raise Failure(f"the agent printed {heard}")
+        heard = sorted(agent.drain()[len(before):])
+        fail_if(heard != ["hook m1 doHandleControllerMountState 00:1c:73:00:00:02 g1 mounted",
+                          "hook m1 doMountsComplete g1", "hook m1 doMountsComplete g2"], f"the agent printed {heard}")
         now, ttl = lease(server)
         fail_if(now != token or ttl <= 0, f"the agent's lease {token} became {now} ({ttl} ms)")
         agent.finish("agent after SIGTERM", sig=signal.SIGTERM)
