@@ -225,14 +225,13 @@ TEST(ScenarioRepeat, ExpandsLoopsRangesFormatsAndQuotes) {
 
 TEST(ScenarioSet, FilterValues) {
   const std::string lhs = "set mountConfig.mountGroupConfig[g].systemFilter = ";
-  const Command bound = one(lhs + R"(publishConfig.systemFilter["l 1"])");
-  EXPECT_EQ(bound.filter, (ConfigPath{{"publishConfig", {}}, {"systemFilter", "l 1"}}));
-  EXPECT_FALSE(bound.detachedName);
-  const Command detached = one(lhs + R"(detached "")");
-  EXPECT_EQ(detached.detachedName, "");
-  EXPECT_FALSE(detached.filter);
-  const Command none = one(lhs + "none");
-  EXPECT_FALSE(none.filter || none.detachedName);
+  const ConfigPath bound{{"publishConfig", {}}, {"systemFilter", "l 1"}};
+  using Value = std::pair<std::optional<ConfigPath>, std::optional<std::string>>;
+  for (const auto& [value, filter] : std::initializer_list<std::pair<std::string, Value>>{
+           {R"(publishConfig.systemFilter["l 1"])", {bound, {}}}, {R"(detached "")", {{}, ""}}, {"none", {}}}) {
+    const Command c = one(lhs + value);
+    EXPECT_EQ(Value(c.filter, c.detachedName), filter) << value;
+  }
 }
 
 TEST(ScenarioSet, QuotedKeysAndValuesReadBack) {

@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -39,9 +40,8 @@ class SimCommandLine : public ::testing::Test {
 
   void write(const std::string& name, const std::string& text) { std::ofstream(dir_ / name) << text; }
   static std::string slurp(const fs::path& path) {
-    std::ostringstream text;
-    text << std::ifstream(path).rdbuf();
-    return text.str();
+    std::ifstream in(path);
+    return {std::istreambuf_iterator<char>(in), {}};
   }
   // Runs the sim in the test's folder with `args`, a shell word list, and
   // VEX_TRACE set to `vexTrace` (when given) and to nothing else. The shell
@@ -288,13 +288,13 @@ TEST_F(SimCommandLine, TheTimelineIsWrittenWhenTheRunEndsAlsoAfterAnError) {
 TEST_F(SimCommandLine, MetricsAreTheRunsLastAlsoWhenItReleasedItsService) {
   const std::string g1Mounted = "hubstore_group_switches{service=\"svcA\",group=\"g1\",state=\"mounted\"} 1\n";
   const std::string mounted = kWorld + "group g1 m1\nsystemStatus 00:1c:73:00:00:01 g1=mounted\n";
+  // Released, then the switch unmounts: the file holds the numbers of the moment of release.
   write("a.scn", mounted);
-  ASSERT_EQ(sim("--metrics live.prom a.scn").status, 0);
+  write("b.scn", mounted + "serviceDel\nmountState 00:1c:73:00:00:01 g1 unmounted\n");
+  ASSERT_EQ(std::pair(sim("--metrics live.prom a.scn").status, sim("--metrics released.prom b.scn").status),
+            std::pair(0, 0));
   const std::string live = slurp(dir_ / "live.prom");
   EXPECT_NE(live.find(g1Mounted), std::string::npos) << live;
-  // Released, then the switch unmounts: the file holds the numbers of the moment of release.
-  write("b.scn", mounted + "serviceDel\nmountState 00:1c:73:00:00:01 g1 unmounted\n");
-  ASSERT_EQ(sim("--metrics released.prom b.scn").status, 0);
   // Up to the hooks' durations, which are measured.
   auto untimed = [](const std::string& text) { return text.substr(0, text.find("# HELP hubstore_hook_duration")); };
   EXPECT_EQ(untimed(slurp(dir_ / "released.prom")), untimed(live));
