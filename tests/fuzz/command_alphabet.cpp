@@ -84,13 +84,9 @@ std::vector<std::string> templatesOf(const sim::Verb& verb) {
 // by then).
 std::vector<std::string_view> hookActions() {
   std::vector<std::string_view> actions;
-  for (const sim::VerbSection& section : sim::verbSections()) {
-    for (const sim::Verb& verb : section.verbs) {
-      if (!verb.hookMayRun || leftOut(verb.name) || verb.name == "service" || verb.name == "groupClosed") continue;
-      for (const std::string& line : commandTemplates()) {
-        if (line.substr(0, line.find(' ')) == verb.name) actions.push_back(line);
-      }
-    }
+  for (const std::string& line : commandTemplates()) {
+    const std::string_view verb = std::string_view(line).substr(0, line.find(' '));
+    if (sim::findVerb(verb)->hookMayRun && verb != "service" && verb != "groupClosed") actions.push_back(line);
   }
   actions.push_back("groupClosed {G} false");
   return actions;
@@ -144,10 +140,6 @@ const ConfigLines& configLines() {
   return lines;
 }
 
-std::vector<std::string_view> viewsOf(const std::vector<std::string>& texts) {
-  return std::vector<std::string_view>(texts.begin(), texts.end());
-}
-
 const std::map<std::string_view, Kind, std::less<>>& kinds() {
   static const std::map<std::string_view, Kind, std::less<>> table = [] {
     const Kind list[] = {
@@ -197,8 +189,8 @@ const std::map<std::string_view, Kind, std::less<>>& kinds() {
          {"none", "mountConfig.versionFilter[{V}]", "publishConfig.versionFilter[{V}]", "detached {V}"}},
         // A `set` line: a place of the configuration records and a value;
         // an `unset` line: the place alone.
-        {"configLine", false, viewsOf(configLines().lines)},
-        {"configPlace", false, viewsOf(configLines().places)},
+        {"configLine", false, {configLines().lines.begin(), configLines().lines.end()}},
+        {"configPlace", false, {configLines().places.begin(), configLines().places.end()}},
     };
     std::map<std::string_view, Kind, std::less<>> byName;
     for (const Kind& kind : list) byName.emplace(kind.name, kind);
@@ -285,13 +277,11 @@ std::size_t indexFor(const Kind& kind, const std::string& word, Renaming& renami
   const auto own = std::find(kind.alternatives.begin(), kind.alternatives.end(), word);
   std::size_t index = static_cast<std::size_t>(own - kind.alternatives.begin());
   if (own == kind.alternatives.end()) {
-    std::set<std::size_t> taken;
-    for (const auto& entry : given) taken.insert(entry.second);
     index = given.size() % kind.alternatives.size();
-    for (std::size_t candidate = 0; candidate < kind.alternatives.size(); ++candidate) {
-      if (!taken.count(candidate)) {
+    // Downwards, so that the lowest free index is the last one taken.
+    for (std::size_t candidate = kind.alternatives.size(); candidate-- > 0;) {
+      if (std::none_of(given.begin(), given.end(), [&](const auto& entry) { return entry.second == candidate; })) {
         index = candidate;
-        break;
       }
     }
   }

@@ -14,7 +14,6 @@ import base64
 import json
 import os
 import pathlib
-import re
 import select
 import shutil
 import subprocess
@@ -168,9 +167,6 @@ def check_scenario(browser, sim, scenario, out, groups, switch_lanes, shown_step
                          capture_output=True, text=True, timeout=600)
     print("%s: %s" % (name, scenario))
     check(run.returncode == 0, "the sim ran the scenario (exit %d) %s" % (run.returncode, run.stderr.strip()))
-    html = page.read_text()
-    check(not re.search(r"<(script|link|img|iframe)[^>]+(src|href)=", html, re.I) and "http" not in html,
-          "the page names no external resource")
     # The scenario's commands: lines with a word before any comment.
     commands = [line for line in pathlib.Path(scenario).read_text().splitlines()
                 if line.split() and not line.split()[0].startswith("#")]
@@ -189,7 +185,7 @@ def check_scenario(browser, sim, scenario, out, groups, switch_lanes, shown_step
     for fragment, screenshot, expected in views:
         dataset, elapsed, errors = load(browser, page.resolve().as_uri() + fragment, screenshot)
         print("  page %s%s: %.1f MB, loaded %.2f s after navigation (%s ms by the page's clock)"
-              % (page, fragment, len(html) / 1e6, elapsed, dataset.get("renderMs")))
+              % (page, fragment, page.stat().st_size / 1e6, elapsed, dataset.get("renderMs")))
         check(errors == [] and dataset.get("ready") == "yes",
               "ready, no error: %s %s" % (errors, dataset.get("error", "")))
         for key, want in expected.items():
