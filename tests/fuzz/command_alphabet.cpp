@@ -213,17 +213,13 @@ struct Piece {
 
 std::vector<Piece> piecesOf(std::string_view pattern) {
   std::vector<Piece> pieces;
-  std::size_t at = 0;
-  while (at < pattern.size()) {
-    const std::size_t open = pattern.find('{', at);
-    if (open == std::string_view::npos) {
-      pieces.push_back({false, pattern.substr(at)});
-      break;
-    }
-    if (open > at) pieces.push_back({false, pattern.substr(at, open - at)});
+  while (!pattern.empty()) {
+    const std::size_t open = std::min(pattern.find('{'), pattern.size());
+    if (open > 0) pieces.push_back({false, pattern.substr(0, open)});
+    if (open == pattern.size()) break;
     const std::size_t close = pattern.find('}', open);
     pieces.push_back({true, pattern.substr(open + 1, close - open - 1)});
-    at = close + 1;
+    pattern.remove_prefix(close + 1);
   }
   return pieces;
 }
