@@ -302,7 +302,13 @@ bool matchRest(std::string_view line, std::size_t at, std::vector<Piece> pending
     return line.substr(at, piece.text.size()) == piece.text && matchRest(line, at + piece.text.size(), pending, match);
   }
   const Kind& kind = kindNamed(piece.text);
-  const bool choose = kind.alternatives.size() > 1;
+  // Alternative `index` taken, the rest matched from `from`: `match` becomes `tried`.
+  auto matchWith = [&](std::size_t index, std::size_t from, std::vector<Piece> next, Match tried) {
+    if (kind.alternatives.size() > 1) tried.bytes.push_back(static_cast<std::uint8_t>(index));
+    if (!matchRest(line, from, std::move(next), tried)) return false;
+    match = std::move(tried);
+    return true;
+  };
   if (isLeaf(kind)) {
     const char stop = pending.empty() ? '\0' : pending.back().text.front();
     std::size_t end = at;
@@ -313,21 +319,13 @@ bool matchRest(std::string_view line, std::size_t at, std::vector<Piece> pending
     Match tried = match;
     const std::size_t index = kind.renamable ? indexFor(kind, word, tried.renaming)
                                              : static_cast<std::size_t>(own - kind.alternatives.begin());
-    if (choose) tried.bytes.push_back(static_cast<std::uint8_t>(index));
-    if (!matchRest(line, end, pending, tried)) return false;
-    match = std::move(tried);
-    return true;
+    return matchWith(index, end, pending, std::move(tried));
   }
   for (std::size_t index = 0; index < kind.alternatives.size(); ++index) {
-    Match tried = match;
-    if (choose) tried.bytes.push_back(static_cast<std::uint8_t>(index));
     std::vector<Piece> next = pending;
     const std::vector<Piece> pieces = piecesOf(kind.alternatives[index]);
     next.insert(next.end(), pieces.rbegin(), pieces.rend());
-    if (matchRest(line, at, std::move(next), tried)) {
-      match = std::move(tried);
-      return true;
-    }
+    if (matchWith(index, at, std::move(next), match)) return true;
   }
   return false;
 }

@@ -37,10 +37,6 @@ TIMEOUT = 60.0
 FAILURES = []
 
 
-class Failure(Exception):
-    pass
-
-
 class Browser:
     """Chromium driven over --remote-debugging-pipe: it reads commands from
     its descriptor 3 and writes answers and events to its descriptor 4, each
@@ -72,7 +68,7 @@ class Browser:
         try:
             self.send("Browser.close")
             self.process.wait(timeout=10)
-        except (Failure, subprocess.TimeoutExpired):
+        except (RuntimeError, subprocess.TimeoutExpired):
             self.process.kill()
             self.process.wait()
         os.close(self.to_browser)
@@ -83,11 +79,11 @@ class Browser:
         while b"\0" not in self.buffer:
             ready, _, _ = select.select([self.from_browser], [], [], max(0, deadline - time.monotonic()))
             if not ready:
-                raise Failure("no answer from chromium in time")
+                raise RuntimeError("no answer from chromium in time")
             chunk = os.read(self.from_browser, 1 << 20)
             if not chunk:
                 self.log.seek(0)
-                raise Failure("chromium closed its pipe:\n" + self.log.read().decode(errors="replace"))
+                raise RuntimeError("chromium closed its pipe:\n" + self.log.read().decode(errors="replace"))
             self.buffer += chunk
         message, self.buffer = self.buffer.split(b"\0", 1)
         return json.loads(message)
@@ -103,7 +99,7 @@ class Browser:
             answer = self._read_message(deadline)
             if answer.get("id") == self.next_id:
                 if "error" in answer:
-                    raise Failure("%s failed: %s" % (method, answer["error"]))
+                    raise RuntimeError("%s failed: %s" % (method, answer["error"]))
                 return answer.get("result", {})
             self.events.append(answer)
 
