@@ -89,15 +89,11 @@ class LibraryWorld {
       for (const auto& [name, group] : groupConfigs.members()) contents.groups.insert(name.stdString());
       for (const auto& [name, filter] : config.systemFilterMembers().members()) {
         auto& members = contents.filters[switches][name.stdString()];
-        for (const auto& [system, included] : filter->includedSystemMembers().entries()) {
-          members.insert(system.stdString());
-        }
+        for (const auto& [system, on] : filter->includedSystemMembers().entries()) members.insert(system.stdString());
       }
       for (const auto& [name, filter] : config.versionFilterMembers().members()) {
         auto& members = contents.filters[versions][name.stdString()];
-        for (const auto& [version, included] : filter->includedServiceVersionMembers().entries()) {
-          members.insert(std::to_string(version));
-        }
+        for (const auto& [n, on] : filter->includedServiceVersionMembers().entries()) members.insert(std::to_string(n));
       }
     };
     // The records at the paths: a restart may have put others there.
