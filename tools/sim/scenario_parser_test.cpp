@@ -156,9 +156,8 @@ TEST(ScenarioCommands, RejectsEachBadLineWithItsReason) {
 
 // The scenarios run what a hook is given; this is how the words arrive.
 TEST(ScenarioHookCommands, WhenCarriesItsWordsAsTextAndItsCommandParsedAtItsOwnLine) {
-  const ParseResult parsed = parse("echo x\nwhen m doMountsComplete \"g 1\" mounter n throwing doMountsComplete");
-  ASSERT_EQ(parsed.commands.size(), 2u);
-  const Command& when = parsed.commands[1];
+  const Command when =
+      parse("echo x\nwhen m doMountsComplete \"g 1\" mounter n throwing doMountsComplete").commands.at(1);
   EXPECT_EQ(when.args, (Args{"m", "doMountsComplete", "g 1"}));
   ASSERT_TRUE(when.action);
   EXPECT_EQ(when.action->args, (Args{"n", "throwing", "doMountsComplete"}));
