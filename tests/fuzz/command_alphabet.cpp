@@ -84,13 +84,9 @@ std::vector<std::string> templatesOf(const sim::Verb& verb) {
 // by then).
 std::vector<std::string_view> hookActions() {
   std::vector<std::string_view> actions;
-  for (const sim::VerbSection& section : sim::verbSections()) {
-    for (const sim::Verb& verb : section.verbs) {
-      if (!verb.hookMayRun || leftOut(verb.name) || verb.name == "service" || verb.name == "groupClosed") continue;
-      for (const std::string& line : commandTemplates()) {
-        if (line.substr(0, line.find(' ')) == verb.name) actions.push_back(line);
-      }
-    }
+  for (const std::string& line : commandTemplates()) {
+    const std::string_view verb = std::string_view(line).substr(0, line.find(' '));
+    if (sim::findVerb(verb)->hookMayRun && verb != "service" && verb != "groupClosed") actions.push_back(line);
   }
   actions.push_back("groupClosed {G} false");
   return actions;
@@ -144,10 +140,6 @@ const ConfigLines& configLines() {
   return lines;
 }
 
-std::vector<std::string_view> viewsOf(const std::vector<std::string>& texts) {
-  return std::vector<std::string_view>(texts.begin(), texts.end());
-}
-
 const std::map<std::string_view, Kind, std::less<>>& kinds() {
   static const std::map<std::string_view, Kind, std::less<>> table = [] {
     const Kind list[] = {
@@ -197,8 +189,8 @@ const std::map<std::string_view, Kind, std::less<>>& kinds() {
          {"none", "mountConfig.versionFilter[{V}]", "publishConfig.versionFilter[{V}]", "detached {V}"}},
         // A `set` line: a place of the configuration records and a value;
         // an `unset` line: the place alone.
-        {"configLine", false, viewsOf(configLines().lines)},
-        {"configPlace", false, viewsOf(configLines().places)},
+        {"configLine", false, {configLines().lines.begin(), configLines().lines.end()}},
+        {"configPlace", false, {configLines().places.begin(), configLines().places.end()}},
     };
     std::map<std::string_view, Kind, std::less<>> byName;
     for (const Kind& kind : list) byName.emplace(kind.name, kind);
@@ -221,17 +213,13 @@ struct Piece {
 
 std::vector<Piece> piecesOf(std::string_view pattern) {
   std::vector<Piece> pieces;
-  std::size_t at = 0;
-  while (at < pattern.size()) {
-    const std::size_t open = pattern.find('{', at);
-    if (open == std::string_view::npos) {
-      pieces.push_back({false, pattern.substr(at)});
-      break;
-    }
-    if (open > at) pieces.push_back({false, pattern.substr(at, open - at)});
+  while (!pattern.empty()) {
+    const std::size_t open = std::min(pattern.find('{'), pattern.size());
+    if (open > 0) pieces.push_back({false, pattern.substr(0, open)});
+    if (open == pattern.size()) break;
     const std::size_t close = pattern.find('}', open);
     pieces.push_back({true, pattern.substr(open + 1, close - open - 1)});
-    at = close + 1;
+    pattern.remove_prefix(close + 1);
   }
   return pieces;
 }
@@ -285,13 +273,11 @@ std::size_t indexFor(const Kind& kind, const std::string& word, Renaming& renami
   const auto own = std::find(kind.alternatives.begin(), kind.alternatives.end(), word);
   std::size_t index = static_cast<std::size_t>(own - kind.alternatives.begin());
   if (own == kind.alternatives.end()) {
-    std::set<std::size_t> taken;
-    for (const auto& entry : given) taken.insert(entry.second);
     index = given.size() % kind.alternatives.size();
-    for (std::size_t candidate = 0; candidate < kind.alternatives.size(); ++candidate) {
-      if (!taken.count(candidate)) {
+    // Downwards, so that the lowest free index is the last one taken.
+    for (std::size_t candidate = kind.alternatives.size(); candidate-- > 0;) {
+      if (std::none_of(given.begin(), given.end(), [&](const auto& entry) { return entry.second == candidate; })) {
         index = candidate;
-        break;
       }
     }
   }
@@ -316,7 +302,13 @@ bool matchRest(std::string_view line, std::size_t at, std::vector<Piece> pending
     return line.substr(at, piece.text.size()) == piece.text && matchRest(line, at + piece.text.size(), pending, match);
   }
   const Kind& kind = kindNamed(piece.text);
-  const bool choose = kind.alternatives.size() > 1;
+  // Alternative `index` taken, the rest matched from `from`: `match` becomes `tried`.
+  auto matchWith = [&](std::size_t index, std::size_t from, std::vector<Piece> next, Match tried) {
+    if (kind.alternatives.size() > 1) tried.bytes.push_back(static_cast<std::uint8_t>(index));
+    if (!matchRest(line, from, std::move(next), tried)) return false;
+    match = std::move(tried);
+    return true;
+  };
   if (isLeaf(kind)) {
     const char stop = pending.empty() ? '\0' : pending.back().text.front();
     std::size_t end = at;
@@ -327,21 +319,13 @@ bool matchRest(std::string_view line, std::size_t at, std::vector<Piece> pending
     Match tried = match;
     const std::size_t index = kind.renamable ? indexFor(kind, word, tried.renaming)
                                              : static_cast<std::size_t>(own - kind.alternatives.begin());
-    if (choose) tried.bytes.push_back(static_cast<std::uint8_t>(index));
-    if (!matchRest(line, end, pending, tried)) return false;
-    match = std::move(tried);
-    return true;
+    return matchWith(index, end, pending, std::move(tried));
   }
   for (std::size_t index = 0; index < kind.alternatives.size(); ++index) {
-    Match tried = match;
-    if (choose) tried.bytes.push_back(static_cast<std::uint8_t>(index));
     std::vector<Piece> next = pending;
     const std::vector<Piece> pieces = piecesOf(kind.alternatives[index]);
     next.insert(next.end(), pieces.rbegin(), pieces.rend());
-    if (matchRest(line, at, std::move(next), tried)) {
-      match = std::move(tried);
-      return true;
-    }
+    if (matchWith(index, at, std::move(next), match)) return true;
   }
   return false;
 }

@@ -12,19 +12,15 @@
 namespace hubstore::fuzz {
 namespace {
 
-std::vector<std::uint8_t> randomBytes(std::mt19937& random, std::size_t size) {
-  std::vector<std::uint8_t> bytes(size);
-  for (auto& byte : bytes) byte = static_cast<std::uint8_t>(random());
-  return bytes;
-}
-
 // Every decoded line parses (but an allow-list entry for the malformed
 // switch), and encoding the scenario gives bytes that decode to it.
 TEST(CommandAlphabet, DecodedScenariosParseAndEncodeBack) {
   std::mt19937 random(7);
   std::size_t lines = 0;
   for (int input = 0; input < 500; ++input) {
-    const std::string scenario = decode(randomBytes(random, 200));
+    std::vector<std::uint8_t> bytes(200);
+    for (auto& byte : bytes) byte = static_cast<std::uint8_t>(random());
+    const std::string scenario = decode(bytes);
     const sim::ParseResult parsed = sim::parseScenario("x", scenario);
     lines += parsed.commands.size();
     for (const std::string& error : parsed.errors) {

@@ -41,8 +41,8 @@ bool recordAt(const Mirra::EntityManager& em, const std::string& path) {
 
 FuzzRun::FuzzRun(std::string_view scenario)
     : scenario_(scenario),
-      transcript_(transcriptStream(this, &FuzzRun::written)),
-      errors_(transcriptStream(nullptr, nullptr)),
+      transcript_(transcriptStream(this, &FuzzRun::written), std::fclose),
+      errors_(transcriptStream(nullptr, nullptr), std::fclose),
       out_(transcript_.get()) {
   sim_.emplace(out_);
 }

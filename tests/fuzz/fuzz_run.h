@@ -58,10 +58,6 @@ class FuzzRun {
   void finish();
 
  private:
-  struct StreamCloser {
-    void operator()(std::FILE* stream) const { std::fclose(stream); }
-  };
-
   // False when the command would end in a documented fatal assertion.
   bool steer(const sim::Command& command) const;
   bool serviceRecordsComplete() const;
@@ -81,8 +77,8 @@ class FuzzRun {
   bool hooksAct_ = false;
   std::string partialLine_;
   // Declared before the Output and the Simulator that write to them.
-  std::unique_ptr<std::FILE, StreamCloser> transcript_;
-  std::unique_ptr<std::FILE, StreamCloser> errors_;
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> transcript_;
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> errors_;
   sim::Output out_;
   std::optional<sim::Simulator> sim_;
 };

@@ -5,19 +5,14 @@
 namespace hubstore::model {
 namespace {
 
-int switchOf(const std::string& spelling) {
-  for (const SwitchSpelling& known : switchSpellings()) {
-    if (known.text == spelling) return known.switchNumber;
-  }
-  return 0;
-}
-
 // The key of the list entry that allows a filter member: a switch's canonical
 // spelling (none for what is no address), a version as it is.
 std::string entryKeyOf(ListKind kind, const std::string& member) {
   if (kind == versions) return member;
-  const int number = switchOf(member);
-  return number == 0 ? "" : canonicalSpelling(number);
+  for (const SwitchSpelling& known : switchSpellings()) {
+    if (known.text == member && known.switchNumber != 0) return canonicalSpelling(known.switchNumber);
+  }
+  return "";
 }
 
 // Removes the members `keep` refuses, in place.
@@ -114,14 +109,11 @@ void CloseModel::apply(const AgentCall& call) {
       lists_ = {};
       break;
     case AgentCall::group:
-      groups_.insert(name);
-      mount_.groups.insert(name);
-      publish_.groups.insert(name);
-      break;
     case AgentCall::groupDel:
-      groups_.erase(name);
-      mount_.groups.erase(name);
-      publish_.groups.erase(name);
+      for (std::set<std::string>* groups : {&groups_, &mount_.groups, &publish_.groups}) {
+        if (call.kind == AgentCall::group) groups->insert(name);
+        if (call.kind == AgentCall::groupDel) groups->erase(name);
+      }
       break;
     case AgentCall::staleGroup:
       sideConfig.groups.insert(name);

@@ -28,14 +28,8 @@
 #include "tools/sim/scenario_parser.h"
 #include "tools/sim/simulator.h"
 
+namespace hubstore::model {
 namespace {
-
-using hubstore::model::AgentCall;
-using hubstore::model::CloseModel;
-using hubstore::model::ConfigContents;
-using hubstore::model::Side;
-using hubstore::model::switches;
-using hubstore::model::versions;
 
 // std::mt19937_64 gives the same numbers on every platform and standard
 // library; so does taking them modulo n.
@@ -59,8 +53,8 @@ AgentCall randomCall(std::mt19937_64& random, const CloseModel& model) {
     call.side = below(random, 2) ? Side::mount : Side::publish;
     call.value = below(random, 4) != 0;
     // A list writes a switch in its canonical spelling; stale state may hold any.
-    const std::string spelling = pick(random, hubstore::model::switchSpellings()).text;
-    const std::string canonical = hubstore::model::canonicalSpelling(static_cast<int>(below(random, 3)) + 1);
+    const std::string spelling = pick(random, switchSpellings()).text;
+    const std::string canonical = canonicalSpelling(static_cast<int>(below(random, 3)) + 1);
     const std::string version = std::to_string(below(random, 4));
     call.key = call.listKind == versions ? version : call.kind == AgentCall::staleMember ? spelling : canonical;
     const bool groupCall =
@@ -95,15 +89,11 @@ class LibraryWorld {
       for (const auto& [name, group] : groupConfigs.members()) contents.groups.insert(name.stdString());
       for (const auto& [name, filter] : config.systemFilterMembers().members()) {
         auto& members = contents.filters[switches][name.stdString()];
-        for (const auto& [system, included] : filter->includedSystemMembers().entries()) {
-          members.insert(system.stdString());
-        }
+        for (const auto& [system, on] : filter->includedSystemMembers().entries()) members.insert(system.stdString());
       }
       for (const auto& [name, filter] : config.versionFilterMembers().members()) {
         auto& members = contents.filters[versions][name.stdString()];
-        for (const auto& [version, included] : filter->includedServiceVersionMembers().entries()) {
-          members.insert(std::to_string(version));
-        }
+        for (const auto& [n, on] : filter->includedServiceVersionMembers().entries()) members.insert(std::to_string(n));
       }
     };
     // The records at the paths: a restart may have put others there.
@@ -170,6 +160,7 @@ bool runSequence(std::mt19937_64& random, std::size_t length, std::size_t& calls
 }
 
 }  // namespace
+}  // namespace hubstore::model
 
 int main(int argc, char** argv) {
   const unsigned long count = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 2000;
@@ -179,7 +170,7 @@ int main(int argc, char** argv) {
   std::size_t closes = 0;
   const auto start = std::chrono::steady_clock::now();
   for (unsigned long sequence = 0; sequence < count; ++sequence) {
-    if (!runSequence(random, 10 + below(random, 50), calls, closes)) {
+    if (!hubstore::model::runSequence(random, 10 + hubstore::model::below(random, 50), calls, closes)) {
       std::printf("sequence %lu of seed %llu\n", sequence, static_cast<unsigned long long>(seed));
       return 1;
     }

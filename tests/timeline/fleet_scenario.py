@@ -32,7 +32,6 @@ def scenario(switches, groups):
         out.append("initialMountsComplete %s true" % g)
     # A few switches leave, one unmounts a group.
     out += ["systemStatusDel %s" % system for system in systems[-3:]]
-    if systems:
-        out.append("mountState %s %s unmounted" % (systems[0], names[0]))
+    out.append("mountState %s %s unmounted" % (systems[0], names[0]))
     out += ["publishMountsSynchronized true", "explain"]
     return "\n".join(out) + "\n"

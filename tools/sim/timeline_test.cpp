@@ -69,8 +69,8 @@ TEST(TimelineRecording, KeepsEachStepsStateChangesWhoeverWroteThem) {
                      "hook 8 doHandleControllerMountState g1 00:1c:73:00:00:01",
                      "error 14 t.scn:15: error: unknown group nothing"}));
   ASSERT_EQ(timeline.steps().size(), 15u) << "the step that could not run is kept";
-  EXPECT_EQ(timeline.steps()[8].text, "mountState 00:1c:73:00:00:01 g1 mounted");
-  EXPECT_EQ(timeline.steps()[8].line, 9);
+  EXPECT_EQ(std::to_string(timeline.steps()[8].line) + " " + timeline.steps()[8].text,
+            "9 mountState 00:1c:73:00:00:01 g1 mounted");
   EXPECT_EQ(timeline.groups(), (std::set<std::string>{"g1", "g2", "g3"}));
 }
 
@@ -82,11 +82,10 @@ TEST(TimelineRecording, MarksCompletionsAndExceptionsOnTheirStep) {
                     "publishGroupStatus g2\ninitialMountsComplete g1 true\n"
                     "groupClosed g1 true\n"    // step 13
                     "groupClosed g2 true\n");  // step 14: the default mounter throws
-  const Lines got = recorded(timeline);
-  ASSERT_FALSE(got.empty());
-  EXPECT_EQ(Lines(got.begin(), got.end() - 1),
-            (Lines{"hook 13 doMountsComplete g1", "hook 13 doInitialSwitchMountsComplete g1"}));
-  EXPECT_EQ(got.back().rfind("error 14 Vex::InternalException: ", 0), 0u) << got.back();
+  EXPECT_EQ(recorded(timeline), (Lines{"hook 13 doMountsComplete g1", "hook 13 doInitialSwitchMountsComplete g1",
+                                       "error 14 Vex::InternalException: HubstoreServiceMounter::"
+                                       "doMountsRegisterationComplete, you must implement this function in the "
+                                       "derived class"}));
 }
 
 TEST(TimelinePage, PutsTheDataInThePageWhereNoScriptEndCanHide) {
