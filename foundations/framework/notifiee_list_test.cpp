@@ -10,8 +10,6 @@
 namespace Vex::testing {
 namespace {
 
-using Log = std::vector<std::string>;
-
 // Three probes on one counter; a row's setup may take some away first, down
 // to one, which takes the list's direct path.
 struct Probes {

@@ -8,7 +8,7 @@
 
 #include <hubstore/foundations/framework/test_record.h>
 
-namespace Vex {
+namespace Vex::testing {
 namespace {
 
 struct Owner {
@@ -16,7 +16,7 @@ struct Owner {
   OwnerLinks links;
 };
 
-class Member : public testing::Mortal {
+class Member : public Mortal {
  public:
   Member(Owner* owner, std::string name, std::vector<std::string>* log)
       : Mortal(std::move(name), log), owner_(owner, owner ? &owner->links : nullptr, this, &Member::ownerGone) {}
@@ -31,8 +31,6 @@ class Member : public testing::Mortal {
   }
   OwnerLink<Owner, Member> owner_;
 };
-
-using Log = std::vector<std::string>;
 
 struct OwnerLink : ::testing::Test {
   Log log;
@@ -65,4 +63,4 @@ TEST_F(OwnerLink, AHandlerMayReleaseItsOwnMemberOrAnotherOne) {
 }
 
 }  // namespace
-}  // namespace Vex
+}  // namespace Vex::testing

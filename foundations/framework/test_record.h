@@ -16,6 +16,8 @@
 
 namespace Vex::testing {
 
+using Log = std::vector<std::string>;
+
 class Counter : public Entity {
  public:
   static constexpr AttributeId valueAttr = 258;
