@@ -53,9 +53,7 @@ TEST(FakeController, ItsWritesReachAnAgentsHooksAsTheMountMachinerysDo) {
 }
 
 TEST(TraceCapture, CollectsItsLevelsAndRestoresTheSinkAndLevelsItFound) {
-  Vex::CapturingTraceSink outer;
-  Vex::traceSinkIs(&outer);
-  ferrolink.levelsIs(1u << 3);
+  const TraceCapture outer("3");
   {
     TraceCapture trace("5");
     VEX_TRACE(ferrolink, 5) << "seen";
@@ -65,8 +63,6 @@ TEST(TraceCapture, CollectsItsLevelsAndRestoresTheSinkAndLevelsItFound) {
   }
   VEX_TRACE(ferrolink, 3) << "back";
   EXPECT_EQ(outer.lines(), std::vector<std::string>{"3 back"});
-  ferrolink.levelsIs(0);
-  Vex::traceSinkIs(nullptr);
 }
 
 }  // namespace
