@@ -16,14 +16,11 @@ struct Owner {
   OwnerLinks links;
 };
 
-class Member : public Mortal {
- public:
+struct Member : Mortal {
   Member(Owner* owner, std::string name, std::vector<std::string>* log)
       : Mortal(std::move(name), log), owner_(owner, owner ? &owner->links : nullptr, this, &Member::ownerGone) {}
   Owner* owner() const { return owner_.get(); }
   std::function<void()> onOwnerGone;
-
- private:
   void ownerGone() {
     // The owner is still there to be used while its members let go.
     log_->push_back(name_ + " lets go of " + owner_->name);
