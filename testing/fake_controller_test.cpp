@@ -13,49 +13,43 @@
 namespace Controller::testing {
 namespace {
 
-TEST(FakeController, HoldsTheRecordsOfTheAgentItIsNamedForAndSetsTheAgent) {
+// The fake sets the agent it is named for while it lives.
+TEST(FakeController, HoldsItsAgentsRecordsAndItsWritesReachHooksAsTheMountMachinerysDo) {
   {
     FakeController controller("agentX", "gen-9");
     EXPECT_EQ(globalAgent, controller.agent().get());
     EXPECT_EQ(controller.entityManager()->getEntity("controller/mount/status/service/agentX"),
               controller.mountStatus());
+    auto mounter = Vex::make<RecordingMounter>();
     auto service = controller.serviceIs("svcA");
     EXPECT_EQ(controller.mountConfig()->serviceName(), "svcA");
     EXPECT_EQ(controller.publishConfig()->leaderGenId(), "gen-9");
+    auto group = service->serviceMountGroupIs("g1", mounter);
+    group->publishMountIs("/db/p", "/p", "T");
+    group->versionWhiteListIs(service->versionWhiteListIs("v"));
+    group->closedIs(true);
+
+    // Its other writes reach hooks in the tests on World.
+    controller.systemStatus("00-1C-73-00-00-01", {{"g1", mountStateMounting}});
+    controller.mountState("00-1C-73-00-00-01", "g1", mountStateMounted);
+    controller.publishGroupStatus("g1");
+    controller.publishStatus("g1", "/db/p");
+    EXPECT_EQ(mounter->calls(), (Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounting",
+                                     "doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted",
+                                     "doMountsComplete g1"}));
+
+    EXPECT_THROW(controller.mountState("00:1c:73:00:00:02", "g1", mountStateFailed), std::invalid_argument);
+    EXPECT_THROW(controller.mountState("00-1C-73-00-00-01", "g2", mountStateFailed), std::invalid_argument);
+    EXPECT_THROW(controller.publishStatus("g2", "/db/p"), std::invalid_argument);
+    EXPECT_FALSE(controller.mountStatus()->systemStatusRaw(Vex::Name("00:1c:73:00:00:02")));
+    controller.systemStatusDel("00-1C-73-00-00-01");
+    EXPECT_FALSE(service->mountStatusSm()->systemStatusSm("00-1C-73-00-00-01"));
   }
   EXPECT_EQ(globalAgent, nullptr);
 }
 
-TEST(FakeController, ItsWritesReachAnAgentsHooksAsTheMountMachinerysDo) {
-  FakeController controller("agentB");
-  auto mounter = Vex::make<RecordingMounter>();
-  auto service = controller.serviceIs("svcA");
-  auto group = service->serviceMountGroupIs("g1", mounter);
-  group->publishMountIs("/db/p", "/p", "T");
-  group->versionWhiteListIs(service->versionWhiteListIs("v"));
-  group->closedIs(true);
-
-  // Its other writes reach hooks in the tests on World.
-  controller.systemStatus("00-1C-73-00-00-01", {{"g1", mountStateMounting}});
-  controller.mountState("00-1C-73-00-00-01", "g1", mountStateMounted);
-  controller.publishGroupStatus("g1");
-  controller.publishStatus("g1", "/db/p");
-  EXPECT_EQ(mounter->calls(), (Log{"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounting",
-                                   "doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted",
-                                   "doMountsComplete g1"}));
-
-  EXPECT_THROW(controller.mountState("00:1c:73:00:00:02", "g1", mountStateFailed), std::invalid_argument);
-  EXPECT_THROW(controller.mountState("00-1C-73-00-00-01", "g2", mountStateFailed), std::invalid_argument);
-  EXPECT_THROW(controller.publishStatus("g2", "/db/p"), std::invalid_argument);
-  EXPECT_FALSE(controller.mountStatus()->systemStatusRaw(Vex::Name("00:1c:73:00:00:02")));
-  controller.systemStatusDel("00-1C-73-00-00-01");
-  EXPECT_FALSE(service->mountStatusSm()->systemStatusSm("00-1C-73-00-00-01"));
-}
-
 TEST(TraceCapture, CollectsItsLevelsAndRestoresTheSinkAndLevelsItFound) {
-  Vex::CapturingTraceSink outer;
-  Vex::traceSinkIs(&outer);
-  ferrolink.levelsIs(1u << 3);
+  const TraceCapture outer("3");
   {
     TraceCapture trace("5");
     VEX_TRACE(ferrolink, 5) << "seen";
@@ -65,8 +59,6 @@ TEST(TraceCapture, CollectsItsLevelsAndRestoresTheSinkAndLevelsItFound) {
   }
   VEX_TRACE(ferrolink, 3) << "back";
   EXPECT_EQ(outer.lines(), std::vector<std::string>{"3 back"});
-  ferrolink.levelsIs(0);
-  Vex::traceSinkIs(nullptr);
 }
 
 }  // namespace

@@ -10,8 +10,6 @@
 namespace Vex::testing {
 namespace {
 
-using Log = std::vector<std::string>;
-
 // Three probes on one counter; a row's setup may take some away first, down
 // to one, which takes the list's direct path.
 struct Probes {
@@ -106,17 +104,15 @@ TEST(NotifieeList, ChangesDuringADispatchTakeEffectAsTheRulesSay) {
         Probes p;
         row.setUp(p);
         for (int value : row.values) {
-          Counter* raw = p.counter.get();
-          if (!raw) break;
+          if (!p.counter) break;
           try {
-            raw->valueIs(value);
+            p.counter->valueIs(value);
           } catch (const std::runtime_error&) {
             p.log.push_back("!");
           }
         }
         EXPECT_EQ(p.log, row.log);
         EXPECT_EQ(p.counter ? p.counter->notifieeList()->count() : 0u, row.left);
-        p.releaseAll();
       }
       EXPECT_EQ(liveObjectCount(), 0);
     }

@@ -7,36 +7,25 @@
 namespace Vex::testing {
 namespace {
 
-using Log = std::vector<std::string>;
-
-struct PtrTest : ::testing::Test {
+TEST(Ptr, CountsReferencesAndInstallsAnAssignedValueBeforeReleasingTheOld) {
   Log log;
-};
-
-TEST_F(PtrTest, CountsReferencesAndTracksLiveObjectsPerType) {
-  {
-    Ptr<Mortal> a = make<Mortal>("a", &log);
-    Ptr<const Mortal> view = a;
-    EXPECT_EQ(a->references(), 2u);
-    EXPECT_EQ(Mortal::staticType().liveCount(), 1);
-    a = nullptr;
-    EXPECT_EQ(log, Log{});
-  }
-  EXPECT_EQ(log, Log{"a dies"});
-  EXPECT_EQ(Mortal::staticType().liveCount(), 0);
-}
-
-TEST_F(PtrTest, AssignmentInstallsTheNewValueBeforeReleasingTheOld) {
   Ptr<Mortal> head = make<Mortal>("a", &log);
   head->next = make<Mortal>("b", &log);
+  {
+    const Ptr<const Mortal> view = head;
+    EXPECT_EQ(head->references(), 2u);
+  }
+  EXPECT_EQ(Mortal::staticType().liveCount(), 2);  // the view's release killed nothing
   head = head->next;  // `a` held the only reference to `b`
   EXPECT_EQ(log, Log{"a dies"});
   EXPECT_EQ(head->references(), 1u);
   head = nullptr;
   EXPECT_EQ(log, (Log{"a dies", "b dies"}));
+  EXPECT_EQ(Mortal::staticType().liveCount(), 0);
 }
 
-TEST_F(PtrTest, AnObjectReleasedDuringAUseDiesWhenTheOutermostUseEnds) {
+TEST(Ptr, AnObjectReleasedDuringAUseDiesWhenTheOutermostUseEnds) {
+  Log log;
   Ptr<Mortal> a = make<Mortal>("a", &log);
   Ptr<Mortal> b = make<Mortal>("b", &log);
   PtrInterface::keepAliveWhile(a.get(), [&] {

@@ -12,18 +12,16 @@
 namespace Vex::testing {
 namespace {
 
-class Watcher : public PtrInterface {
- public:
+struct Watcher {
   static const TypeDescriptor& staticType() {
     static const TypeDescriptor type("Vex::testing::Watcher", {});
     return type;
   }
-  const TypeDescriptor& fwkType() const override { return staticType(); }
   void handleCounter() { log.push_back("bound"); }
   void handleValue() { log.push_back("value"); }
   using VexCounter = Reactor<"VexCounter", Watcher, Counter, whole(&Watcher::handleCounter),
                              on(Counter::valueAttr, &Watcher::handleValue)>;
-  std::vector<std::string> log;
+  Log log;
 };
 
 TEST(Reactor, RunsTheOwnersHandlersOnlyUntilItIsRetiredOrMarked) {
@@ -41,7 +39,7 @@ TEST(Reactor, RunsTheOwnersHandlersOnlyUntilItIsRetiredOrMarked) {
   reactor->retire();
   reactor->notifierIs(first);
   first->valueIs(2);
-  EXPECT_EQ(owner.log, (std::vector<std::string>{"bound", "value"}));
+  EXPECT_EQ(owner.log, (Log{"bound", "value"}));
   EXPECT_EQ(Watcher::VexCounter::staticType().name(), std::string("Vex::testing::Watcher::VexCounter"));
 }
 

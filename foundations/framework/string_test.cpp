@@ -2,17 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace Vex {
 namespace {
 
 TEST(String, NullAndEmptyAreKeptApart) {
-  String null;
-  String empty("");
-  EXPECT_TRUE(null.isNull());
-  EXPECT_FALSE(empty.isNull());
-  EXPECT_FALSE(null == empty);
-  EXPECT_TRUE(null < empty);
-  EXPECT_STREQ(null.c_str(), "");
+  const String null;
+  const String empty("");
+  // Null: not equal to empty, sorts before it, reads as "".
+  EXPECT_EQ(std::tuple(null.isNull(), empty.isNull(), null == empty, null < empty, std::string(null.c_str())),
+            std::tuple(true, false, false, true, std::string()));
   EXPECT_TRUE(String(static_cast<const char*>(nullptr)).isNull());
 }
 

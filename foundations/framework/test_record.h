@@ -16,6 +16,8 @@
 
 namespace Vex::testing {
 
+using Log = std::vector<std::string>;
+
 class Counter : public Entity {
  public:
   static constexpr AttributeId valueAttr = 258;
@@ -36,8 +38,7 @@ class Counter : public Entity {
 };
 
 // Records its calls in a shared log and runs an optional action on each.
-class Probe : public NotifieeConstOf<Counter> {
- public:
+struct Probe : NotifieeConstOf<Counter> {
   static Ptr<Probe> ProbeIs(std::string label, std::vector<std::string>* log, const Ptr<Counter>& counter) {
     Ptr<Probe> probe = make<Probe>(std::move(label), log);
     probe->notifierIs(counter);
@@ -56,16 +57,13 @@ class Probe : public NotifieeConstOf<Counter> {
   }
   std::function<void()> action;
   Probe(std::string label, std::vector<std::string>* log) : label_(std::move(label)), log_(log) {}
-
- private:
   std::string label_;
   std::vector<std::string>* log_;
 };
 
 // Logs "NAME dies" when it dies, to show the order of releases; `next` may
 // chain it to another.
-class Mortal : public PtrInterface {
- public:
+struct Mortal : PtrInterface {
   static const TypeDescriptor& staticType() {
     static const TypeDescriptor type("Vex::testing::Mortal", {});
     return type;
@@ -74,8 +72,6 @@ class Mortal : public PtrInterface {
   Mortal(std::string name, std::vector<std::string>* log) : name_(std::move(name)), log_(log) {}
   ~Mortal() override { log_->push_back(name_ + " dies"); }
   Ptr<Mortal> next;
-
- protected:
   std::string name_;
   std::vector<std::string>* log_;
 };

@@ -3,21 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <hubstore/foundations/framework/ferrolink.h>
+#include <hubstore/testing/trace_capture.h>
 
 namespace Vex {
 namespace {
 
-struct CapturedTrace : ::testing::Test {
-  CapturingTraceSink sink;
-  void SetUp() override { traceSinkIs(&sink); }
-  void TearDown() override {
-    traceSinkIs(nullptr);
-    Controller::ferrolink.levelsIs(0);
-  }
-};
-
-TEST_F(CapturedTrace, ADisabledLevelEvaluatesNothing) {
-  Controller::ferrolink.levelsIs(1u << 5);
+TEST(Trace, ADisabledLevelEvaluatesNothing) {
+  const Controller::testing::TraceCapture trace("5");
   int evaluated = 0;
   auto expensive = [&] {
     ++evaluated;
@@ -27,7 +19,7 @@ TEST_F(CapturedTrace, ADisabledLevelEvaluatesNothing) {
   if (evaluated == 0) HUBSTORE_TRACE(5) << "a" << expensive();
   else ADD_FAILURE() << "the else belongs to this if";
   EXPECT_EQ(evaluated, 1);
-  EXPECT_EQ(sink.lines(), (std::vector<std::string>{"5 ax"}));
+  EXPECT_EQ(trace.lines(), (std::vector<std::string>{"5 ax"}));
 }
 
 // How pieces are joined, bools and mount states in words, is pinned by every

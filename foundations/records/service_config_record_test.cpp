@@ -27,9 +27,8 @@ TEST_F(ConfigRecords, EachChangeIsReportedUnderItsOwnAttribute) {
   EXPECT_EQ(writes, (Log{"mount warm", "publish ready", "mount mountGroupConfig", "publish publishGroupConfig",
                          "mount versionFilter", "mount g versionFilter", "mount systemFilter", "mount g systemFilter",
                          "publish g versionFilter", "publish g systemFilter", "publish ready"}));
-  EXPECT_TRUE(mountConfig->warm());
-  EXPECT_FALSE(publishConfig->ready());
-  EXPECT_EQ(publishGroup->versionFilter(), mountGroup->versionFilter());
+  EXPECT_EQ(std::tuple(mountConfig->warm(), publishConfig->ready(), publishGroup->versionFilter()),
+            std::tuple(true, false, mountGroup->versionFilter()));
 }
 
 }  // namespace
