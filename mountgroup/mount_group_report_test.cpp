@@ -16,7 +16,7 @@ using Report = MountGroupWorld;
 
 TEST_F(Report, SaysCompleteExactlyWhenTheCheckReportsAndChangesNothing) {
   // Every state a group can be in as far as completion goes, one code each,
-  // read digit by digit: closed, the group status present, a mounter, the
+  // read digit by digit: closed, a mounter, the group status present, the
   // shape (0 whole, 1 publish status unwatched, 2 mount configuration only,
   // 3 publish configuration only, 4 neither), then for controller mount a0,
   // publish mount /p0, a1 and /p1 each: absent, present, or present with its
@@ -32,10 +32,9 @@ TEST_F(Report, SaysCompleteExactlyWhenTheCheckReportsAndChangesNothing) {
       return value;
     };
     const bool closed = digit(2);
-    const bool groupStatus = digit(2);
     group = service->serviceMountGroupIs("g1", digit(2) ? mounter : nullptr);
+    if (digit(2)) publishStatus->publishGroupStatusIs("g1");
     const int shape = digit(5);
-    if (groupStatus) publishStatus->publishGroupStatusIs("g1");
     for (const std::string i : {"0", "1"}) {
       const int mount = digit(3);
       const int publish = digit(3);
@@ -76,8 +75,7 @@ TEST_F(Report, SaysCompleteExactlyWhenTheCheckReportsAndChangesNothing) {
       const MountGroupReport fromRecords = MountGroupReport::ofRecords(
           {mountConfig.get(), publishConfig.get(), mountStatus.get(), publishStatus.get()}, "g1");
       std::vector<Wait> recordWaits = report.waitsFor();
-      std::erase(recordWaits, Wait::close);
-      std::erase(recordWaits, Wait::versionWhiteList);
+      std::erase_if(recordWaits, [](Wait wait) { return wait == Wait::close || wait == Wait::versionWhiteList; });
       EXPECT_EQ(fromRecords.waitsFor(), recordWaits);
       EXPECT_TRUE(!closed || fromRecords.complete() == report.complete()) << "closed, the records decide alike";
     }
@@ -130,15 +128,12 @@ TEST_F(Report, AGroupTheServiceLetGoTellsNobodyAndAnOrphanNeverCompletes) {
   hooks.clear();
   group->doCheckMountAndPublishStatus();
   MountGroupReport report = group->completionReport();
-  EXPECT_TRUE(report.complete());
-  EXPECT_FALSE(report.heldByService);
   EXPECT_FALSE(report.toldToMounter());
   EXPECT_EQ(hooks, Log{}) << "the check, too, tells nobody";
   EXPECT_EQ(report.summary(), "group g1: complete; not held by its service, nobody is told");
 
   service = nullptr;
   report = group->completionReport();
-  EXPECT_TRUE(report.orphaned);
   EXPECT_FALSE(report.complete());
   EXPECT_EQ(report.waitsFor(), std::vector<Wait>{Wait::service});
   EXPECT_EQ(report.switches(), 0u) << "an orphan reads no service record";
@@ -153,7 +148,6 @@ TEST_F(Report, AClosedGroupWithoutAMountStatusWaitsForOneWhereTheCheckWouldAbort
   close();
   group->mountStatusDel();
   const MountGroupReport report = group->completionReport();
-  EXPECT_FALSE(report.complete());
   EXPECT_EQ(report.waitsFor(), (std::vector<Wait>{Wait::mountStatus, Wait::initialSwitchMounts}));
   EXPECT_NE(report.text().find("controller mounts: 1, without a mounted path prefix: 1 (no mount status): a\n"),
             std::string::npos);

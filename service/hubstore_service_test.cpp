@@ -91,9 +91,8 @@ TEST_F(Service, NotificationStateReachesEveryMemberAndTheStatusMachineCanBeRepla
   service->hasNotificationActiveIs(true);
   EXPECT_TRUE(group->hasNotificationActive());
 
-  auto removed = service->mountStatusSmDel();
-  EXPECT_EQ(removed, machine);
-  EXPECT_FALSE(removed->hasNotificationActive());
+  EXPECT_EQ(service->mountStatusSmDel(), machine);
+  EXPECT_FALSE(machine->hasNotificationActive());
   EXPECT_FALSE(service->mountStatusSm());
 }
 
@@ -103,16 +102,14 @@ TEST_F(Service, NotificationStateReachesEveryMemberAndTheStatusMachineCanBeRepla
 struct Lifetime : MountGroupWorld {
   void SetUp() override {
     MountGroupWorld::SetUp();
-    auto versions = service->versionWhiteListIs("v");
-    versions->allowedVersionIs(3, true);
-    auto switches = service->switchWhiteListIs("s");
-    switches->allowedSwitchIs(SystemId::fromString("00:1c:73:00:00:01"), true);
+    service->versionWhiteListIs("v")->allowedVersionIs(3, true);
+    service->switchWhiteListIs("s")->allowedSwitchIs(SystemId::fromString("00:1c:73:00:00:01"), true);
     group = service->serviceMountGroupIs("g1", mounter);
     group->controllerMountIs("/r", "/db/r", "T", "F");
     group->publishMountIs("/db/p", "/p", "T");
     group->perSwitchPublishMountIs("/db/d", "/d", "T");
-    group->versionWhiteListIs(versions);
-    group->switchWhiteListIs(switches);
+    group->versionWhiteListIs(service->versionWhiteList("v"));
+    group->switchWhiteListIs(service->switchWhiteList("s"));
     publishStatus->publishGroupStatusIs("g1");
   }
   // The configuration the service's members wrote is gone.
@@ -250,7 +247,6 @@ struct LiveFleet : MountGroupWorld {
     service->serviceMountGroupIs("g2", mounter);
   }
   const Log fleet = {"doHandleControllerMountState 00:1c:73:00:00:01 g1 mounted",
-                     "doHandleControllerMountState 00:1c:73:00:00:01 g2 mounting",
                      "doHandleControllerMountState 00:1c:73:00:00:02 g1 mounted",
                      "doHandleControllerMountState 00:1c:73:00:00:02 g2 mounting"};
 };
@@ -259,14 +255,14 @@ TEST_F(LiveFleet, AHookMayReleaseAGroupOrASwitchOrThrowMidReport) {
   // A group released by a hook is passed over from then on.
   mounter->onMountState = [&] { service->serviceMountGroupDel("g2"); };
   service->reportMountStates();
-  EXPECT_EQ(hooks, (Log{fleet[0], fleet[2]}));
+  EXPECT_EQ(hooks, (Log{fleet[0], fleet[1]}));
 
   // A switch removed by a hook ends its own report; the next switch reports.
   hooks.clear();
   service->serviceMountGroupIs("g2", mounter);
   mounter->onMountState = [&] { mountStatus->systemStatusDel("00:1c:73:00:00:01"); };
   service->reportMountStates();
-  EXPECT_EQ(hooks, (Log{fleet[0], fleet[2], fleet[3]}));
+  EXPECT_EQ(hooks, (Log{fleet[0], fleet[1], fleet[2]}));
 
   // An exception leaves the call; the service reports in full afterwards.
   hooks.clear();
@@ -274,7 +270,7 @@ TEST_F(LiveFleet, AHookMayReleaseAGroupOrASwitchOrThrowMidReport) {
   EXPECT_THROW(service->reportMountStates(), Vex::InternalException);
   mounter->onMountState = nullptr;
   service->reportMountStates();
-  EXPECT_EQ(hooks, (Log{fleet[2], fleet[2], fleet[3]}));
+  EXPECT_EQ(hooks, (Log{fleet[1], fleet[1], fleet[2]}));
 
 }
 
