@@ -84,15 +84,10 @@ TYPED_TEST(WhiteListTest, BindsAndWritesPublishFirstAndLeavesTheConfigsInItsKind
   // them be.
   Row::listDel(*this->service, "L");
   auto again = Row::listIs(*this->service, "L");
-  EXPECT_EQ(again->mountFilter(), list->mountFilter());
   list = nullptr;
-  EXPECT_EQ(Row::configFilter(this->mountConfig, "L"), again->mountFilter());
-  EXPECT_EQ(Row::configFilter(this->publishConfig, "L"), again->publishFilter());
   again = nullptr;
   Row::listDel(*this->service, "L");
   EXPECT_EQ(this->writes, Row::writes);
-  EXPECT_EQ(Row::configFilter(this->publishConfig, "L"), nullptr);
-  EXPECT_EQ(Row::configFilter(this->mountConfig, "L"), nullptr);
 }
 
 TYPED_TEST(WhiteListTest, EveryWayOutOfTheListTakesTheKeyOutOfBothFilters) {

@@ -27,11 +27,9 @@ class MountGroup : public MountGroupWorld {
 using MountGroupDeathTest = MountGroup;
 
 TEST_F(MountGroup, ItsConfigsAreCreatedAndWithdrawnPublishSideFirstAndEmptied) {
-  group = nullptr;
-  service->serviceMountGroupDel("g1");
   watch("publish", publishConfig);
   watch("mount", mountConfig);
-  group = service->serviceMountGroupIs("g1", mounter);
+  group = service->serviceMountGroupIs("g2", mounter);
   const Log created{"publish publishGroupConfig", "mount mountGroupConfig"};
   EXPECT_EQ(writes, created);
   group->controllerMountIs("a", "/db/a", "T", "F");
@@ -41,7 +39,7 @@ TEST_F(MountGroup, ItsConfigsAreCreatedAndWithdrawnPublishSideFirstAndEmptied) {
   Vex::Ptr<ServicePublishGroupConfig> publishGroupConfig = group->publishGroupConfig();
   writes.clear();
   group = nullptr;
-  service->serviceMountGroupDel("g1");
+  service->serviceMountGroupDel("g2");
   EXPECT_EQ(writes, created);
   EXPECT_TRUE(mountGroupConfig->mountConfigMembers().empty());
   EXPECT_TRUE(publishGroupConfig->publishConfigMembers().empty());
@@ -168,8 +166,7 @@ TEST_F(MountGroup, AThrowingHookLeavesTheGroupClosedToReportAgain) {
 TEST_F(MountGroup, AHookMayDeleteAnEntryOfItsGroup) {
   group->controllerMountIs("a", "/db/a", "T", "F");
   mountStatus->mountedPathPrefixIs("a", "/mnt");
-  publishStatus->publishGroupStatusIs("g1");
-  close();
+  closedGroupIs();
   mounter->onMountsComplete = [this] { group->controllerMountDel("a"); };
   mountStatus->mountedPathPrefixIs("x", "/mnt");
   EXPECT_EQ(group->controllerMount("a"), nullptr);

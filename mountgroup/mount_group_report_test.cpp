@@ -119,11 +119,9 @@ TEST_F(Report, ListsAtMostTheLimitInKeyOrderAndCountsEveryState) {
 }
 
 TEST_F(Report, AGroupTheServiceLetGoTellsNobodyAndAnOrphanNeverCompletes) {
-  group = service->serviceMountGroupIs("g1", mounter);
-  publishStatus->publishGroupStatusIs("g1");
+  closedGroupIs();
   mountStatus->initialMountsCompleteIs("g1", true);
   mountStatus->systemStatusIs("00:00:00:00:00:01")->serviceMountGroupStatusIs("g1", mountStateMounted);
-  close();
   service->serviceMountGroupDel("g1");
   hooks.clear();
   group->doCheckMountAndPublishStatus();
@@ -141,11 +139,9 @@ TEST_F(Report, AGroupTheServiceLetGoTellsNobodyAndAnOrphanNeverCompletes) {
 }
 
 TEST_F(Report, AClosedGroupWithoutAMountStatusWaitsForOneWhereTheCheckWouldAbort) {
-  group = service->serviceMountGroupIs("g1", nullptr);
+  closedGroupIs();
   group->controllerMountIs("a", "/db/a", "T", "F");
-  publishStatus->publishGroupStatusIs("g1");
   mountStatus->mountedPathPrefixIs("a", "/mnt/a");
-  close();
   group->mountStatusDel();
   const MountGroupReport report = group->completionReport();
   EXPECT_EQ(report.waitsFor(), (std::vector<Wait>{Wait::mountStatus, Wait::initialSwitchMounts}));

@@ -67,7 +67,6 @@ TEST_F(ServiceMetricsTest, HooksThatThrowOrReleaseTheServiceAreCountedAndTimed) 
   EXPECT_THROW(controller().systemStatus("00:1c:73:00:00:01", {{"g1", mountStateFailed}}), std::runtime_error);
   mounter->onMountState = [&service] { service = nullptr; };
   controller().mountState("00:1c:73:00:00:01", "g1", mountStateUnmounted);
-  EXPECT_EQ(service, nullptr);
   EXPECT_GT(HookStatistics::of("metrics_hooks").seconds[HookStatistics::handleControllerMountState], 0.0);
   HookStatistics::timingIs(false);
   EXPECT_TRUE(has(controller().serviceIs("metrics_hooks")->metricsText(),

@@ -9,12 +9,6 @@ namespace {
 
 class ServiceMountStatusSmTest : public MountGroupWorld {
  protected:
-  // Group g1, complete as soon as it is closed, and closed.
-  void closedGroupIs() {
-    group = service->serviceMountGroupIs("g1", mounter);
-    publishStatus->publishGroupStatusIs("g1");
-    close();
-  }
   const char* a = "00:00:00:00:00:0a";
   const char* b = "00:00:00:00:00:0b";
 };
