@@ -151,24 +151,18 @@ TEST_F(MountGroup, WholeCollectionHandlersRewriteEveryEntrysConfig) {
                            "8 handlePerSwitchPublishMountActive type:D"}));
 }
 
-TEST_F(MountGroup, AThrowingHookLeavesTheGroupClosedToReportAgain) {
+// A hook that deletes its own group: the hooks_group_delete scenario.
+TEST_F(MountGroup, AThrowingHookLeavesTheGroupClosedToReportAgainAndAHookMayDeleteAnEntryOfItsGroup) {
+  group->controllerMountIs("a", "/db/a", "T", "F");
+  mountStatus->mountedPathPrefixIs("a", "/mnt");
   mountStatus->initialMountsCompleteIs("g1", true);
   publishStatus->publishGroupStatusIs("g1");
   mounter->onMountsComplete = [] { throw Vex::InternalException("hook failed"); };
   EXPECT_THROW(close(), Vex::InternalException);
   EXPECT_TRUE(group->closed());
-  mounter->onMountsComplete = nullptr;
-  mountStatus->mountedPathPrefixIs("x", "/mnt");
-  EXPECT_EQ(hooks, (Log{"doMountsComplete g1", "doMountsComplete g1", "doInitialSwitchMountsComplete g1"}));
-}
-
-// A hook that deletes its own group: the hooks_group_delete scenario.
-TEST_F(MountGroup, AHookMayDeleteAnEntryOfItsGroup) {
-  group->controllerMountIs("a", "/db/a", "T", "F");
-  mountStatus->mountedPathPrefixIs("a", "/mnt");
-  closedGroupIs();
   mounter->onMountsComplete = [this] { group->controllerMountDel("a"); };
   mountStatus->mountedPathPrefixIs("x", "/mnt");
+  EXPECT_EQ(hooks, (Log{"doMountsComplete g1", "doMountsComplete g1", "doInitialSwitchMountsComplete g1"}));
   EXPECT_EQ(group->controllerMount("a"), nullptr);
   EXPECT_EQ(group->mountGroupConfig()->mountConfig("a"), nullptr);
 }
