@@ -121,6 +121,7 @@ TEST_F(Lifetime, HandlesHeldPastTheServiceAreOrphansThatTouchNothingOfIt) {
   Vex::Ptr<SwitchWhiteList> switches = service->switchWhiteList("s");
   Vex::Ptr<ServiceMountStatusSm> machine = service->mountStatusSm();
   Vex::Ptr<PerSwitchPublishMountSm> perSwitch = group->perSwitchPublishMountSm("/db/d");
+  Vex::Ptr<PerSwitchPublishMount> mount = group->perSwitchPublishMount("/db/d");
   traceOn("8");
   service = nullptr;
   // Withdrawn as a teardown with no handle left would: group, then lists.
@@ -137,6 +138,7 @@ TEST_F(Lifetime, HandlesHeldPastTheServiceAreOrphansThatTouchNothingOfIt) {
 
   // The mount machinery goes on writing: no orphan reacts.
   trace.clear();
+  mount->publishActiveIs(true);
   mountStatus->mountedPathPrefixIs("/r", "/db/r");
   publishStatus->publishGroupStatusIs("g1")->publishStatusIs("/db/p");
   mountStatus->initialMountsCompleteIs("g1", true);
@@ -157,19 +159,6 @@ TEST_F(Lifetime, HandlesHeldPastTheServiceAreOrphansThatTouchNothingOfIt) {
   machine = nullptr;
   versions = nullptr;
   perSwitch = nullptr;
-}
-
-TEST_F(Lifetime, APerSwitchMachineHeldPastItsGroupStopsFollowingItsMount) {
-  Vex::Ptr<PerSwitchPublishMountSm> perSwitch = group->perSwitchPublishMountSm("/db/d");
-  Vex::Ptr<PerSwitchPublishMount> mount = group->perSwitchPublishMount("/db/d");
-  service->serviceMountGroupDel("g1");
-  group = nullptr;
-  EXPECT_EQ(perSwitch->group(), nullptr);
-  traceOn("8");
-  mount->publishActiveIs(true);
-  perSwitch->handlePerSwitchPublishMountActive();
-  EXPECT_EQ(traces(), (Log{"8 PerSwitchPublishMountSm::handlePerSwitchPublishMountActive path: /db/d"}));
-  EXPECT_EQ(publishConfig->publishGroupConfigMembers().count(), 0u);
 }
 
 // A hook releases the service on each road a report takes: the report ends
