@@ -83,9 +83,8 @@ TYPED_TEST(WhiteListTest, BindsAndWritesPublishFirstAndLeavesTheConfigsInItsKind
   // list takes over the same records, and the first one's late end leaves
   // them be.
   Row::listDel(*this->service, "L");
-  auto again = Row::listIs(*this->service, "L");
+  Row::listIs(*this->service, "L");
   list = nullptr;
-  again = nullptr;
   Row::listDel(*this->service, "L");
   EXPECT_EQ(this->writes, Row::writes);
 }

@@ -19,9 +19,8 @@ TEST_F(PerSwitchPublishMountSmTest, AMachineRestoresItsDirectoryWhileItsMountIsT
   config->publishDirDel("/db/d");
   mount->publishActiveIs(true);
   // Its target and readiness are a new machine's, which the scenarios pin.
-  Vex::Ptr<PublishDir> dir = config->publishDir("/db/d");
-  ASSERT_NE(dir, nullptr);
-  EXPECT_EQ(dir->vexcType(), "TypeD");
+  ASSERT_NE(config->publishDir("/db/d"), nullptr);
+  EXPECT_EQ(config->publishDir("/db/d")->vexcType(), "TypeD");
 
   group->perSwitchPublishMountDel("/db/d");
   EXPECT_EQ(group->perSwitchPublishMountSm("/db/d"), nullptr);

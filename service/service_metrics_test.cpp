@@ -14,12 +14,15 @@ namespace {
 
 class ServiceMetricsTest : public testing::World {
  protected:
-  // A closed group g1 over one mount.
-  void declare(const Vex::Ptr<HubstoreService>& service, const Vex::Ptr<HubstoreServiceMounter>& mounter) {
+  // Service `name`, its counters reset, with a closed group g1 over one mount.
+  Vex::Ptr<HubstoreService> declaredServiceIs(const char* name) {
+    HookStatistics::of(name) = {};  // the counters outlive services, and runs of this test
+    auto service = controller().serviceIs(name);
     const auto group = service->serviceMountGroupIs("g1", mounter);
     group->controllerMountIs("/remote/a", "/db/a", "type", "flags");
     group->versionWhiteListIs(service->versionWhiteListIs("V"));
     group->closedIs(true);
+    return service;
   }
   static bool has(const std::string& text, const std::string& line) {
     return text.find(line + "\n") != std::string::npos;
@@ -27,9 +30,7 @@ class ServiceMetricsTest : public testing::World {
 };
 
 TEST_F(ServiceMetricsTest, CountsSwitchesByStateCompletionAndHookCalls) {
-  HookStatistics::of("metrics_counts") = {};  // the counters outlive services, and runs of this test
-  const auto service = controller().serviceIs("metrics_counts");
-  declare(service, mounter);
+  const auto service = declaredServiceIs("metrics_counts");
   controller().systemStatus("00:1c:73:00:00:01", {{"g1", mountStateMounted}});
   controller().systemStatus("00:1c:73:00:00:02", {{"g1", mountStateFailed}});
   controller().mountState("00:1c:73:00:00:02", "g1", mountStateMounting);
@@ -59,10 +60,8 @@ TEST_F(ServiceMetricsTest, CountsSwitchesByStateCompletionAndHookCalls) {
 // timing is on, their time adds up. Counters outlive the service, as an
 // operator's scrapes need them to.
 TEST_F(ServiceMetricsTest, HooksThatThrowOrReleaseTheServiceAreCountedAndTimed) {
-  HookStatistics::of("metrics_hooks") = {};
   HookStatistics::timingIs(true);
-  auto service = controller().serviceIs("metrics_hooks");
-  declare(service, mounter);
+  auto service = declaredServiceIs("metrics_hooks");
   mounter->onMountState = [] { throw std::runtime_error("hook failed"); };
   EXPECT_THROW(controller().systemStatus("00:1c:73:00:00:01", {{"g1", mountStateFailed}}), std::runtime_error);
   mounter->onMountState = [&service] { service = nullptr; };

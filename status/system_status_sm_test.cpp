@@ -113,12 +113,11 @@ TEST_F(SystemStatusSmTest, AHookMayReleaseItsOwnGroupAndMounterOrTheSwitchOfTheC
     mountersInHook = RecordingMounter::staticType().liveCount();
   };
   solo = nullptr;
-  auto record = switchIs(sw, {"g1", "g2"});
+  auto g2 = switchIs(sw, {"g1", "g2"})->serviceMountGroupStatusIs("g2");
   EXPECT_EQ(mountersInHook, 2);
   EXPECT_EQ(hooks, (Log{"doHandleControllerMountState 00:1c:73:0a:0b:0c g1 mounted",
                         "doHandleControllerMountState 00:1c:73:0a:0b:0c g2 mounted"}));
   // The change's own reactor outlives its machine; a nested change reaches no one.
-  auto g2 = record->serviceMountGroupStatusIs("g2");
   mounter->onMountState = [&] {
     mountStatus->systemStatusDel(sw);
     g2->mountStateIs(mountStateFailed);
