@@ -85,6 +85,7 @@ TYPED_TEST(WhiteListTest, BindsAndWritesPublishFirstAndLeavesTheConfigsInItsKind
   Row::listDel(*this->service, "L");
   Row::listIs(*this->service, "L");
   list = nullptr;
+  EXPECT_NE(Row::configFilter(this->mountConfig, "L"), nullptr);
   Row::listDel(*this->service, "L");
   EXPECT_EQ(this->writes, Row::writes);
 }
