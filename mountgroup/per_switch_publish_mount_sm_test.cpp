@@ -11,32 +11,25 @@ namespace {
 
 using PerSwitchPublishMountSmTest = MountGroupWorld;
 
-TEST_F(PerSwitchPublishMountSmTest, AMachineRestoresItsDirectoryWhileItsMountIsThere) {
+TEST_F(PerSwitchPublishMountSmTest, AMachineRestoresItsDirectoryWhileItsMountIsThereAndThenMarksItNotReady) {
   group = service->serviceMountGroupIs("g1", mounter);
   Vex::Ptr<PerSwitchPublishMount> mount = group->perSwitchPublishMountIs("/db/d", "/sw/d", "TypeD");
+  Vex::Ptr<PerSwitchPublishMountSm> machine = group->perSwitchPublishMountSm("/db/d");
   Vex::Ptr<ServicePublishGroupConfig> config = group->publishGroupConfig();
   config->publishDirDel("/db/d");
   mount->publishActiveIs(true);
   // Its target and readiness are a new machine's, which the scenarios pin.
-  Vex::Ptr<PublishDir> dir = config->publishDir("/db/d");
-  ASSERT_NE(dir, nullptr);
-  EXPECT_EQ(dir->vexcType(), "TypeD");
-}
+  ASSERT_NE(config->publishDir("/db/d"), nullptr);
+  EXPECT_EQ(config->publishDir("/db/d")->vexcType(), "TypeD");
 
-TEST_F(PerSwitchPublishMountSmTest, AMachineWhoseMountIsGoneMarksTheDirectoryNotReady) {
-  group = service->serviceMountGroupIs("g1", mounter);
-  group->perSwitchPublishMountIs("/db/d", "/sw/d", "TypeD");
-  Vex::Ptr<PerSwitchPublishMountSm> machine = group->perSwitchPublishMountSm("/db/d");
-  ASSERT_NE(machine, nullptr);
   group->perSwitchPublishMountDel("/db/d");
   EXPECT_EQ(group->perSwitchPublishMountSm("/db/d"), nullptr);
-
-  Vex::Ptr<PublishDir> stale = group->publishGroupConfig()->publishDirIs("/db/d", "TypeD");
+  Vex::Ptr<PublishDir> stale = config->publishDirIs("/db/d", "TypeD");
   stale->readyToPublishIs(true);
   traceOn("8");
   machine->handlePerSwitchPublishMountActive();
   EXPECT_FALSE(stale->readyToPublish());
-  EXPECT_EQ(group->publishGroupConfig()->publishDir("/db/d"), stale);
+  EXPECT_EQ(config->publishDir("/db/d"), stale);
   EXPECT_EQ(traces().back(), "8 handlePerSwitchPublishMountActive: setting readyToPublish=false");
 }
 

@@ -25,6 +25,12 @@ class MountGroupWorld : public World {
     group->versionWhiteListIs(service->versionWhiteListIs("v"));
     group->closedIs(true);
   }
+  // Group g1 of `mounter`, complete as soon as it is closed, and closed.
+  void closedGroupIs() {
+    group = service->serviceMountGroupIs("g1", mounter);
+    publishStatus->publishGroupStatusIs("g1");
+    close();
+  }
 
   Vex::Ptr<HubstoreService> service;
   Vex::Ptr<HubstoreServiceMountGroup> group;

@@ -13,12 +13,11 @@ using Mounter = World;
 // completion and mount_states scenarios.
 TEST_F(Mounter, ReflectionListsTheHooksInOrderAndInvokesTheOverride) {
   const auto& attributes = HubstoreServiceMounter::staticType().attributes();
-  ASSERT_EQ(attributes.size(), 3u);
-  EXPECT_STREQ(attributes[0].name, "doMountsComplete");
-  EXPECT_STREQ(attributes[1].name, "doHandleControllerMountState");
-  std::vector<std::string> arguments(attributes[1].arguments.begin(), attributes[1].arguments.end());
-  EXPECT_EQ(arguments, (std::vector<std::string>{"systemId", "groupName", "mountState", "em"}));
-  EXPECT_STREQ(attributes[2].name, "doInitialSwitchMountsComplete");
+  Log names;
+  for (const auto& attribute : attributes) names.push_back(attribute.name);
+  ASSERT_EQ(names, (Log{"doMountsComplete", "doHandleControllerMountState", "doInitialSwitchMountsComplete"}));
+  EXPECT_EQ(Log(attributes[1].arguments.begin(), attributes[1].arguments.end()),
+            (Log{"systemId", "groupName", "mountState", "em"}));
 
   Vex::invoke(*mounter, "doInitialSwitchMountsComplete", {{"groupName", Vex::String("g1")}, {"em", em}});
   Vex::invoke(*mounter, "doHandleControllerMountState",

@@ -9,12 +9,6 @@ namespace {
 
 class ServiceMountStatusSmTest : public MountGroupWorld {
  protected:
-  // Group g1, complete as soon as it is closed, and closed.
-  void closedGroupIs() {
-    group = service->serviceMountGroupIs("g1", mounter);
-    publishStatus->publishGroupStatusIs("g1");
-    close();
-  }
   const char* a = "00:00:00:00:00:0a";
   const char* b = "00:00:00:00:00:0b";
 };
@@ -45,16 +39,14 @@ TEST_F(ServiceMountStatusSmTest, KeepsOneMachinePerSwitchEntryAndRefusesANullOrS
 
 // The traces of groups that are unknown, open or incomplete are pinned by the
 // completion scenario.
-TEST_F(ServiceMountStatusSmTest, InitialMountsCompleteReportsEachTrueForAClosedCompleteGroupOnly) {
+TEST_F(ServiceMountStatusSmTest, ReportsACompleteGroupsInitialMountsAndItsSwitchesWhileItFollowsItsRecord) {
   closedGroupIs();
   for (bool complete : {true, false, true}) mountStatus->initialMountsCompleteIs("g1", complete);
   mountStatus->initialMountsCompleteDel("g1");
   EXPECT_EQ(hooks,
             (Log{"doMountsComplete g1", "doInitialSwitchMountsComplete g1", "doInitialSwitchMountsComplete g1"}));
-}
 
-TEST_F(ServiceMountStatusSmTest, NewMachineReportsSwitchesThenCompleteGroupsAndDiesQuietly) {
-  closedGroupIs();
+  // A new machine reports the switches, then the complete groups, and dies quietly.
   mountStatus->initialMountsCompleteIs("g1", true);
   auto g1 = mountStatus->systemStatusIs(a)->serviceMountGroupStatusIs("g1", mountStateMounted);
   hooks.clear();
@@ -62,13 +54,8 @@ TEST_F(ServiceMountStatusSmTest, NewMachineReportsSwitchesThenCompleteGroupsAndD
   EXPECT_EQ(hooks, (Log{"doHandleControllerMountState 00:00:00:00:00:0a g1 mounted",
                         "doInitialSwitchMountsComplete g1"}));
   second = nullptr;
-  g1->mountStateIs(mountStateFailed);
-  EXPECT_EQ(hooks.size(), 3u);
-}
 
-TEST_F(ServiceMountStatusSmTest, FollowsNothingWhileSwitchedOffOrOnceItsRecordIsDropped) {
-  closedGroupIs();
-  auto g1 = mountStatus->systemStatusIs(a)->serviceMountGroupStatusIs("g1", mountStateMounted);
+  // Switched off, the service's machine follows nothing; nor once its record is dropped.
   auto sm = service->mountStatusSm();
   hooks.clear();
   sm->hasNotificationActiveIs(false);
@@ -81,8 +68,8 @@ TEST_F(ServiceMountStatusSmTest, FollowsNothingWhileSwitchedOffOrOnceItsRecordIs
 
   sm->serviceMountStatusDel();
   mountStatus->systemStatusIs("00:00:00:00:00:0c");
+  mountStatus->initialMountsCompleteDel("g1");
   mountStatus->initialMountsCompleteIs("g1", true);
-  EXPECT_EQ(sm->serviceMountStatus(), nullptr);
   EXPECT_FALSE(sm->systemStatusSm("00:00:00:00:00:0c"));
   EXPECT_EQ(hooks.size(), 1u);
 }
