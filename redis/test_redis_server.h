@@ -50,7 +50,10 @@ inline std::string replyText(const redisReply* reply) {
   if (reply->type == REDIS_REPLY_NIL) return "(nil)";
   if (reply->type != REDIS_REPLY_ARRAY) return std::string(reply->str, reply->len);
   std::string text;
-  for (std::size_t i = 0; i < reply->elements; ++i) text += (i ? " " : "") + replyText(reply->element[i]);
+  for (std::size_t i = 0; i < reply->elements; ++i) {
+    if (i) text += ' ';
+    text += replyText(reply->element[i]);
+  }
   return text;
 }
 
