@@ -93,7 +93,7 @@ Fields RecordCodec::ownFields(const Vex::Entity& e) {
     out["vexcType"] = text(r->vexcType());
     out["remoteTargetPath"] = text(r->remoteTargetPath());
     out["readyToPublish"] = text(r->readyToPublish());
-  } else if (const SchemaNode* node = isConfigRecord(e) ? configNodeOf(e) : nullptr) {
+  } else if (const SchemaNode* node = configRecordNode(e)) {
     // A configuration record's own fields are its attributes that are not
     // collections.
     for (const SchemaNode& member : node->members) {

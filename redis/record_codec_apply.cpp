@@ -100,7 +100,7 @@ void RecordCodec::applyFields(Vex::Entity& e, const Fields& given, const Context
     if (field(fields, "vexcType")) r->vexcTypeIs(stringField(fields, "vexcType"));
     if (field(fields, "remoteTargetPath")) r->remoteTargetPathIs(stringField(fields, "remoteTargetPath"));
     if (auto ready = boolField("readyToPublish")) r->readyToPublishIs(*ready);
-  } else if (const SchemaNode* node = isConfigRecord(e) ? configNodeOf(e) : nullptr) {
+  } else if (const SchemaNode* node = configRecordNode(e)) {
     for (const SchemaNode& member : node->members) {
       const std::string* value = member.key == KeyKind::None ? field(fields, member.attribute) : nullptr;
       if (!value) continue;

@@ -90,9 +90,10 @@ Members collectionsOf(const Vex::Entity& e) {
   return {};
 }
 
-bool isConfigRecord(const Vex::Entity& e) {
-  return as<ServiceMountConfig>(e) || as<ServicePublishConfig>(e) || as<ServiceMountGroupConfig>(e) ||
-         as<ServicePublishGroupConfig>(e);
+const Controller::SchemaNode* configRecordNode(const Vex::Entity& e) {
+  const bool configRecord = as<ServiceMountConfig>(e) || as<ServicePublishConfig>(e) ||
+                            as<ServiceMountGroupConfig>(e) || as<ServicePublishGroupConfig>(e);
+  return configRecord ? Controller::configNodeOf(e) : nullptr;
 }
 
 std::string text(bool value) { return value ? "true" : "false"; }

@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include <hubstore/foundations/framework/entity.h>
+#include <hubstore/foundations/records/config_schema.h>
 #include <hubstore/redis/fields.h>
 #include <hubstore/redis/record_codec.h>
 
@@ -72,10 +73,11 @@ std::string text(const Vex::String& value);
 ///@}
 /// A member's key written as it is, not quoted: most are (a group, a switch).
 bool isPlainKey(std::string_view key);
-/// Whether `e` is a service's or a group's configuration, whose own fields
-/// the configuration schema describes. Asked before the schema is walked, so
-/// that a status record, written and read per event, never walks it.
-bool isConfigRecord(const Vex::Entity& e);
+/// The configuration schema's node of `e` when it is a service's or a
+/// group's configuration, whose own fields the schema describes; null for
+/// any other record. The type is asked before the schema is walked, so that
+/// a status record, written and read per event, never walks it.
+const Controller::SchemaNode* configRecordNode(const Vex::Entity& e);
 /// The value of the field `name`, or null when absent.
 const std::string* field(const Fields& fields, std::string_view name);
 /// The value of the field `name`, or "" when absent.
